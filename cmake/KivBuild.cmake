@@ -1,0 +1,42 @@
+# What all our targets have in common.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# Debian keeps Android's libraries in a directory of their own, off the loader's path.
+set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
+
+find_package(Threads REQUIRED)
+find_package(AndroidHost REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
+
+# Warnings for our own code, never imposed on those who build us as a dependency: only the presets
+# for development turn them into errors.
+add_library(kiv_warnings INTERFACE)
+target_compile_options(
+  kiv_warnings
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wconversion
+            -Wnon-virtual-dtor
+            -Wold-style-cast
+            -Wundef)
+
+# A target of ours, built without exceptions as the library is on the device.
+function(kiv_library_options target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kiv_warnings>)
+  target_compile_options(${target} PRIVATE -fno-exceptions)
+endfunction()
+
+# Limits what a shared library exports to what is both marked for export and matched by `map`.
+function(kiv_export_only target map)
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--no-undefined")
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
+endfunction()

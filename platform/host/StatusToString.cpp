@@ -1,0 +1,45 @@
+// android::statusToString, which Android's libutils supplies and Debian's build of it does not.
+#include <utils/Errors.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace android {
+
+std::string statusToString(status_t status) {
+#define STATUS_NAME(constant) \
+  case constant:              \
+    return #constant
+  switch (status) {
+    STATUS_NAME(OK);
+    STATUS_NAME(UNKNOWN_ERROR);
+    STATUS_NAME(NO_MEMORY);
+    STATUS_NAME(INVALID_OPERATION);
+    STATUS_NAME(BAD_VALUE);
+    STATUS_NAME(BAD_TYPE);
+    STATUS_NAME(NAME_NOT_FOUND);
+    STATUS_NAME(PERMISSION_DENIED);
+    STATUS_NAME(NO_INIT);
+    STATUS_NAME(ALREADY_EXISTS);
+    STATUS_NAME(DEAD_OBJECT);
+    STATUS_NAME(FAILED_TRANSACTION);
+    STATUS_NAME(BAD_INDEX);
+    STATUS_NAME(NOT_ENOUGH_DATA);
+    STATUS_NAME(WOULD_BLOCK);
+    STATUS_NAME(TIMED_OUT);
+    STATUS_NAME(UNKNOWN_TRANSACTION);
+    STATUS_NAME(FDS_NOT_ALLOWED);
+    STATUS_NAME(UNEXPECTED_NULL);
+    default:
+      break;
+  }
+#undef STATUS_NAME
+  // strerrordesc_np: unlike strerror it is safe to call from several threads. A number with no
+  // description, positive ones included, is reported bare.
+  const char* description = status < 0 ? strerrordesc_np(-status) : nullptr;
+  return std::to_string(status) +
+         (description != nullptr ? " (" + std::string(description) + ")" : std::string());
+}
+
+}  // namespace android

@@ -1,0 +1,62 @@
+/// Status values: the outcome of work that can fail, with or without a value.
+#pragma once
+
+#include <utils/Errors.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "kiv/Export.h"
+
+namespace android::kiv {
+
+/// An Android status code. Zero (`android::OK`) is success, every other value a failure.
+class KIV_EXPORT KivStatus {
+ public:
+  /// Implicit, because a `status_t` is what most callees return.
+  KivStatus(status_t code = OK) : code_(code) {}  // NOLINT(google-explicit-constructor)
+
+  status_t code() const { return code_; }
+  bool ok() const { return code_ == OK; }
+
+  /// The platform's text for the code, as `android::statusToString` gives it.
+  std::string toString() const;
+
+ private:
+  status_t code_;
+};
+
+namespace internal {
+/// Ends the process with a fatal log line that names `status`.
+[[noreturn]] KIV_EXPORT void abortForMissingValue(const KivStatus& status);
+}  // namespace internal
+
+/// A status that carries a value when it is success.
+///
+/// Producers keep one promise: a value is held whenever the status is success, and only then.
+/// Callers test `ok()` before they ask for the value.
+template <typename T>
+class KivStatusOr {
+ public:
+  /// A failure.
+  explicit KivStatusOr(KivStatus status) : status_(status) {}
+
+  /// A success and its value.
+  KivStatusOr(KivStatus status, T value) : status_(status), value_(std::move(value)) {}
+
+  const KivStatus& status() const { return status_; }
+  bool ok() const { return status_.ok(); }
+
+  /// The held value. Without one the process ends with a fatal log line that names the status.
+  const T& value() const {
+    if (!value_.has_value()) internal::abortForMissingValue(status_);
+    return *value_;
+  }
+
+ private:
+  KivStatus status_;
+  std::optional<T> value_;
+};
+
+}  // namespace android::kiv

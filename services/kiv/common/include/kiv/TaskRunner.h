@@ -1,0 +1,133 @@
+/// One worker thread and the handles through which work is posted to it.
+///
+/// What a caller can rely on:
+///  - Tasks run one at a time on the worker, in the order in which they were posted, and never
+///    inside the call that posts them.
+///  - A task and all that it captured are released on the worker right after it ran, before a
+///    waiting caller wakes.
+///  - A waited task either runs to its end before the wait returns, or never runs.
+///  - Any thread may post, hold and drop handles.
+#pragma once
+
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <type_traits>
+#include <utility>
+
+#include "kiv/Export.h"
+#include "kiv/KivStatus.h"
+
+namespace android::kiv {
+
+namespace internal {
+class TaskQueue;
+}  // namespace internal
+
+/// Owns a worker thread. Held by shared pointers only; work is posted through a `TaskRunner`.
+///
+/// Tasks still queued when the process exits are run before the static objects go that were there
+/// when the first `TaskRunnerThread` was made.
+class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
+ public:
+  /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
+  /// starts; it does not bound how long a task runs.
+  static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) {
+    return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
+  }
+
+  explicit TaskRunnerThread(std::chrono::milliseconds start_limit);
+
+  /// Runs what is queued, then ends the worker and waits for it. On the worker itself, where a task
+  /// may drop the last reference, it returns at once, and the worker ends when the queue is empty.
+  /// Posts through handles fail from the first moment on.
+  ~TaskRunnerThread();
+
+  TaskRunnerThread(const TaskRunnerThread&) = delete;
+  TaskRunnerThread& operator=(const TaskRunnerThread&) = delete;
+
+ private:
+  friend class TaskRunner;
+
+  const std::shared_ptr<internal::TaskQueue> queue_;
+  std::thread worker_;
+};
+
+/// A handle for posting to one `TaskRunnerThread`. It does not keep the thread alive, and outlives
+/// it harmlessly. The destructor is its only virtual operation, as clients were built against it.
+class KIV_EXPORT TaskRunner {
+ public:
+  /// Binds to `thread`. A handle bound to no thread, or to one that is gone, fails every post.
+  explicit TaskRunner(std::weak_ptr<TaskRunnerThread> thread);
+  virtual ~TaskRunner();
+
+  TaskRunner(const TaskRunner&) = default;
+  TaskRunner& operator=(const TaskRunner&) = default;
+  TaskRunner(TaskRunner&&) = default;
+  TaskRunner& operator=(TaskRunner&&) = default;
+
+  /// Queues `task` and returns at once. If the thread is gone, the task is dropped.
+  void postTask(std::function<void()> task);
+
+  /// Queues `task` and waits until it has run. Otherwise it never runs, and the status is
+  /// `DEAD_OBJECT` (the thread is gone), `TIMED_OUT` (it did not start within the thread's limit)
+  /// or `INVALID_OPERATION` (called on the worker itself, which would wait for ever).
+  KivStatus postTaskAndWait(std::function<void()> task);
+
+  /// True on the worker of this handle's thread.
+  bool isRunningOnCurrentThread() const;
+
+  /// `postTaskAndWait` for a task with a result. An empty task ends the process.
+  template <typename T>
+  KivStatusOr<T> postTaskAndWait(std::function<T()> task) {
+    // Shared, so that a wrapper that outlived its waiter would still write to live memory.
+    auto result = std::make_shared<T>();
+    const KivStatus status =
+        postTaskAndWait(std::function<void()>([result, task = std::move(task)] {
+          if (!task) std::abort();
+          *result = task();
+        }));
+    return status.ok() ? KivStatusOr<T>(status, std::move(*result)) : KivStatusOr<T>(status);
+  }
+
+  /// Posts `object->method(args...)`. The task owns copies of the arguments and shares the object,
+  /// which therefore lives until the task has run.
+  template <typename C, typename... Params, typename... Args>
+  void postTask(void (C::*method)(Params...), std::shared_ptr<C> object, Args&&... args) {
+    postTask(bindTask(method, std::move(object), std::forward<Args>(args)...));
+  }
+
+  /// The same, waiting for the task to run.
+  template <typename C, typename... Params, typename... Args>
+  KivStatus postTaskAndWait(void (C::*method)(Params...), std::shared_ptr<C> object,
+                            Args&&... args) {
+    return postTaskAndWait(bindTask(method, std::move(object), std::forward<Args>(args)...));
+  }
+
+  /// Posts `object->method(args...)` without keeping `object` alive, waiting for it if `wait` is
+  /// true. Whoever owns the object keeps it until the task has run.
+  template <typename C, typename... Params, typename... Args>
+  void postTask(bool wait, void (C::*method)(Params...), C* object, Args&&... args) {
+    auto task = bindTask(method, object, std::forward<Args>(args)...);
+    if (wait) {
+      postTaskAndWait(std::move(task));
+    } else {
+      postTask(std::move(task));
+    }
+  }
+
+ private:
+  template <typename Method, typename Object, typename... Args>
+  static std::function<void()> bindTask(Method method, Object object, Args&&... args) {
+    return std::bind(method, std::move(object), std::forward<Args>(args)...);
+  }
+
+  std::weak_ptr<TaskRunnerThread> thread_;
+  // The queue outlives the thread while handles share it, so a post never takes part in owning the
+  // thread, and a caller can never be the one who has to join it.
+  std::shared_ptr<internal::TaskQueue> queue_;
+};
+
+}  // namespace android::kiv

@@ -1,0 +1,133 @@
+// Construction and lifecycle of a logger.
+#include "kiv/TelemetryLogger.h"
+
+#include <functional>
+#include <utility>
+
+#include "AggregationManagers.h"
+#include "KivFatalCheck.h"
+
+namespace android::kiv {
+
+TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::string& name,
+                                 std::shared_ptr<TaskRunnerThread> task_runner_thread,
+                                 Manager<KivErrorCodeEvent> error_code_manager,
+                                 Manager<KivStreamEvent> stream_event_manager,
+                                 Manager<KivAudioLatencyEvent> audio_latency_manager,
+                                 Manager<KivGenericEvent<long long>> int64_event_manager,
+                                 Manager<KivGenericEvent<float>> float_event_manager,
+                                 Manager<KivGenericEvent<std::string>> string_event_manager,
+                                 TelemetrySubmissionModel submission_model)
+    : session_id_(session_id),
+      logger_name_(name),
+      error_code_manager_(std::move(error_code_manager)),
+      stream_event_manager_(std::move(stream_event_manager)),
+      audio_latency_manager_(std::move(audio_latency_manager)),
+      int64_event_manager_(std::move(int64_event_manager)),
+      float_event_manager_(std::move(float_event_manager)),
+      string_event_manager_(std::move(string_event_manager)),
+      submission_model_(submission_model),
+      task_runner_thread_(std::move(task_runner_thread)) {
+  task_runner_.emplace(task_runner_thread_);
+  KIV_FATAL_CHECK_AT("services/kiv/telemetry/TelemetryLogger", 41,
+                     submission_model != TelemetrySubmissionModel::LOCKING_IMMEDIATE,
+                     "The TelemetryLogger constructor without logger managers should be used for a "
+                     "submission model of LOCKING_IMMEDIATE");
+  startInternal();
+}
+
+TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::string& name,
+                                 TelemetrySubmissionModel submission_model)
+    : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
+  if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
+    TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
+    error_code_manager_ = manager.error_code_manager_;
+    stream_event_manager_ = manager.stream_event_manager_;
+    audio_latency_manager_ = manager.audio_latency_manager_;
+    int64_event_manager_ = manager.int64_event_manager_;
+    float_event_manager_ = manager.float_event_manager_;
+    string_event_manager_ = manager.string_event_manager_;
+    task_runner_thread_ = manager.task_runner_thread_;
+    task_runner_.emplace(task_runner_thread_);
+  } else {
+    error_code_manager_ = makeErrorCodeManager();
+    stream_event_manager_ = makeStreamEventManager();
+    audio_latency_manager_ = makeAudioLatencyManager();
+    int64_event_manager_ = makeNumericEventManager<long long>();
+    float_event_manager_ = makeNumericEventManager<float>();
+    string_event_manager_ = makeStringEventManager();
+  }
+  startInternal();
+}
+
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(TelemetryLoggerManager::getInstance()) {}
+
+TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
+    : TelemetryLogger(manager.session_id_, std::string(), manager.task_runner_thread_,
+                      manager.error_code_manager_, manager.stream_event_manager_,
+                      manager.audio_latency_manager_, manager.int64_event_manager_,
+                      manager.float_event_manager_, manager.string_event_manager_,
+                      TelemetrySubmissionModel::NON_BLOCKING) {}
+
+TelemetryLogger::~TelemetryLogger() = default;
+
+TraceHandler::~TraceHandler() = default;
+
+bool TelemetryLogger::start() {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::startInternal);
+  return startInternal();
+}
+
+bool TelemetryLogger::stop() {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::stop);
+  // Every manager is stopped, whatever the others answered.
+  bool stopped = error_code_manager_->stop();
+  stopped = stream_event_manager_->stop() && stopped;
+  stopped = audio_latency_manager_->stop() && stopped;
+  stopped = int64_event_manager_->stop() && stopped;
+  stopped = float_event_manager_->stop() && stopped;
+  return string_event_manager_->stop() && stopped;
+}
+
+bool TelemetryLogger::flush() {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::flush);
+  bool flushed = error_code_manager_->flush();
+  flushed = stream_event_manager_->flush() && flushed;
+  flushed = audio_latency_manager_->flush() && flushed;
+  flushed = int64_event_manager_->flush() && flushed;
+  flushed = float_event_manager_->flush() && flushed;
+  return string_event_manager_->flush() && flushed;
+}
+
+bool TelemetryLogger::startInternal() {
+  error_code_manager_->start();
+  stream_event_manager_->start();
+  audio_latency_manager_->start();
+  int64_event_manager_->start();
+  float_event_manager_->start();
+  string_event_manager_->start();
+  return true;
+}
+
+void TelemetryLogger::ensureLoggerRespectsTelemetrySubmissionModel() {
+  KIV_FATAL_CHECK_AT("services/kiv/telemetry/include/kiv/TelemetryLogger", 351,
+                     submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE ||
+                         (task_runner_thread_ != nullptr && task_runner_ != std::nullopt),
+                     "TelemetryLogger has a TelemetrySubmissionModel which requires a valid "
+                     "TaskRunnerThread and TaskRunner member, but at least one is null");
+}
+
+bool TelemetryLogger::worksOnCurrentThread() const {
+  return submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE ||
+         task_runner_->isRunningOnCurrentThread();
+}
+
+bool TelemetryLogger::callOnWorker(bool (TelemetryLogger::*operation)()) {
+  const KivStatusOr<bool> result = task_runner_->postTaskAndWait<bool>(std::bind(operation, this));
+  return result.ok() && result.value();
+}
+
+}  // namespace android::kiv

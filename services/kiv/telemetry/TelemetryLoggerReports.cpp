@@ -1,0 +1,140 @@
+// The logging operations of a logger.
+#include <android/log.h>
+
+#include <utility>
+
+#include "StreamDescription.h"
+#include "kiv/TelemetryLogger.h"
+
+namespace android::kiv {
+
+template <typename... Params, typename... Args>
+void TelemetryLogger::handOver(void (TelemetryLogger::*operation)(Params...), const Args&... args) {
+  if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
+    task_runner_->postTaskAndWait(operation, shared_from_this(), args...);
+  } else {
+    task_runner_->postTask(operation, shared_from_this(), args...);
+  }
+}
+
+template <typename Event>
+void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const Event& event) {
+  manager.add(event);
+  if (submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE) manager.flush();
+}
+
+void TelemetryLogger::logErrorCode(const std::string& error_code, const std::string& api,
+                                   KivErrorSeverity severity, const std::string& kiv_class) {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) {
+    handOver(&TelemetryLogger::logErrorCode, error_code, api, severity, kiv_class);
+    return;
+  }
+  __android_log_print(ANDROID_LOG_ERROR, kiv_class.c_str(), "%s - %s", api.c_str(),
+                      error_code.c_str());
+  take(*error_code_manager_,
+       KivErrorCodeEvent{session_id_, api, kiv_class.empty() ? logger_name_ : kiv_class, error_code,
+                         severity});
+}
+
+void TelemetryLogger::logKivErrorCode(KivError error, const std::string& api,
+                                      KivErrorSeverity severity, const std::string& kiv_class) {
+  logErrorCode("kiv." + kivErrorToString(error), api, severity, kiv_class);
+}
+
+void TelemetryLogger::logKivErrorCode(KivError error, int detail, const std::string& api,
+                                      KivErrorSeverity severity, const std::string& kiv_class) {
+  logErrorCode("kiv." + kivErrorToString(error) + "=" + std::to_string(detail), api, severity,
+               kiv_class);
+}
+
+void TelemetryLogger::logAndroidStatusErrorCode(int status, const std::string& api,
+                                                KivErrorSeverity severity) {
+  logErrorCode("android." + statusToString(status), api, severity, std::string());
+}
+
+void TelemetryLogger::logStreamEvent(const ::kiv::KivPcmInfo& pcm_info,
+                                     ::kiv::KivStreamType stream_type, const std::string& event) {
+  logStreamEventInternal(toExtended(pcm_info), stream_type, event);
+}
+
+void TelemetryLogger::logStreamEvent(const KivPcmInfoExt& pcm_info,
+                                     ::kiv::KivStreamType stream_type, const std::string& event) {
+  logStreamEventInternal(pcm_info, stream_type, event);
+}
+
+void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
+                                             ::kiv::KivStreamType stream_type,
+                                             const std::string& event) {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) {
+    handOver(&TelemetryLogger::logStreamEventInternal, pcm_info, stream_type, event);
+    return;
+  }
+  take(*stream_event_manager_,
+       makeStreamRecord<KivStreamEvent>(session_id_, pcm_info, stream_type, event));
+}
+
+void TelemetryLogger::logAudioLatency(const ::kiv::KivPcmInfo& pcm_info,
+                                      ::kiv::KivStreamType stream_type,
+                                      std::chrono::milliseconds latency) {
+  logAudioLatencyInternal(toExtended(pcm_info), stream_type, latency);
+}
+
+void TelemetryLogger::logAudioLatency(const KivPcmInfoExt& pcm_info,
+                                      ::kiv::KivStreamType stream_type,
+                                      std::chrono::milliseconds latency) {
+  logAudioLatencyInternal(pcm_info, stream_type, latency);
+}
+
+void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
+                                              ::kiv::KivStreamType stream_type,
+                                              std::chrono::milliseconds latency) {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) {
+    // Latency samples come from audio callbacks of loggers that outlive their streams: unlike the
+    // other reports they do not share in owning the logger.
+    task_runner_->postTask(submission_model_ == TelemetrySubmissionModel::BLOCKING,
+                           &TelemetryLogger::logAudioLatencyInternal, this, pcm_info, stream_type,
+                           latency);
+    return;
+  }
+  take(*audio_latency_manager_,
+       makeStreamRecord<KivAudioLatencyEvent>(session_id_, pcm_info, stream_type, latency));
+}
+
+template <typename T>
+void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
+                                   const std::string& name, const T& value,
+                                   NumericAggregationType aggregation_type) {
+  ensureLoggerRespectsTelemetrySubmissionModel();
+  if (!worksOnCurrentThread()) {
+    handOver(&TelemetryLogger::logKivEvent<T>, name, value, aggregation_type);
+    return;
+  }
+  take(*manager, KivGenericEvent<T>{{session_id_, name, aggregation_type}, value});
+}
+
+template <>
+void TelemetryLogger::logKivEvent<long long>(const std::string& name, const long long& value,
+                                             NumericAggregationType aggregation_type) {
+  takeKivEvent(int64_event_manager_, name, value, aggregation_type);
+}
+
+template <>
+void TelemetryLogger::logKivEvent<float>(const std::string& name, const float& value,
+                                         NumericAggregationType aggregation_type) {
+  takeKivEvent(float_event_manager_, name, value, aggregation_type);
+}
+
+template <>
+void TelemetryLogger::logKivEvent<std::string>(const std::string& name, const std::string& value,
+                                               NumericAggregationType aggregation_type) {
+  takeKivEvent(string_event_manager_, name, value, aggregation_type);
+}
+
+void TelemetryLogger::logKivClientCall(const std::string& api, const std::string& value) {
+  logKivEvent<std::string>("client_api_call." + api, value, NumericAggregationType::COUNT);
+}
+
+}  // namespace android::kiv

@@ -1,0 +1,36 @@
+// The tracing operations of a logger.
+#include "Clock.h"
+#include "kiv/TelemetryLogger.h"
+
+namespace android::kiv {
+
+KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& name) {
+  return kiv_beginTraceSection(logger_name_, name);
+}
+
+KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& kiv_class,
+                                                    const std::string& name) {
+  return {name, internal::steadyNow(), kiv_class};
+}
+
+void TelemetryLogger::kiv_endTraceSection(const KivTraceInfo& info) {
+  const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(internal::steadyNow() -
+                                                                             info.start_time);
+  logKivEvent<long long>("api_latency_us." + info.name, elapsed.count(),
+                         NumericAggregationType::AVG);
+}
+
+std::shared_ptr<void> TelemetryLogger::startTrace(const std::string& kiv_class,
+                                                  const std::string& name) {
+  // Brings up the default logger, which will report this trace, before the clock starts.
+  const auto logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  return std::make_shared<KivTraceInfo>(KivTraceInfo{name, internal::steadyNow(), kiv_class});
+}
+
+void TelemetryLogger::stopTrace(std::shared_ptr<void> token) {
+  if (token == nullptr) return;
+  const auto logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  logger->kiv_endTraceSection(*static_cast<const KivTraceInfo*>(token.get()));
+}
+
+}  // namespace android::kiv

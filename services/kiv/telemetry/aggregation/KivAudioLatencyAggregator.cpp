@@ -1,0 +1,45 @@
+#include "kiv/KivAudioLatencyAggregator.h"
+
+#include "KivBaseAggregatorImpl.h"
+#include "StreamDescription.h"
+
+namespace android::kiv {
+
+template <>
+const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
+template class KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int>;
+
+bool KivAudioLatencyEventKey::operator<(const KivAudioLatencyEventKey& other) const {
+  return compareStreams(*this, other) < 0;
+}
+
+KivAudioLatencyAggregator::KivAudioLatencyAggregator(NumericAggregationType aggregation_type)
+    : aggregation_type_(aggregation_type) {}
+
+KivAudioLatencyAggregator::~KivAudioLatencyAggregator() = default;
+
+KivAudioLatencyEventKey KivAudioLatencyAggregator::getKey(const KivAudioLatencyEvent& event) {
+  return {event.session, event.format,   event.streamType, event.sampleRate,
+          event.samples, event.channels, event.interleaved};
+}
+
+unsigned int KivAudioLatencyAggregator::getValue(const KivAudioLatencyEvent& event) {
+  return static_cast<unsigned int>(event.latency.count());
+}
+
+NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
+    const KivAudioLatencyEvent& /*event*/) {
+  return aggregation_type_;
+}
+
+void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
+  const auto& [key, data] = *entry;
+  populateTelemetryField("aggregation_method",
+                         std::string(aggregationMethodToString(aggregation_type_)));
+  populateTelemetryField("aggregated_count", data.count);
+  populateTelemetryField("kiv_session_id", key.session.toString());
+}
+
+const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }
+
+}  // namespace android::kiv

@@ -1,0 +1,128 @@
+/// Definitions of the aggregator templates. Included by the sources that instantiate them, one per
+/// kind of event.
+#pragma once
+
+#include <utility>
+
+#include "AggregationMethod.h"
+#include "EventSubmission.h"
+#include "Ptr.h"
+#include "kiv/KivBaseAggregator.h"
+#include "kiv/TelemetrySwitch.h"
+
+namespace android::kiv {
+
+template <typename Event, typename Key, typename Value>
+KivBaseAggregator<Event, Key, Value>::KivBaseAggregator() = default;
+
+template <typename Event, typename Key, typename Value>
+KivBaseAggregator<Event, Key, Value>::~KivBaseAggregator() = default;
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
+  AggregationData<Value>& data = aggregated_data_[this->getKey(event)];
+  const auto sample = static_cast<float>(this->getValue(event));
+  data.value = combine(this->getAggregationType(event), data.value, data.count, sample);
+  ++data.count;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time_point start,
+                                                 std::chrono::system_clock::time_point end) {
+  submitEvents(start, end);
+  this->reset();
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::reset() {
+  aggregated_data_.clear();
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name, int value) {
+  int_fields_[std::move(name)] = value;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name,
+                                                                  unsigned int value) {
+  this->populateTelemetryField(std::move(name), static_cast<int>(value));
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name,
+                                                                  long long value) {
+  int_fields_[std::move(name)] = value;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name, float value) {
+  float_fields_[std::move(name)] = value;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name,
+                                                                  std::string value) {
+  string_fields_[std::move(name)] = std::move(value);
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string name, bool value) {
+  int_fields_[std::move(name)] = value ? 1 : 0;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
+                                                        std::chrono::system_clock::time_point end) {
+  // Read once, so that a window is submitted whole or not at all.
+  const bool enabled = isTelemetryEnabled();
+  const long long start_milliseconds = toEpochMilliseconds(start);
+  const long long end_milliseconds = toEpochMilliseconds(end);
+  for (auto entry = aggregated_data_.begin(); entry != aggregated_data_.end(); ++entry) {
+    if (!int_fields_.empty()) int_fields_.clear();
+    if (!float_fields_.empty()) float_fields_.clear();
+    if (!string_fields_.empty()) string_fields_.clear();
+    this->populateTelemetryField("start_time_since_epoch", start_milliseconds);
+    this->populateTelemetryField("end_time_since_epoch", end_milliseconds);
+    this->populateMetricValuesForEntry(entry);
+    if (!enabled) continue;
+
+    const auto& handler = getUnifiedTelemetryHandler();
+    // Nobody to take this window. It is dropped like any other, and the next one asks again.
+    if (handler == nullptr) return;
+    submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
+  }
+}
+
+template <typename Event, typename Key, typename Value>
+std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler>&
+KivBaseAggregator<Event, Key, Value>::getUnifiedTelemetryHandler() {
+  if (telemetry_handler_ == nullptr) {
+    telemetry_handler_ = TAMSA::UnifiedTelemetry::v9::createTelemetryHandlerPtr().toShared();
+  }
+  return telemetry_handler_;
+}
+
+template <typename Event>
+KivCountedAggregator<Event>::KivCountedAggregator(NumericAggregationType aggregation_type)
+    : aggregation_type_(aggregation_type) {}
+
+template <typename Event>
+KivCountedAggregator<Event>::~KivCountedAggregator() = default;
+
+template <typename Event>
+Event KivCountedAggregator<Event>::getKey(const Event& event) {
+  return event;
+}
+
+template <typename Event>
+unsigned int KivCountedAggregator<Event>::getValue(const Event& /*event*/) {
+  return 1;
+}
+
+template <typename Event>
+NumericAggregationType KivCountedAggregator<Event>::getAggregationType(const Event& /*event*/) {
+  return aggregation_type_;
+}
+
+}  // namespace android::kiv

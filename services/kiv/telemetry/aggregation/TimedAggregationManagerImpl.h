@@ -1,0 +1,80 @@
+/// Definitions of the timed manager. Included by the source that instantiates it.
+#pragma once
+
+#include <android/log.h>
+
+#include <utility>
+
+#include "Clock.h"
+#include "kiv/TimedAggregationManager.h"
+
+namespace android::kiv {
+
+template <typename Event>
+TimedAggregationManager<Event>::TimedAggregationManager(
+    std::shared_ptr<KivAggregator<Event>> aggregator, std::chrono::milliseconds aggregation_period)
+    : aggregator_(std::move(aggregator)), aggregation_period_(aggregation_period) {}
+
+template <typename Event>
+TimedAggregationManager<Event>::~TimedAggregationManager() {
+  if (window_.has_value()) stop();
+}
+
+template <typename Event>
+void TimedAggregationManager<Event>::start() {
+  if (window_.has_value()) return;
+  aggregator_->reset();
+  window_ = openWindow();
+}
+
+template <typename Event>
+void TimedAggregationManager<Event>::add(const Event& event) {
+  if (!window_.has_value()) {
+    __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                        "%s: TimedAggregationManager not running! Cannot add.", "add");
+    return;
+  }
+  const auto age = internal::steadyNow() - window_->started_steady;
+  if (std::chrono::nanoseconds(aggregation_period_) < age) rollOver();
+  aggregator_->add(event);
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::flush() {
+  if (!window_.has_value()) {
+    __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                        "%s: TimedAggregationManager not running! Cannot flush.", "flush");
+    return false;
+  }
+  rollOver();
+  return true;
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::stop() {
+  if (!window_.has_value()) {
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "%s: TimedAggregationManager not running!",
+                        "stop");
+    return false;
+  }
+  rollOver();
+  window_.reset();
+  return true;
+}
+
+template <typename Event>
+typename TimedAggregationManager<Event>::Window TimedAggregationManager<Event>::openWindow() {
+  const auto steady = internal::steadyNow();
+  return {steady, internal::systemNow()};
+}
+
+template <typename Event>
+void TimedAggregationManager<Event>::rollOver() {
+  const auto start = window_->started_system;
+  // Assigned in place: emplacing would leave the optional empty for an instant, and a logger that
+  // is being constructed on another thread would take the manager for a stopped one.
+  *window_ = openWindow();
+  aggregator_->flush(start, window_->started_system);
+}
+
+}  // namespace android::kiv

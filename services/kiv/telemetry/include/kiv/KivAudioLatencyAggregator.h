@@ -1,0 +1,71 @@
+/// Averages latency samples: one event with an empty name per stream configuration.
+#pragma once
+
+#include <system/audio.h>
+
+#include <chrono>
+#include <cstdint>
+
+#include "kiv/Export.h"
+#include "kiv/KivBaseAggregator.h"
+#include "kiv/KivPcmInfo.h"
+#include "kiv/KivSessionId.h"
+
+namespace android::kiv {
+
+/// One latency sample of a stream.
+struct KIV_EXPORT KivAudioLatencyEvent {
+  KivSessionId session;
+  audio_format_t format;
+  ::kiv::KivStreamType streamType;
+  uint32_t sampleRate;  ///< Frames per second.
+  uint32_t samples;
+  uint32_t channels;
+  bool interleaved;
+  std::chrono::milliseconds latency;
+};
+
+/// The stream configuration whose samples are averaged together.
+struct KIV_EXPORT KivAudioLatencyEventKey {
+  KivSessionId session;
+  audio_format_t format;
+  ::kiv::KivStreamType streamType;
+  uint32_t sampleRate;
+  uint32_t samples;
+  uint32_t channels;
+  bool interleaved;
+
+  /// Lexicographic over all fields, in their order; the stream type is a signed number.
+  bool operator<(const KivAudioLatencyEventKey& other) const;
+};
+
+/// The key is finer than what is reported: an event carries neither the average nor the stream's
+/// configuration, only its session and how many samples there were. Not synchronised; see
+/// `KivBaseAggregator`.
+class KIV_EXPORT KivAudioLatencyAggregator
+    : public KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int> {
+ public:
+  explicit KivAudioLatencyAggregator(NumericAggregationType aggregation_type);
+  ~KivAudioLatencyAggregator() override;
+
+  KivAudioLatencyEventKey getKey(const KivAudioLatencyEvent& event) override;
+
+  /// The low 32 bits of the latency, so a negative one comes out as a large positive one.
+  unsigned int getValue(const KivAudioLatencyEvent& event) override;
+
+  NumericAggregationType getAggregationType(const KivAudioLatencyEvent& event) override;
+  void populateMetricValuesForEntry(Entries::iterator entry) override;
+  const char* getEventName() const override;
+
+ private:
+  const NumericAggregationType aggregation_type_;
+};
+
+using KivAudioLatencyBaseAggregator =
+    KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int>;
+template <>
+const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[];
+extern template class KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey,
+                                        unsigned int>;
+
+}  // namespace android::kiv

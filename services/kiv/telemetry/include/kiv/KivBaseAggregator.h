@@ -1,0 +1,130 @@
+/// The aggregator framework: reports folded into one aggregate per distinct key, and each aggregate
+/// turned into one unified-telemetry event.
+///
+/// An aggregator is not synchronised: its operations are called by one thread at a time.
+///
+/// The order of the virtual operations and of the data members is part of the binary interface:
+/// never reorder them, append only. The templates are defined and instantiated in the library, for
+/// its own kinds of events.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "kiv/Export.h"
+#include "kiv/NumericAggregationType.h"
+
+namespace TAMSA::UnifiedTelemetry::v9 {
+class ITelemetryHandler;
+}  // namespace TAMSA::UnifiedTelemetry::v9
+
+namespace android::kiv {
+
+/// The aggregate of one key. `T` is the type of the samples, which are folded as floats whatever it
+/// is.
+template <typename T>
+struct AggregationData {
+  float value = 0.0F;
+  uint32_t count = 0;  ///< Samples folded in.
+};
+
+/// What a `TimedAggregationManager` needs of an aggregator.
+template <typename Event>
+class KIV_EXPORT KivAggregator {
+ public:
+  virtual ~KivAggregator() = default;
+
+  /// Folds one report into the aggregate of its key.
+  virtual void add(const Event& event) = 0;
+
+  /// Submits every aggregate as one event of the interval from `start` to `end`, then forgets them,
+  /// whether or not they were accepted.
+  virtual void flush(std::chrono::system_clock::time_point start,
+                     std::chrono::system_clock::time_point end) = 0;
+
+  /// Forgets every aggregate without submitting it.
+  virtual void reset() = 0;
+};
+
+/// Base of all aggregators. A concrete one says how a report maps to a key, a sample and a method,
+/// and which fields describe a key.
+template <typename Event, typename Key, typename Value>
+class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
+ public:
+  using Entries = std::map<Key, AggregationData<Value>>;
+
+  KivBaseAggregator();
+  ~KivBaseAggregator() override;
+
+  KivBaseAggregator(const KivBaseAggregator&) = delete;
+  KivBaseAggregator& operator=(const KivBaseAggregator&) = delete;
+
+  void add(const Event& event) override;
+  void flush(std::chrono::system_clock::time_point start,
+             std::chrono::system_clock::time_point end) override;
+  void reset() override;
+
+  virtual Key getKey(const Event& event) = 0;
+  virtual Value getValue(const Event& event) = 0;
+  virtual NumericAggregationType getAggregationType(const Event& event) = 0;
+
+  /// Stages the fields that describe one entry of the table.
+  virtual void populateMetricValuesForEntry(typename Entries::iterator entry) = 0;
+
+  /// The name of the events made here; a static text.
+  virtual const char* getEventName() const = 0;
+
+  /// Stage one field of the event under construction; the last value for a name and type wins.
+  virtual void populateTelemetryField(std::string name, int value);
+  /// Reported through the `int` form: values from 2^31 on come out negative.
+  virtual void populateTelemetryField(std::string name, unsigned int value);
+  virtual void populateTelemetryField(std::string name, long long value);
+  virtual void populateTelemetryField(std::string name, float value);
+  virtual void populateTelemetryField(std::string name, std::string value);
+  /// Reported as 1 or 0.
+  virtual void populateTelemetryField(std::string name, bool value);
+
+  // Names of the library's events. Each is defined for the instantiations whose events bear it.
+  static const char kKivErrorCodeEvent[];
+  static const char kKivStreamEvent[];
+  static const char kKivAudioLatencyEvent[];
+  static const char kKivGenericEvent[];
+
+ protected:
+  /// Hands one event per entry to the telemetry module, in key order. The entries stay.
+  void submitEvents(std::chrono::system_clock::time_point start,
+                    std::chrono::system_clock::time_point end);
+
+  /// The module's handler, created on first need; empty while the module gives none.
+  std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler>& getUnifiedTelemetryHandler();
+
+  Entries aggregated_data_;
+
+  // Fields of the event under construction. Members, so that their buckets serve every event.
+  std::unordered_map<std::string, int64_t> int_fields_;
+  std::unordered_map<std::string, float> float_fields_;
+  std::unordered_map<std::string, std::string> string_fields_;
+
+  std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
+};
+
+/// Base of the aggregators that count equal reports: the report is its own key.
+template <typename Event>
+class KIV_EXPORT KivCountedAggregator : public KivBaseAggregator<Event, Event, unsigned int> {
+ public:
+  explicit KivCountedAggregator(NumericAggregationType aggregation_type);
+  ~KivCountedAggregator() override;
+
+  Event getKey(const Event& event) override;
+  unsigned int getValue(const Event& event) override;
+  NumericAggregationType getAggregationType(const Event& event) override;
+
+ protected:
+  const NumericAggregationType aggregation_type_;
+};
+
+}  // namespace android::kiv

@@ -1,0 +1,34 @@
+/// Names of telemetry sessions.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "kiv/Export.h"
+
+namespace android::kiv {
+
+/// A random identifier of one session and the chain of sessions that it was opened under. A value:
+/// copies compare equal and share their parents. Constant after construction.
+class KIV_EXPORT KivSessionId {
+ public:
+  /// A fresh identifier under `parent`, which it shares; an empty parent makes a root.
+  explicit KivSessionId(std::shared_ptr<KivSessionId> parent);
+
+  /// The chain of identifiers from the root to this one, joined by ".".
+  std::string toString() const;
+
+  /// Orders by the own identifiers first; the parents only break ties, and none comes before any.
+  bool operator<(const KivSessionId& other) const { return compare(other) < 0; }
+
+  /// The same order, three-way: negative, zero or positive.
+  int compare(const KivSessionId& other) const;
+
+ private:
+  friend class KivSessionIdTestPeer;
+
+  std::string id_;
+  std::shared_ptr<KivSessionId> parent_;
+};
+
+}  // namespace android::kiv

@@ -1,0 +1,19 @@
+/// The switch that decides whether aggregated telemetry is submitted.
+///
+/// It stops neither aggregation nor logging: while it is off, windows close as ever and their
+/// contents are discarded. Both functions may be called from any thread; the first call of either
+/// creates the process's `TelemetryLoggerManager`.
+#pragma once
+
+#include "kiv/Export.h"
+
+namespace android::kiv {
+
+/// True until `disableTelemetryForTesting()` is called, or until the manager is gone at process
+/// exit.
+KIV_EXPORT bool isTelemetryEnabled();
+
+/// Switches submission off for the rest of the process.
+KIV_EXPORT void disableTelemetryForTesting();
+
+}  // namespace android::kiv

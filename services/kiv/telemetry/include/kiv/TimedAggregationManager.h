@@ -1,0 +1,69 @@
+/// Puts an aggregator under a time window.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+#include "kiv/Export.h"
+#include "kiv/KivBaseAggregator.h"
+
+namespace android::kiv {
+
+/// The length of every window of the library.
+inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
+
+/// Decides when a window is over, has the aggregator submit it, and opens the next.
+///
+/// There is no timer: a window closes with the first report that comes more than the period after
+/// it opened, with `flush()` or `stop()`, or with the manager's destruction. Its age is measured on
+/// the steady clock; its reported start and end are wall-clock times, and one window ends exactly
+/// where the next begins.
+///
+/// Not synchronised: operations are called by one thread at a time. The one exception is `start()`
+/// on a running manager, which only looks whether it runs and may be called at any time.
+///
+/// Instantiated in the library for its own kinds of events.
+template <typename Event>
+class KIV_EXPORT TimedAggregationManager {
+ public:
+  /// A stopped manager over `aggregator`, which nobody else uses from now on.
+  TimedAggregationManager(std::shared_ptr<KivAggregator<Event>> aggregator,
+                          std::chrono::milliseconds aggregation_period);
+
+  /// Submits the open window, if running.
+  ~TimedAggregationManager();
+
+  TimedAggregationManager(const TimedAggregationManager&) = delete;
+  TimedAggregationManager& operator=(const TimedAggregationManager&) = delete;
+
+  /// Empties the aggregator and opens a window. Does nothing if running.
+  void start();
+
+  /// Takes a report into the window that is open now, after closing one that is over. While
+  /// stopped, the report is dropped with an error log line.
+  void add(const Event& event);
+
+  /// Submits the open window and opens the next. False, with an error log line, while stopped.
+  bool flush();
+
+  /// Submits the open window and stops. False, with a debug log line, if already stopped.
+  bool stop();
+
+ private:
+  struct Window {
+    std::chrono::steady_clock::time_point started_steady;
+    std::chrono::system_clock::time_point started_system;
+  };
+
+  static Window openWindow();
+
+  /// Opens the next window and submits the one before it. Only while running.
+  void rollOver();
+
+  std::shared_ptr<KivAggregator<Event>> aggregator_;
+  std::chrono::milliseconds aggregation_period_;
+  std::optional<Window> window_;  // has a value exactly while running
+};
+
+}  // namespace android::kiv

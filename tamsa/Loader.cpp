@@ -1,0 +1,58 @@
+#include "Loader.h"
+
+#include <android/dlext.h>
+#include <android/log.h>
+#include <dlfcn.h>
+
+namespace TAMSA::internal {
+
+namespace {
+
+constexpr char kLogTag[] = "TamsaLoader";
+
+/// The linker namespace that holds the platform's own libraries. A process in a restricted
+/// namespace has no other way to them. Null where the linker has no such thing.
+android_namespace_t* findPlatformNamespace() {
+  using GetExportedNamespace = android_namespace_t*(const char*);
+  void* const function = dlsym(RTLD_DEFAULT, "__loader_android_get_exported_namespace");
+  if (function == nullptr) return nullptr;
+  return reinterpret_cast<GetExportedNamespace*>(function)("default");
+}
+
+void* openInNamespace(const char* name, android_namespace_t* library_namespace) {
+  // Kept in a variable because only some platforms have the function.
+  auto* const open = android_dlopen_ext;
+  if (open == nullptr) return nullptr;
+  android_dlextinfo info{};
+  info.flags = ANDROID_DLEXT_USE_NAMESPACE;
+  info.library_namespace = library_namespace;
+  return open(name, RTLD_LAZY, &info);
+}
+
+}  // namespace
+
+Loader Loader::instance_;
+
+void Loader::loadModule() {
+  std::call_once(loaded_, [this] { open(); });
+}
+
+void* Loader::findSymbol(const char* name) {
+  loadModule();
+  if (module_ == nullptr) return nullptr;
+  dlerror();
+  return dlsym(module_, name);
+}
+
+void Loader::open() {
+  __android_log_print(ANDROID_LOG_DEBUG, kLogTag, "TAMSA loading module '%s'", module_name_);
+  if (android_namespace_t* const platform = findPlatformNamespace()) {
+    module_ = openInNamespace(module_name_, platform);
+  }
+  if (module_ == nullptr) module_ = dlopen(module_name_, RTLD_LAZY);
+  if (module_ == nullptr) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "TAMSA module '%s' not found", module_name_);
+  }
+}
+
+}  // namespace TAMSA::internal
