@@ -1,0 +1,59 @@
+#include "Recorder.h"
+
+#include <utility>
+
+#include "RecorderState.h"
+
+namespace TAMSA::recording {
+
+Recorder& Recorder::getInstance() {
+  // Leaked on purpose: events come until the very end of the process.
+  static Recorder& instance = *new Recorder;
+  return instance;
+}
+
+Recorder::Recorder() : state_(std::make_unique<State>()) {}
+
+std::vector<Event> Recorder::events() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->events;
+}
+
+std::vector<std::string> Recorder::calls() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->calls;
+}
+
+void Recorder::reset() {
+  std::lock_guard lock(state_->mutex);
+  state_->events.clear();
+  state_->calls.clear();
+  state_->faults = {};
+}
+
+void Recorder::refuseReport(int n) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.refused_reports.insert(state_->faults.reports + n);
+}
+
+void Recorder::withholdHandlers(int count) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.handlers_to_withhold = count;
+}
+
+void Recorder::withholdEvents(int count) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.events_to_withhold = count;
+}
+
+void Recorder::slowDown(std::chrono::milliseconds delay) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.delay = delay;
+}
+
+void Recorder::onReport(std::function<void(const Event&)> hook) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.hook = std::move(hook);
+}
+
+}  // namespace TAMSA::recording

@@ -1,0 +1,33 @@
+/// What the recorder shares with the module's entry points.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Recorder.h"
+
+namespace TAMSA::recording {
+
+struct Recorder::State {
+  /// How the module misbehaves, and how often it was asked.
+  struct Faults {
+    int reports = 0;
+    std::set<int> refused_reports;
+    int handlers_to_withhold = 0;
+    int events_to_withhold = 0;
+    std::chrono::milliseconds delay{0};
+    std::function<void(const Event&)> hook;
+  };
+
+  std::mutex mutex;  // guards all below
+  std::vector<Event> events;
+  std::vector<std::string> calls;
+  Faults faults;
+  int handlers = 0;
+};
+
+}  // namespace TAMSA::recording

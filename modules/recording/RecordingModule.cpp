@@ -1,0 +1,112 @@
+// The module's entry points and the objects that it hands out.
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "Recorder.h"
+#include "RecorderState.h"
+#include "tamsa/UnifiedTelemetry.h"
+
+namespace TAMSA::recording {
+
+namespace {
+
+using UnifiedTelemetry::v7::ITelemetryEvent;
+using UnifiedTelemetry::v9::ITelemetryHandler;
+
+class RecordedEvent final : public ITelemetryEvent {
+ public:
+  explicit RecordedEvent(const char* name) { event.name = name; }
+
+  void setStringField(const char* name, const char* value) override { event.strings[name] = value; }
+  void setFloatField(const char* name, float value) override { event.floats[name] = value; }
+  void setInt64Field(const char* name, int64_t value) override { event.ints[name] = value; }
+
+  Event event;
+};
+
+}  // namespace
+
+class Handler final : public ITelemetryHandler {
+ public:
+  explicit Handler(int number) : number_(number) {}
+
+  ITelemetryEvent* createEvent(const char* name) override {
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::lock_guard lock(state.mutex);
+    state.calls.push_back(std::string("createEvent(") + name + ")");
+    if (state.faults.events_to_withhold > 0) {
+      --state.faults.events_to_withhold;
+      return nullptr;
+    }
+    return new RecordedEvent(name);
+  }
+
+  bool reportEvent(ITelemetryEvent* reported, int32_t flag) override {
+    Event event = static_cast<RecordedEvent*>(reported)->event;
+    event.handler = number_;
+    event.flag = flag;
+    event.thread = std::this_thread::get_id();
+
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::unique_lock lock(state.mutex);
+    state.calls.push_back("reportEvent(" + event.name + ", " + std::to_string(flag) + ")");
+    event.accepted = state.faults.refused_reports.count(++state.faults.reports) == 0;
+    const auto hook = state.faults.hook;
+    const auto delay = state.faults.delay;
+    // Not held meanwhile: a hook may report in turn, and other handlers go on.
+    lock.unlock();
+    if (hook) hook(event);
+    if (delay.count() > 0) std::this_thread::sleep_for(delay);
+    lock.lock();
+    state.events.push_back(event);
+    return event.accepted;
+  }
+
+ private:
+  const int number_;
+};
+
+class Module {
+ public:
+  static ITelemetryHandler* createHandler(int64_t version) {
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::lock_guard lock(state.mutex);
+    state.calls.push_back("createTelemetryHandler(" + std::to_string(version) + ")");
+    if (version != ITelemetryHandler::kVersion) return nullptr;
+    if (state.faults.handlers_to_withhold > 0) {
+      --state.faults.handlers_to_withhold;
+      return nullptr;
+    }
+    return new Handler(++state.handlers);
+  }
+
+  static void noteCall(std::string call) {
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::lock_guard lock(state.mutex);
+    state.calls.push_back(std::move(call));
+  }
+};
+
+extern "C" {
+
+__attribute__((visibility("default"))) void* createTelemetryHandler(int64_t version) {
+  return Module::createHandler(version);
+}
+
+__attribute__((visibility("default"))) void destroyTelemetryHandler(int64_t version,
+                                                                    void* handler) noexcept {
+  Module::noteCall("destroyTelemetryHandler(" + std::to_string(version) + ")");
+  delete static_cast<Handler*>(static_cast<ITelemetryHandler*>(handler));
+}
+
+__attribute__((visibility("default"))) void destroyTelemetryEvent(int64_t version,
+                                                                  void* event) noexcept {
+  Module::noteCall("destroyTelemetryEvent(" + std::to_string(version) + ")");
+  delete static_cast<RecordedEvent*>(static_cast<ITelemetryEvent*>(event));
+}
+
+}  // extern "C"
+
+}  // namespace TAMSA::recording

@@ -1,0 +1,167 @@
+// How a worker ends: from outside, from one of its own tasks, under posts, and at process exit.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include "Latch.h"
+#include "kiv/TaskRunner.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv_test::Latch;
+
+constexpr std::chrono::milliseconds kLong{60000};
+
+TEST(TaskRunnerThreadTeardown, RunsWhatIsQueuedBeforeItReturns) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  Latch release;
+  int ran = 0;
+  runner.postTask([&] { release.wait(); });
+  for (int i = 0; i < 10; ++i) runner.postTask([&] { ++ran; });
+  release.countDown();
+  thread.reset();
+  EXPECT_EQ(ran, 10);
+}
+
+TEST(TaskRunnerThreadTeardown, LaterPostsAreDropped) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  thread.reset();
+  auto captured = std::make_shared<int>(1);
+  const std::weak_ptr<int> watch = captured;
+  runner.postTask([captured = std::move(captured)] {});
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST(TaskRunnerThreadTeardown, LaterWaitsFailAtOnceWithoutValue) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  thread.reset();
+  const auto result = runner.postTaskAndWait<bool>([] { return true; });
+  EXPECT_EQ(result.status().code(), android::DEAD_OBJECT);
+}
+
+TEST(TaskRunnerThreadTeardown, AHandleIsNoOwner) {
+  auto thread = TaskRunnerThread::create(kLong);
+  const std::weak_ptr<TaskRunnerThread> watch = thread;
+  const TaskRunner runner(thread);
+  thread.reset();
+  EXPECT_TRUE(watch.expired());
+  EXPECT_FALSE(runner.isRunningOnCurrentThread());
+}
+
+TEST(TaskRunnerThreadTeardown, AHandleBoundToNoThreadFailsEveryPost) {
+  TaskRunner runner{std::weak_ptr<TaskRunnerThread>()};
+  bool ran = false;
+  runner.postTask([&] { ran = true; });
+  EXPECT_EQ(runner.postTaskAndWait([&] { ran = true; }).code(), android::DEAD_OBJECT);
+  EXPECT_FALSE(runner.isRunningOnCurrentThread());
+  EXPECT_FALSE(ran);
+}
+
+TEST(TaskRunnerThreadTeardown, LastReferenceDroppedByTheWorkerEndsItQuietly) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  const std::weak_ptr<TaskRunnerThread> watch = thread;
+  Latch release;
+  Latch last_ran;
+  runner.postTask([&release, thread = std::move(thread)] { release.wait(); });
+  runner.postTask([&] { last_ran.countDown(); });
+  release.countDown();
+  // What was queued before still runs, although its thread's owner is gone by then.
+  last_ran.wait();
+  EXPECT_TRUE(watch.expired());
+  EXPECT_EQ(runner.postTaskAndWait([] {}).code(), android::DEAD_OBJECT);
+}
+
+TEST(TaskRunnerThreadTeardown, EndsWhileOthersPostAndWait) {
+  for (int round = 0; round < 50; ++round) {
+    auto thread = TaskRunnerThread::create(kLong);
+    Latch posting(4);
+    std::atomic<bool> over{false};
+    std::atomic<int> accounted{0};
+    std::vector<std::thread> posters;
+    for (int i = 0; i < 4; ++i) {
+      posters.emplace_back([&, runner = TaskRunner(thread)]() mutable {
+        bool counted = false;
+        while (!over) {
+          bool ran = false;
+          const KivStatus status = runner.postTaskAndWait([&] { ran = true; });
+          if (status.ok() != ran) break;
+          runner.postTask([] {});
+          if (!counted) posting.countDown();
+          counted = true;
+          if (!status.ok()) {
+            ++accounted;
+            break;
+          }
+        }
+      });
+    }
+    posting.wait();
+    thread.reset();
+    for (auto& poster : posters) poster.join();
+    // Each ended because its wait was refused, none by a wait that lied about its task.
+    ASSERT_EQ(accounted, 4);
+    over = true;
+  }
+}
+
+/// Exits while the worker is held in a task, with more behind it. The last one says so on standard
+/// error, so the test sees whether it ran.
+[[noreturn]] void exitWithTasksQueued(bool owner_is_worker) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  static Latch release;
+  std::shared_ptr<TaskRunnerThread> owned_by_task;
+  if (owner_is_worker) {
+    owned_by_task = std::move(thread);
+  } else {
+    // Leaked: a thread that lives at exit.
+    new std::shared_ptr<TaskRunnerThread>(thread);
+  }
+  runner.postTask([owner = std::move(owned_by_task)] { release.wait(); });
+  runner.postTask([] { fputs("last task ran\n", stderr); });
+  // Registered after the thread was made, hence called before the queue is waited for.
+  std::atexit([] { release.countDown(); });
+  std::exit(0);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, TasksOfALiveThreadRunAtProcessExit) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitWithTasksQueued(false), testing::ExitedWithCode(0), "last task ran");
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcessExit) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitWithTasksQueued(true), testing::ExitedWithCode(0), "last task ran");
+}
+
+[[noreturn]] void exitFromATask() {
+  static const auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  Latch never;
+  Latch posted;
+  runner.postTask([&] {
+    posted.wait();
+    std::exit(0);
+  });
+  runner.postTask([] { fputs("last task ran\n", stderr); });
+  posted.countDown();
+  never.wait();
+  std::abort();
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "last task ran");
+}
+
+}  // namespace
+}  // namespace android::kiv

@@ -1,0 +1,55 @@
+// The binding where no telemetry module is installed.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "FreshProcess.h"
+#include "LogCapture.h"
+#include "Ptr.h"
+#include "SymbolCache.h"
+#include "tamsa/UnifiedTelemetry.h"
+
+namespace TAMSA {
+namespace {
+
+using kiv_test::LogCapture;
+using kiv_test::LogLine;
+using testing::ElementsAre;
+
+using CreateHandler = Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>;
+using DestroyHandler =
+    Symbol::Cache<Symbol::kDestroyTelemetryHandler, void(int64_t, void*) noexcept>;
+using DestroyEvent = Symbol::Cache<Symbol::kDestroyTelemetryEvent, void(int64_t, void*) noexcept>;
+
+TEST(AbsentModule, LeavesAllSymbolsNull) {
+  EXPECT_EQ(CreateHandler::getCached(), nullptr);
+  EXPECT_EQ(DestroyHandler::getCached(), nullptr);
+  EXPECT_EQ(DestroyEvent::getCached(), nullptr);
+}
+
+TEST(AbsentModule, IsLoggedOncePerProcess) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const LogCapture log;
+    CreateHandler::getCached();
+    DestroyHandler::getCached();
+    DestroyEvent::getCached();
+    CreateHandler::getCached();
+    EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_DEBUG, "TamsaLoader",
+                                                 "TAMSA loading module 'libtamsa.nebrik.so'"},
+                                         LogLine{ANDROID_LOG_ERROR, "TamsaLoader",
+                                                 "TAMSA module 'libtamsa.nebrik.so' not found"}));
+  });
+}
+
+TEST(AbsentModule, GivesAnEmptyHandler) {
+  EXPECT_FALSE(UnifiedTelemetry::v9::createTelemetryHandlerPtr());
+  EXPECT_EQ(UnifiedTelemetry::v9::createTelemetryHandlerPtr().toShared(), nullptr);
+}
+
+TEST(AbsentModule, DestroyingWithoutTheFunctionLeavesTheObjectAlone) {
+  int object = 7;
+  internal::PtrFactory<int, Symbol::kDestroyTelemetryEvent, 7>::destroy(&object);
+  EXPECT_EQ(object, 7);
+}
+
+}  // namespace
+}  // namespace TAMSA
