@@ -29,10 +29,11 @@ struct Event {
   std::map<std::string, int64_t> ints;
   std::map<std::string, float> floats;
   std::map<std::string, std::string> strings;
-  int handler = 0;         ///< The handler that took it; the first one made is 1.
-  int32_t flag = 0;        ///< As passed with the report.
-  bool accepted = true;    ///< What the reporter was answered.
-  std::thread::id thread;  ///< Where it was reported.
+  std::vector<std::string> set;  ///< The names of the fields in the order in which they were set.
+  int handler = 0;               ///< The handler that took it; the first one made is 1.
+  int32_t flag = 0;              ///< As passed with the report.
+  bool accepted = true;          ///< What the reporter was answered.
+  std::thread::id thread;        ///< Where it was reported.
 };
 
 class __attribute__((visibility("default"))) Recorder {

@@ -19,9 +19,18 @@ class RecordedEvent final : public ITelemetryEvent {
  public:
   explicit RecordedEvent(const char* name) { event.name = name; }
 
-  void setStringField(const char* name, const char* value) override { event.strings[name] = value; }
-  void setFloatField(const char* name, float value) override { event.floats[name] = value; }
-  void setInt64Field(const char* name, int64_t value) override { event.ints[name] = value; }
+  void setStringField(const char* name, const char* value) override {
+    event.strings[name] = value;
+    event.set.emplace_back(name);
+  }
+  void setFloatField(const char* name, float value) override {
+    event.floats[name] = value;
+    event.set.emplace_back(name);
+  }
+  void setInt64Field(const char* name, int64_t value) override {
+    event.ints[name] = value;
+    event.set.emplace_back(name);
+  }
 
   Event event;
 };

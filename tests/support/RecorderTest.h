@@ -1,0 +1,58 @@
+/// Fixture of tests that look at what reaches the telemetry module.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "Loader.h"
+#include "Recorder.h"
+
+namespace kiv_test {
+
+using TAMSA::recording::Event;
+
+class RecorderTest : public testing::Test {
+ protected:
+  RecorderTest() {
+    // Loaded beforehand, so that the log lines of loading do not meet those that a test expects.
+    TAMSA::internal::Loader::getInstance().loadModule();
+    recorder.reset();
+  }
+  ~RecorderTest() override { recorder.reset(); }
+
+  std::vector<Event> events() const { return recorder.events(); }
+
+  /// One string field of every event, in order; "" where it is missing.
+  std::vector<std::string> strings(const std::string& field) const {
+    std::vector<std::string> values;
+    for (const Event& event : events()) {
+      const auto found = event.strings.find(field);
+      values.push_back(found != event.strings.end() ? found->second : std::string());
+    }
+    return values;
+  }
+
+  /// One integer field of every event, in order; -999 where it is missing.
+  std::vector<int64_t> ints(const std::string& field) const {
+    std::vector<int64_t> values;
+    for (const Event& event : events()) {
+      const auto found = event.ints.find(field);
+      values.push_back(found != event.ints.end() ? found->second : -999);
+    }
+    return values;
+  }
+
+  TAMSA::recording::Recorder& recorder = TAMSA::recording::Recorder::getInstance();
+};
+
+/// The time `microseconds` after the Unix epoch.
+inline std::chrono::system_clock::time_point timeAt(long long microseconds) {
+  return std::chrono::system_clock::time_point(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(
+          std::chrono::microseconds(microseconds)));
+}
+
+}  // namespace kiv_test

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+#include "AggregationMethod.h"
+
+namespace android::kiv {
+namespace {
+
+using Type = NumericAggregationType;
+
+TEST(AggregationMethod, IsOneByteOfFixedNumbers) {
+  static_assert(sizeof(Type) == 1);
+  EXPECT_EQ(static_cast<int>(Type::AVG), 0);
+  EXPECT_EQ(static_cast<int>(Type::SUM), 1);
+  EXPECT_EQ(static_cast<int>(Type::MAX), 2);
+  EXPECT_EQ(static_cast<int>(Type::MIN), 3);
+  EXPECT_EQ(static_cast<int>(Type::COUNT), 4);
+}
+
+TEST(AggregationMethod, HasAName) {
+  EXPECT_STREQ(aggregationMethodToString(Type::AVG), "AVG");
+  EXPECT_STREQ(aggregationMethodToString(Type::SUM), "SUM");
+  EXPECT_STREQ(aggregationMethodToString(Type::MAX), "MAX");
+  EXPECT_STREQ(aggregationMethodToString(Type::MIN), "MIN");
+  EXPECT_STREQ(aggregationMethodToString(Type::COUNT), "COUNT");
+}
+
+TEST(AggregationMethod, IsUnknownForAnyOtherByte) {
+  EXPECT_STREQ(aggregationMethodToString(Type(5)), "UNKNOWN");
+  EXPECT_STREQ(aggregationMethodToString(Type(255)), "UNKNOWN");
+}
+
+float combineAll(Type type, std::initializer_list<float> samples) {
+  float aggregate = 0.0F;
+  uint32_t count = 0;
+  for (const float sample : samples) aggregate = combine(type, aggregate, count++, sample);
+  return aggregate;
+}
+
+TEST(AggregationMethod, AverageIsTheRunningMean) {
+  EXPECT_EQ(combineAll(Type::AVG, {1, 2, 6}), 3.0F);
+}
+
+TEST(AggregationMethod, AverageWeighsTheMeanByItsCount) {
+  EXPECT_EQ(combine(Type::AVG, 10.0F, 9, 20.0F), 11.0F);
+}
+
+TEST(AggregationMethod, SumAddsUp) { EXPECT_EQ(combineAll(Type::SUM, {1.5F, 2.5F}), 4.0F); }
+
+TEST(AggregationMethod, MaximumIsTheLargest) { EXPECT_EQ(combineAll(Type::MAX, {5, 9, 2}), 9.0F); }
+
+TEST(AggregationMethod, MinimumIsTheSmallest) { EXPECT_EQ(combineAll(Type::MIN, {5, 9, 2}), 2.0F); }
+
+TEST(AggregationMethod, TheFirstSampleIsTakenAsItIs) {
+  EXPECT_EQ(combineAll(Type::MAX, {-7}), -7.0F);
+  EXPECT_EQ(combineAll(Type::MIN, {7}), 7.0F);
+  EXPECT_EQ(combineAll(Type::MAX, {-7, -9}), -7.0F);
+}
+
+TEST(AggregationMethod, CountIgnoresTheSamples) {
+  EXPECT_EQ(combineAll(Type::COUNT, {5, 9, 2}), 3.0F);
+}
+
+TEST(AggregationMethod, AnUnknownOneChangesNothing) {
+  EXPECT_EQ(combine(Type(5), 2.5F, 3, 9.0F), 2.5F);
+}
+
+}  // namespace
+}  // namespace android::kiv

@@ -1,0 +1,404 @@
+// What all aggregators have in common: folding, staging fields, and submitting.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <climits>
+#include <functional>
+#include <string>
+
+#include "FreshProcess.h"
+#include "LogCapture.h"
+#include "RecorderTest.h"
+#include "TestSessions.h"
+#include "kiv/KivErrorCodeAggregator.h"
+#include "kiv/KivGenericEventAggregator.h"
+#include "kiv/TelemetrySwitch.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv_test::kNoTag;
+using ::kiv_test::LogCapture;
+using ::kiv_test::LogLine;
+using ::kiv_test::RecorderTest;
+using ::kiv_test::session;
+using ::kiv_test::timeAt;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Type = NumericAggregationType;
+
+constexpr auto kStart = 1'000'000LL;
+constexpr auto kEnd = 6'000'000LL;
+
+/// An aggregator of numbers that shows its table and lets a test say what it stages.
+class ProbeAggregator : public KivGenericNumericEventAggregator<long long> {
+ public:
+  void populateMetricValuesForEntry(Entries::iterator entry) override {
+    if (stage) {
+      stage(*this, entry->first.name);
+    } else {
+      KivGenericNumericEventAggregator::populateMetricValuesForEntry(entry);
+    }
+  }
+
+  void reset() override {
+    ++resets;
+    KivGenericNumericEventAggregator::reset();
+  }
+
+  using KivGenericNumericEventAggregator::aggregated_data_;
+  using KivGenericNumericEventAggregator::submitEvents;
+
+  std::function<void(ProbeAggregator&, const std::string& name)> stage;
+  int resets = 0;
+};
+
+class BaseAggregatorTest : public RecorderTest {
+ protected:
+  void add(const std::string& name, long long value = 1, Type type = Type::SUM) {
+    aggregator.add({{session("s"), name, type}, value});
+  }
+
+  void flush() { aggregator.flush(timeAt(kStart), timeAt(kEnd)); }
+
+  float onlyValue() const { return aggregator.aggregated_data_.begin()->second.value; }
+  uint32_t onlyCount() const { return aggregator.aggregated_data_.begin()->second.count; }
+
+  ProbeAggregator aggregator;
+};
+
+TEST_F(BaseAggregatorTest, FoldsSamplesOfOneKeyIntoOneRecord) {
+  add("n", 1);
+  add("n", 2);
+  EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
+  EXPECT_EQ(onlyValue(), 3.0F);
+  EXPECT_EQ(onlyCount(), 2u);
+}
+
+TEST_F(BaseAggregatorTest, KeepsDistinctKeysApart) {
+  add("a");
+  add("b");
+  EXPECT_EQ(aggregator.aggregated_data_.size(), 2u);
+}
+
+TEST_F(BaseAggregatorTest, FoldsLargeIntegersAsFloats) {
+  add("n", 16'777'217);
+  EXPECT_EQ(onlyValue(), 16'777'216.0F);
+}
+
+TEST_F(BaseAggregatorTest, AnUnknownMethodOnlyCounts) {
+  add("n", 5, Type(9));
+  add("n", 6, Type(9));
+  EXPECT_EQ(onlyValue(), 0.0F);
+  EXPECT_EQ(onlyCount(), 2u);
+}
+
+TEST_F(BaseAggregatorTest, FlushingNothingSendsNothingAndMakesNoHandler) {
+  flush();
+  EXPECT_THAT(recorder.calls(), IsEmpty());
+}
+
+TEST_F(BaseAggregatorTest, SendsOneEventPerKeyInKeyOrder) {
+  add("b");
+  add("a");
+  add("b");
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 2));
+}
+
+TEST_F(BaseAggregatorTest, KeysThatDifferInTheLastFieldOnlyAreTwoEventsInOrder) {
+  add("n", 1, Type::MIN);
+  add("n", 1, Type::SUM);
+  flush();
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("SUM", "MIN"));
+}
+
+TEST_F(BaseAggregatorTest, MakesExactlyTheCallsThatItNeeds) {
+  {
+    ProbeAggregator local;
+    local.add({{session("s"), "a", Type::SUM}, 1});
+    local.add({{session("s"), "b", Type::SUM}, 1});
+    local.flush(timeAt(kStart), timeAt(kEnd));
+  }
+  EXPECT_THAT(recorder.calls(),
+              ElementsAre("createTelemetryHandler(9)", "createEvent(wexo_kiv_generic)",
+                          "reportEvent(wexo_kiv_generic, 1)", "destroyTelemetryEvent(7)",
+                          "createEvent(wexo_kiv_generic)", "reportEvent(wexo_kiv_generic, 1)",
+                          "destroyTelemetryEvent(7)", "destroyTelemetryHandler(9)"));
+}
+
+TEST_F(BaseAggregatorTest, KeepsItsHandlerFromWindowToWindow) {
+  add("n");
+  flush();
+  add("n");
+  flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1));
+  EXPECT_EQ(events()[0].handler, events()[1].handler);
+}
+
+TEST_F(BaseAggregatorTest, EachAggregatorHasAHandlerOfItsOwn) {
+  ProbeAggregator other;
+  other.add({{session("s"), "n", Type::SUM}, 1});
+  add("n");
+  flush();
+  other.flush(timeAt(kStart), timeAt(kEnd));
+  ASSERT_EQ(events().size(), 2u);
+  EXPECT_NE(events()[0].handler, events()[1].handler);
+}
+
+TEST_F(BaseAggregatorTest, FlushEmptiesTheTable) {
+  add("n");
+  flush();
+  EXPECT_THAT(aggregator.aggregated_data_, IsEmpty());
+}
+
+TEST_F(BaseAggregatorTest, FlushResetsThroughTheVirtualOperation) {
+  flush();
+  EXPECT_EQ(aggregator.resets, 1);
+}
+
+TEST_F(BaseAggregatorTest, SubmittingAloneLeavesTheTable) {
+  add("n");
+  aggregator.submitEvents(timeAt(kStart), timeAt(kEnd));
+  EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
+}
+
+TEST_F(BaseAggregatorTest, ResetForgetsWithoutSending) {
+  add("n");
+  aggregator.reset();
+  flush();
+  EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(BaseAggregatorTest, SendsTheIntervalInMillisecondsTruncatedFromMicroseconds) {
+  add("n");
+  aggregator.flush(timeAt(1'700'000'000'123'999), timeAt(1'700'000'005'000'001));
+  EXPECT_THAT(ints("start_time_since_epoch"), ElementsAre(1'700'000'000'123));
+  EXPECT_THAT(ints("end_time_since_epoch"), ElementsAre(1'700'000'005'000));
+}
+
+TEST_F(BaseAggregatorTest, TruncatesTimesBeforeTheEpochTowardZero) {
+  add("n");
+  aggregator.flush(timeAt(-1'999), timeAt(-999));
+  EXPECT_THAT(ints("start_time_since_epoch"), ElementsAre(-1));
+  EXPECT_THAT(ints("end_time_since_epoch"), ElementsAre(0));
+}
+
+TEST_F(BaseAggregatorTest, StagesEveryTypeAsItsOwn) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("int", -5);
+    probe.populateTelemetryField("long", LLONG_MIN);
+    probe.populateTelemetryField("float", 0.5F);
+    probe.populateTelemetryField("string", std::string("text"));
+    probe.populateTelemetryField("yes", true);
+    probe.populateTelemetryField("no", false);
+  };
+  add("n");
+  flush();
+  ASSERT_EQ(events().size(), 1u);
+  EXPECT_EQ(events()[0].ints.at("int"), -5);
+  EXPECT_EQ(events()[0].ints.at("long"), LLONG_MIN);
+  EXPECT_EQ(events()[0].floats.at("float"), 0.5F);
+  EXPECT_EQ(events()[0].strings.at("string"), "text");
+  EXPECT_EQ(events()[0].ints.at("yes"), 1);
+  EXPECT_EQ(events()[0].ints.at("no"), 0);
+}
+
+TEST_F(BaseAggregatorTest, SendsUnsignedValuesFromTheUpperHalfAsNegative) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("all ones", 4294967295U);
+    probe.populateTelemetryField("half", 2147483648U);
+    probe.populateTelemetryField("below", 2147483647U);
+  };
+  add("n");
+  flush();
+  EXPECT_THAT(ints("all ones"), ElementsAre(-1));
+  EXPECT_THAT(ints("half"), ElementsAre(INT32_MIN));
+  EXPECT_THAT(ints("below"), ElementsAre(INT32_MAX));
+}
+
+class IntOverride : public ProbeAggregator {
+ public:
+  using ProbeAggregator::populateTelemetryField;
+
+  void populateTelemetryField(std::string name, int value) override {
+    ProbeAggregator::populateTelemetryField("seen " + name, value);
+  }
+};
+
+TEST_F(BaseAggregatorTest, UnsignedValuesTakeTheVirtualRoadOfInts) {
+  IntOverride override;
+  override.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("field", 7U);
+  };
+  override.add({{session("s"), "n", Type::SUM}, 1});
+  override.flush(timeAt(kStart), timeAt(kEnd));
+  EXPECT_THAT(ints("seen field"), ElementsAre(7));
+}
+
+TEST_F(BaseAggregatorTest, TheLastValueStagedForANameIsSent) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("field", 1);
+    probe.populateTelemetryField("field", 2LL);
+  };
+  add("n");
+  flush();
+  EXPECT_THAT(ints("field"), ElementsAre(2));
+}
+
+TEST_F(BaseAggregatorTest, ANameStagedWithTwoTypesIsSentTwice) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("field", 1);
+    probe.populateTelemetryField("field", std::string("one"));
+  };
+  add("n");
+  flush();
+  EXPECT_THAT(ints("field"), ElementsAre(1));
+  EXPECT_THAT(strings("field"), ElementsAre("one"));
+}
+
+TEST_F(BaseAggregatorTest, FieldsOfOneEventDoNotReachTheNext) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& name) {
+    if (name != "a") return;
+    probe.populateTelemetryField("only in a", 1);
+    probe.populateTelemetryField("only in a", 1.0F);
+    probe.populateTelemetryField("only in a", std::string("x"));
+  };
+  add("a");
+  add("b");
+  flush();
+  ASSERT_EQ(events().size(), 2u);
+  EXPECT_EQ(events()[1].ints.count("only in a"), 0u);
+  EXPECT_THAT(events()[1].floats, IsEmpty());
+  EXPECT_THAT(events()[1].strings, IsEmpty());
+}
+
+TEST_F(BaseAggregatorTest, SetsIntegersThenFloatsThenStrings) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("string 1", std::string());
+    probe.populateTelemetryField("float 1", 0.0F);
+    probe.populateTelemetryField("int 1", 0);
+    probe.populateTelemetryField("string 2", std::string());
+    probe.populateTelemetryField("float 2", 0.0F);
+  };
+  add("n");
+  flush();
+  ASSERT_EQ(events().size(), 1u);
+  std::string groups;
+  const std::vector<std::string> set = events()[0].set;
+  for (const std::string& name : set) {
+    groups += name.rfind("string", 0) == 0 ? 's' : name.rfind("float", 0) == 0 ? 'f' : 'i';
+  }
+  EXPECT_EQ(groups, "iiiffss");
+}
+
+const LogLine kFailedReport{ANDROID_LOG_ERROR, kNoTag,
+                            "submitEvents: Failed to report UnifiedTelemetry event: "
+                            "wexo_kiv_generic"};
+
+TEST_F(BaseAggregatorTest, ARefusedReportIsLoggedAndTheOthersAreStillSent) {
+  recorder.refuseReport(2);
+  add("a");
+  add("b");
+  add("c");
+  const LogCapture log;
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
+}
+
+TEST_F(BaseAggregatorTest, ARefusedReportIsNotRepeated) {
+  recorder.refuseReport(1);
+  add("a");
+  flush();
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a"));
+}
+
+TEST_F(BaseAggregatorTest, ARefusedEventIsStillDestroyed) {
+  add("warm up");
+  flush();
+  recorder.reset();
+  recorder.refuseReport(1);
+  add("a");
+  flush();
+  EXPECT_THAT(recorder.calls(),
+              ElementsAre("createEvent(wexo_kiv_generic)", "reportEvent(wexo_kiv_generic, 1)",
+                          "destroyTelemetryEvent(7)"));
+}
+
+TEST_F(BaseAggregatorTest, AnEventThatIsNotCreatedCountsAsAFailedReport) {
+  recorder.withholdEvents(1);
+  add("a");
+  add("b");
+  const LogCapture log;
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("b"));
+  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
+}
+
+TEST_F(BaseAggregatorTest, WithoutAHandlerTheWindowIsDroppedQuietly) {
+  recorder.withholdHandlers(1);
+  add("a");
+  add("b");
+  const LogCapture log;
+  flush();
+  EXPECT_THAT(recorder.calls(), ElementsAre("createTelemetryHandler(9)"));
+  EXPECT_THAT(aggregator.aggregated_data_, IsEmpty());
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(BaseAggregatorTest, WithoutAHandlerTheNextWindowAsksAgain) {
+  recorder.withholdHandlers(1);
+  add("lost");
+  flush();
+  add("sent");
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("sent"));
+}
+
+TEST_F(BaseAggregatorTest, WithTelemetryOffNothingIsSentAndTheTableIsEmptied) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    disableTelemetryForTesting();
+    add("n");
+    flush();
+    EXPECT_THAT(recorder.calls(), IsEmpty());
+    EXPECT_THAT(aggregator.aggregated_data_, IsEmpty());
+  });
+}
+
+TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStagedAllTheSame) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    disableTelemetryForTesting();
+    int staged = 0;
+    aggregator.stage = [&](ProbeAggregator& /*probe*/, const std::string& /*name*/) { ++staged; };
+    add("a");
+    add("b");
+    flush();
+    EXPECT_EQ(staged, 2);
+  });
+}
+
+TEST_F(BaseAggregatorTest, ASubmissionUnderWayIsFinishedWhenTelemetryIsSwitchedOff) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    recorder.onReport([](const kiv_test::Event& /*event*/) { disableTelemetryForTesting(); });
+    add("a");
+    add("b");
+    flush();
+    EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b"));
+    add("c");
+    flush();
+    EXPECT_EQ(events().size(), 2u);
+  });
+}
+
+TEST(EventNames, AreThoseOfTheirKinds) {
+  EXPECT_STREQ(KivErrorCodeBaseAggregator::kKivErrorCodeEvent, "wexo_kiv_error_code");
+  EXPECT_STREQ(KivGenericInt64BaseAggregator::kKivGenericEvent, "wexo_kiv_generic");
+  EXPECT_STREQ(KivGenericFloatBaseAggregator::kKivGenericEvent, "wexo_kiv_generic");
+  EXPECT_STREQ(KivGenericStringBaseAggregator::kKivGenericEvent, "wexo_kiv_generic");
+}
+
+}  // namespace
+}  // namespace android::kiv

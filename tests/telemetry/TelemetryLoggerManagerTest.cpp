@@ -1,0 +1,265 @@
+// The process-wide manager and the handles by which clients reach it.
+#include <gmock/gmock.h>
+
+#include <set>
+#include <thread>
+
+#include "FreshProcess.h"
+#include "Latch.h"
+#include "LogCapture.h"
+#include "RecorderTest.h"
+#include "TestSessions.h"
+#include "kiv/TelemetryLogger.h"
+
+namespace android::kiv {
+
+class TelemetryLoggerManagerTestPeer {
+ public:
+  static std::shared_ptr<TelemetryLogger> createLogger(const std::string& name,
+                                                       const KivSessionId& session, bool blocking) {
+    return TelemetryLoggerManager::getInstance().createLogger(name, session, blocking);
+  }
+
+  static std::shared_ptr<TaskRunnerThread> thread() {
+    return TelemetryLoggerManager::getInstance().task_runner_thread_;
+  }
+};
+
+namespace {
+
+using ::kiv_test::Latch;
+using ::kiv_test::LogCapture;
+using ::kiv_test::LogLine;
+using ::kiv_test::RecorderTest;
+using ::kiv_test::session;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+/// The manager is one per process: starts from whatever the tests before it left there.
+class TelemetryLoggerManagerTest : public RecorderTest {
+ protected:
+  TelemetryLoggerManagerTest() {
+    defaultLogger()->start();
+    defaultLogger()->flush();
+    recorder.reset();
+  }
+
+  static std::shared_ptr<TelemetryLogger> defaultLogger() {
+    return TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  }
+
+  /// Reports through `logger`; the session under which that arrives.
+  std::string sessionOf(TelemetryLogger& logger) {
+    recorder.reset();
+    logger.logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
+    logger.flush();
+    return strings("kiv_session_id").at(0);
+  }
+
+  /// The class under which an error without a class arrives: the logger's name.
+  std::string nameOf(TelemetryHandler& logger) {
+    recorder.reset();
+    const LogCapture quiet;
+    logger.logErrorCode("code", "api", KivErrorSeverity::INFO, "");
+    logger.flush();
+    return strings("kiv_class").at(0);
+  }
+};
+
+TEST_F(TelemetryLoggerManagerTest, IsOnePerProcess) {
+  EXPECT_EQ(&TelemetryLoggerManager::getInstance(), &TelemetryLoggerManager::getInstance());
+}
+
+TEST_F(TelemetryLoggerManagerTest, ConcurrentFirstCallersMeetInOneManager) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    Latch go;
+    std::vector<TelemetryLoggerManager*> seen(4);
+    std::vector<std::thread> threads;
+    for (auto& manager : seen) {
+      threads.emplace_back([&] {
+        go.wait();
+        manager = &TelemetryLoggerManager::getInstance();
+      });
+    }
+    go.countDown();
+    for (auto& thread : threads) thread.join();
+    EXPECT_THAT(std::set<TelemetryLoggerManager*>(seen.begin(), seen.end()), SizeIs(1));
+  });
+}
+
+TEST_F(TelemetryLoggerManagerTest, TheDefaultLoggerHasNoName) {
+  EXPECT_EQ(nameOf(*defaultLogger()), "");
+}
+
+TEST_F(TelemetryLoggerManagerTest, TheDefaultLoggerReportsUnderTheRootSession) {
+  EXPECT_EQ(sessionOf(*defaultLogger()).size(), 36u);
+}
+
+TEST_F(TelemetryLoggerManagerTest, TheDefaultLoggerDoesNotBlock) {
+  TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
+  Latch release;
+  runner.postTask([&] { release.wait(); });
+  defaultLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
+  release.countDown();
+  ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
+  defaultLogger()->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
+}
+
+TEST_F(TelemetryLoggerManagerTest, ALoggerByDefaultIsLikeTheDefaultLogger) {
+  const auto logger = std::make_shared<TelemetryLogger>();
+  EXPECT_EQ(sessionOf(*logger), sessionOf(*defaultLogger()));
+  EXPECT_EQ(nameOf(*logger), "");
+}
+
+TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerWithoutManagersSharesTheProcesses) {
+  const auto logger =
+      std::make_shared<TelemetryLogger>(session("s"), "n", TelemetrySubmissionModel::BLOCKING);
+  EXPECT_TRUE(logger->stop());
+  EXPECT_FALSE(defaultLogger()->flush());
+  EXPECT_TRUE(defaultLogger()->start());
+  EXPECT_EQ(sessionOf(*logger), "s");
+}
+
+TEST_F(TelemetryLoggerManagerTest, CreatesLoggersUnderAFreshChildOfTheGivenSession) {
+  const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), false);
+  const std::string text = sessionOf(*logger);
+  EXPECT_EQ(text.rfind("parent.", 0), 0u);
+  EXPECT_EQ(text.size(), 7u + 36);
+}
+
+TEST_F(TelemetryLoggerManagerTest, CreatesBlockingLoggersWhenAskedTo) {
+  const LogCapture log;
+  const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), true);
+  for (size_t i = 1; i <= 50; ++i) {
+    logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
+    ASSERT_THAT(log.lines(), SizeIs(i));
+  }
+}
+
+using TelemetryEnvTest = TelemetryLoggerManagerTest;
+
+TEST_F(TelemetryEnvTest, WithoutArgumentsHandsOutTheDefaultLogger) {
+  EXPECT_EQ(TelemetryEnv().getLogger(), defaultLogger());
+  EXPECT_EQ(TelemetryEnv().getLogger(), TelemetryEnv().getLogger());
+}
+
+TEST_F(TelemetryEnvTest, WithANameHandsOutALoggerOfItsOwn) {
+  const TelemetryEnv first("Mixer");
+  const TelemetryEnv second("Mixer");
+  EXPECT_NE(first.getLogger(), second.getLogger());
+  EXPECT_EQ(nameOf(*first.getLogger()), "Mixer");
+  EXPECT_NE(sessionOf(*first.getLogger()), sessionOf(*second.getLogger()));
+}
+
+TEST_F(TelemetryEnvTest, NamedLoggersShareTheAggregations) {
+  const TelemetryEnv first("Mixer");
+  const TelemetryEnv second("Mixer");
+  EXPECT_TRUE(first.getLogger()->stop());
+  EXPECT_FALSE(second.getLogger()->flush());
+  EXPECT_TRUE(second.getLogger()->start());
+}
+
+TEST_F(TelemetryEnvTest, ANamedLoggersSessionIsAChildOfTheDefaultLoggers) {
+  const std::string root = sessionOf(*defaultLogger());
+  const std::string text = sessionOf(*TelemetryEnv("Mixer").getLogger());
+  EXPECT_EQ(text.substr(0, 37), root + ".");
+  EXPECT_EQ(text.size(), 36u + 1 + 36);
+}
+
+TEST_F(TelemetryEnvTest, AGivenSessionIsTheParent) {
+  const TelemetryEnv env("Mixer", session("top", session("root")));
+  EXPECT_EQ(sessionOf(*env.getLogger()).rfind("root.top.", 0), 0u);
+  EXPECT_EQ(nameOf(*env.getLogger()), "Mixer");
+}
+
+TEST_F(TelemetryEnvTest, HandsOutAGivenLogger) {
+  const auto logger = std::make_shared<TelemetryLogger>();
+  EXPECT_EQ(TelemetryEnv(logger).getLogger(), logger);
+}
+
+TEST_F(TelemetryEnvTest, LoggersDoNotBlock) {
+  const TelemetryEnv env("Mixer");
+  TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
+  Latch release;
+  runner.postTask([&] { release.wait(); });
+  env.getLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
+  release.countDown();
+  ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
+}
+
+TEST_F(TelemetryEnvTest, RegistersTheDefaultLoggerWithTheDelegate) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    EXPECT_EQ(TelemetryDelegate::getInstance().getHandler(), nullptr);
+    const TelemetryEnv env;
+    EXPECT_EQ(TelemetryDelegate::getInstance().getHandler(), defaultLogger().get());
+  });
+}
+
+TEST_F(TelemetryEnvTest, EveryConstructorRegisters) {
+  const auto expectRegistered = [] {
+    EXPECT_EQ(TelemetryDelegate::getInstance().getHandler(), defaultLogger().get());
+  };
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const TelemetryEnv env("Mixer");
+    expectRegistered();
+  });
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const TelemetryEnv env("Mixer", session("s"));
+    expectRegistered();
+  });
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const TelemetryEnv env(defaultLogger());
+    expectRegistered();
+  });
+}
+
+TEST_F(TelemetryEnvTest, RegistersOncePerProcess) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const TelemetryEnv first;
+    // Whoever registers next stays registered.
+    TelemetryDelegate::getInstance().registerHandler(nullptr, nullptr);
+    for (int i = 0; i < 9; ++i) const TelemetryEnv further("Mixer");
+    EXPECT_EQ(TelemetryDelegate::getInstance().getHandler(), nullptr);
+  });
+}
+
+TEST_F(TelemetryEnvTest, TheRegisteredFactoryMakesImmediateLoggersUnderTheRootSession) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const TelemetryEnv env;
+    const LogCapture quiet;
+    const auto handler = TelemetryDelegate::getInstance().createHandler("Client");
+    defaultLogger()->stop();
+    handler->logErrorCode("code", "api", KivErrorSeverity::INFO, "");
+    EXPECT_THAT(strings("kiv_class"), ElementsAre("Client"));
+    EXPECT_EQ(events()[0].thread, std::this_thread::get_id());
+    const std::string session_of_handler = strings("kiv_session_id")[0];
+    defaultLogger()->start();
+    EXPECT_EQ(session_of_handler, sessionOf(*defaultLogger()));
+  });
+}
+
+TEST_F(TelemetryEnvTest, LoggersComeAndGoOnManyThreadsWhileReportsFlow) {
+  const TelemetryEnv reporting("Mixer");
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int j = 0; j < 100; ++j) {
+        const TelemetryEnv env("Client");
+        env.getLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
+      }
+    });
+  }
+  for (int i = 0; i < 50; ++i) {
+    reporting.getLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
+    EXPECT_TRUE(reporting.getLogger()->flush());
+  }
+  for (auto& thread : threads) thread.join();
+  reporting.getLogger()->flush();
+  int64_t total = 0;
+  for (const int64_t count : ints("aggregated_count")) total += count;
+  EXPECT_EQ(total, 4 * 100 + 50);
+}
+
+}  // namespace
+}  // namespace android::kiv

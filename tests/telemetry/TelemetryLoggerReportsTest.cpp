@@ -1,0 +1,435 @@
+// The logging operations of loggers.
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cmath>
+#include <limits>
+#include <thread>
+
+#include "Latch.h"
+#include "LogCapture.h"
+#include "LoggerRig.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv::KivPcmInfo;
+using ::kiv::KivSampleFormat;
+using ::kiv::KivStreamType;
+using ::kiv_test::kNoTag;
+using ::kiv_test::Latch;
+using ::kiv_test::LogCapture;
+using ::kiv_test::LogLine;
+using ::kiv_test::session;
+using std::chrono::milliseconds;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::KilledBySignal;
+using testing::SizeIs;
+using Type = NumericAggregationType;
+
+constexpr KivErrorSeverity kError = KivErrorSeverity::ERROR;
+constexpr KivStreamType kObject = KivStreamType::KIV_STREAM_TYPE_OBJECT;
+constexpr KivPcmInfoExt kPcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
+
+class TelemetryLoggerReportsTest : public LoggerRig {
+ protected:
+  /// Error lines go to the log, where they would only disturb.
+  LogCapture log;
+  std::shared_ptr<TelemetryLogger> logger = makeLogger(Model::BLOCKING);
+};
+
+TEST_F(TelemetryLoggerReportsTest, AnErrorCarriesItsFourTexts) {
+  logger->logErrorCode("code", "api", KivErrorSeverity::FATAL, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"), ElementsAre("code"));
+  EXPECT_THAT(strings("kiv_api"), ElementsAre("api"));
+  EXPECT_THAT(strings("kiv_class"), ElementsAre("class"));
+  EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s"));
+  EXPECT_THAT(ints("severity"), ElementsAre(3));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnErrorIsWrittenToTheLogUnderItsClass) {
+  logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "Mixer");
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_ERROR, "Mixer", "api - code"}));
+}
+
+TEST_F(TelemetryLoggerReportsTest, WithoutAClassTheTagIsEmptyAndTheLoggersNameIsReported) {
+  logger->logErrorCode("code", "api", kError, "");
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_ERROR, "", "api - code"}));
+  logger->flush();
+  EXPECT_THAT(strings("kiv_class"), ElementsAre("logger"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnEmptyClassMergesWithTheLoggersNameAsClass) {
+  logger->logErrorCode("code", "api", kError, "");
+  logger->logErrorCode("code", "api", kError, "logger");
+  logger->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
+}
+
+TEST_F(TelemetryLoggerReportsTest, CatalogueErrorsAreNamed) {
+  logger->logKivErrorCode(KivError::MMAP_FAILED, "api", kError, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"), ElementsAre("kiv.MMAP_FAILED"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, CatalogueErrorsCarryTheirDetail) {
+  logger->logKivErrorCode(KivError::MMAP_FAILED, -12, "api", kError, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"), ElementsAre("kiv.MMAP_FAILED=-12"));
+  EXPECT_THAT(strings("kiv_api"), ElementsAre("api"));
+  EXPECT_THAT(strings("kiv_class"), ElementsAre("class"));
+  EXPECT_THAT(ints("severity"), ElementsAre(2));
+}
+
+TEST_F(TelemetryLoggerReportsTest, UnlistedErrorsAreNumbers) {
+  logger->logKivErrorCode(KivError(9999), "api", kError, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"), ElementsAre("kiv.9999"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AndroidStatusesAreNamedByThePlatform) {
+  logger->logAndroidStatusErrorCode(-EPIPE, "api", KivErrorSeverity::WARNING);
+  logger->logAndroidStatusErrorCode(-EACCES, "api", KivErrorSeverity::WARNING);
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"),
+              ElementsAre("android." + statusToString(-EACCES), "android.DEAD_OBJECT"));
+  EXPECT_THAT(strings("kiv_class"), ElementsAre("logger", "logger"));
+  EXPECT_THAT(ints("severity"), ElementsAre(1, 1));
+}
+
+class OverriddenErrors : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& /*api*/,
+                    KivErrorSeverity /*severity*/, const std::string& /*kiv_class*/) override {
+    seen.push_back(error_code);
+  }
+
+  std::vector<std::string> seen;
+};
+
+TEST_F(TelemetryLoggerReportsTest, EveryErrorReportReachesAnOverride) {
+  const auto overridden = makeLoggerOf<OverriddenErrors>(Model::NON_BLOCKING);
+  overridden->logKivErrorCode(KivError::OK, "api", kError, "class");
+  overridden->logKivErrorCode(KivError::OK, 3, "api", kError, "class");
+  overridden->logAndroidStatusErrorCode(0, "api", kError);
+  EXPECT_THAT(overridden->seen, ElementsAre("kiv.OK", "kiv.OK=3", "android.OK"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AStreamEventCarriesItsDescription) {
+  logger->logStreamEvent(kPcm, kObject, "start");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_event"), ElementsAre("start"));
+  EXPECT_THAT(strings("pcm_format"), ElementsAre("AUDIO_FORMAT_PCM_16_BIT"));
+  EXPECT_THAT(strings("stream_type"), ElementsAre("KIV_STREAM_TYPE_OBJECT"));
+  EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s"));
+  EXPECT_THAT(ints("sample_rate"), ElementsAre(48000));
+  EXPECT_THAT(ints("samples"), ElementsAre(960));
+  EXPECT_THAT(ints("channels"), ElementsAre(2));
+  EXPECT_THAT(ints("interleaved"), ElementsAre(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ACompactDescriptionIsConverted) {
+  const KivPcmInfo pcm{0, KivSampleFormat::SAMPLE_FORMAT_PCM_8, 44100, 6, 480, false};
+  logger->logStreamEvent(pcm, kObject, "start");
+  logger->flush();
+  EXPECT_THAT(strings("pcm_format"), ElementsAre("AUDIO_FORMAT_PCM_8_BIT"));
+  EXPECT_THAT(ints("sample_rate"), ElementsAre(44100));
+  EXPECT_THAT(ints("samples"), ElementsAre(480));
+  EXPECT_THAT(ints("channels"), ElementsAre(6));
+  EXPECT_THAT(ints("interleaved"), ElementsAre(0));
+}
+
+TEST_F(TelemetryLoggerReportsTest, SampleRatesAreTruncatedAndNeverNegative) {
+  const float rates[] = {44100.9F, -5.0F, std::nanf("")};
+  const char* const names[] = {"fraction", "negative", "no number"};
+  for (size_t i = 0; i < std::size(rates); ++i) {
+    KivPcmInfoExt pcm = kPcm;
+    pcm.sampleRate = rates[i];
+    logger->logStreamEvent(pcm, kObject, names[i]);
+  }
+  logger->flush();
+  EXPECT_THAT(strings("kiv_event"), ElementsAre("negative", "no number", "fraction"));
+  EXPECT_THAT(ints("sample_rate"), ElementsAre(0, 0, 44100));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnInfiniteSampleRateIsTheLargest) {
+  KivPcmInfoExt pcm = kPcm;
+  pcm.sampleRate = std::numeric_limits<float>::infinity();
+  logger->logStreamEvent(pcm, kObject, "start");
+  logger->flush();
+  EXPECT_THAT(ints("sample_rate"), ElementsAre(-1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, LatenciesAreAveragedPerConfiguration) {
+  KivPcmInfoExt other = kPcm;
+  other.channels = 1;
+  logger->logAudioLatency(kPcm, kObject, milliseconds(10));
+  logger->logAudioLatency(kPcm, kObject, milliseconds(20));
+  logger->logAudioLatency(other, kObject, milliseconds(30));
+  logger->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 2));
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("AVG", "AVG"));
+  EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s", "s"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, LatenciesOfACompactDescriptionMeetThoseOfTheExtendedOne) {
+  const KivPcmInfo compact{0, KivSampleFormat::SAMPLE_FORMAT_PCM_16, 48000, 2, 960, true};
+  logger->logAudioLatency(compact, kObject, milliseconds(10));
+  logger->logAudioLatency(kPcm, kObject, milliseconds(20));
+  logger->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
+}
+
+TEST_F(TelemetryLoggerReportsTest, Int64TakesTheOneIntegerRoad) {
+  logger->logKivEvent<int64_t>("n", 1, Type::SUM);
+  logger->logKivEvent<long long>("n", 2, Type::SUM);
+  logger->logKivEvent<long>("n", 3, Type::SUM);
+  logger->logKivEvent("n", 4, Type::SUM);
+  logger->flush();
+  EXPECT_THAT(ints("value_int"), ElementsAre(10));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(4));
+}
+
+TEST_F(TelemetryLoggerReportsTest, FloatsReachTheirAggregation) {
+  logger->logKivEvent<float>("n", 0.5F, Type::MAX);
+  logger->logKivEvent("n", 0.75F, Type::MAX);
+  logger->flush();
+  ASSERT_THAT(events(), SizeIs(1));
+  EXPECT_EQ(events()[0].floats.at("value_float"), 0.75F);
+  EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, StringsAreCounted) {
+  logger->logKivEvent<std::string>("n", "v", Type::COUNT);
+  logger->logKivEvent("n", std::string("v"), Type::COUNT);
+  logger->flush();
+  EXPECT_THAT(strings("value_string"), ElementsAre("v"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ClientCallsAreCountedStrings) {
+  logger->logKivClientCall("open", "ok");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("client_api_call.open"));
+  EXPECT_THAT(strings("value_string"), ElementsAre("ok"));
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("COUNT"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ClientCallsMeetStringsReportedWithTheCountingMethod) {
+  logger->logKivClientCall("open", "ok");
+  logger->logKivEvent<std::string>("client_api_call.open", "ok", Type::COUNT);
+  logger->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
+}
+
+TEST_F(TelemetryLoggerReportsTest, TextsAreNeverFormats) {
+  const std::string text = "%n%s%d%";
+  logger->logErrorCode(text, text, kError, text);
+  logger->logStreamEvent(kPcm, kObject, text);
+  logger->logKivEvent<std::string>(text, text, Type::COUNT);
+  logger->flush();
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_ERROR, text, text + " - " + text}));
+  EXPECT_THAT(strings("kiv_error_code"), Contains(text));
+  EXPECT_THAT(strings("kiv_event"), Contains(text));
+  EXPECT_THAT(strings("value_string"), Contains(text));
+}
+
+TEST_F(TelemetryLoggerReportsTest, SessionsNeverMerge) {
+  const auto other = makeLogger(Model::BLOCKING, "logger", "t");
+  logger->logErrorCode("code", "api", kError, "class");
+  other->logErrorCode("code", "api", kError, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s", "t"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ABlockingReportIsTakenWhenTheCallReturns) {
+  logger->logErrorCode("code", "api", kError, "class");
+  EXPECT_THAT(log.lines(), SizeIs(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ABlockingLatencyIsTakenWhenTheCallReturns) {
+  // The worker is idle again, so this thread may look into the window in its place.
+  logger->logAudioLatency(kPcm, kObject, milliseconds(10));
+  latencies->flush();
+  EXPECT_THAT(events(), SizeIs(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ANonBlockingReportDoesNotWaitForTheWorker) {
+  const auto non_blocking = makeLogger(Model::NON_BLOCKING);
+  Latch release;
+  runner.postTask([&] { release.wait(); });
+  non_blocking->logErrorCode("code", "api", kError, "class");
+  non_blocking->logAudioLatency(kPcm, kObject, milliseconds(10));
+  EXPECT_THAT(log.lines(), IsEmpty());
+  release.countDown();
+  settle();
+  EXPECT_THAT(log.lines(), SizeIs(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AReportMadeOnTheWorkerIsTakenAtOnce) {
+  size_t lines = 0;
+  ASSERT_TRUE(runner
+                  .postTaskAndWait([&] {
+                    logger->logErrorCode("code", "api", kError, "class");
+                    lines = log.lines().size();
+                  })
+                  .ok());
+  EXPECT_EQ(lines, 1u);
+}
+
+TEST_F(TelemetryLoggerReportsTest, EveryKindCanBeReportedOnTheWorker) {
+  ASSERT_TRUE(runner
+                  .postTaskAndWait([&] {
+                    logger->logStreamEvent(kPcm, kObject, "start");
+                    logger->logAudioLatency(kPcm, kObject, milliseconds(10));
+                    logger->logKivEvent<long long>("n", 1, Type::SUM);
+                    logger->logKivEvent<float>("n", 1, Type::SUM);
+                    logger->logKivClientCall("open", "ok");
+                  })
+                  .ok());
+  logger->flush();
+  EXPECT_THAT(events(), SizeIs(5));
+}
+
+TEST_F(TelemetryLoggerReportsTest, EveryImmediateReportIsSubmittedAtOnce) {
+  const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
+  size_t submitted = 0;
+  const auto expectOneMore = [&] { EXPECT_EQ(events().size(), ++submitted); };
+  immediate->logErrorCode("code", "api", kError, "class");
+  expectOneMore();
+  immediate->logStreamEvent(kPcm, kObject, "start");
+  expectOneMore();
+  immediate->logAudioLatency(kPcm, kObject, milliseconds(10));
+  expectOneMore();
+  immediate->logKivEvent<long long>("n", 1, Type::SUM);
+  expectOneMore();
+  immediate->logKivEvent<float>("n", 1, Type::SUM);
+  expectOneMore();
+  immediate->logKivClientCall("open", "ok");
+  expectOneMore();
+}
+
+TEST_F(TelemetryLoggerReportsTest, EqualImmediateReportsAreEventsOfTheirOwn) {
+  const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
+  immediate->logErrorCode("code", "api", kError, "class");
+  immediate->logErrorCode("code", "api", kError, "class");
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AReportToAStoppedLoggerIsLoggedAndDropped) {
+  logger->stop();
+  logger->logStreamEvent(kPcm, kObject, "start");
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "add: TimedAggregationManager not running! Cannot add."}));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerIsFlushedInVain) {
+  const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
+  immediate->stop();
+  immediate->logStreamEvent(kPcm, kObject, "start");
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "add: TimedAggregationManager not running! Cannot add."},
+                          LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "flush: TimedAggregationManager not running! Cannot flush."}));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AQueuedReportKeepsItsLoggerAlive) {
+  auto owner = makeLogger(Model::NON_BLOCKING);
+  const std::weak_ptr<TelemetryLogger> watch = owner;
+  Latch release;
+  runner.postTask([&] { release.wait(); });
+  owner->logErrorCode("code", "api", kError, "class");
+  owner.reset();
+  EXPECT_FALSE(watch.expired());
+  release.countDown();
+  settle();
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(TelemetryLoggerReportsTest, EveryKindButLatencyKeepsItsLoggerAlive) {
+  const auto owner = makeLogger(Model::NON_BLOCKING);
+  Latch release;
+  runner.postTask([&] { release.wait(); });
+  long owners = owner.use_count();
+  const auto expectOneMoreOwner = [&] { EXPECT_EQ(owner.use_count(), ++owners); };
+  owner->logErrorCode("code", "api", kError, "class");
+  expectOneMoreOwner();
+  owner->logStreamEvent(kPcm, kObject, "start");
+  expectOneMoreOwner();
+  owner->logKivEvent<long long>("n", 1, Type::SUM);
+  expectOneMoreOwner();
+  owner->logKivEvent<float>("n", 1, Type::SUM);
+  expectOneMoreOwner();
+  owner->logKivEvent<std::string>("n", "v", Type::SUM);
+  expectOneMoreOwner();
+  owner->logAudioLatency(kPcm, kObject, milliseconds(10));
+  EXPECT_EQ(owner.use_count(), owners);
+  release.countDown();
+  settle();
+}
+
+TEST_F(TelemetryLoggerReportsTest, AWaitThatIsGivenUpLosesTheReportSilently) {
+  thread = TaskRunnerThread::create(milliseconds(1));
+  runner = TaskRunner(thread);
+  const auto blocking = makeLogger(Model::BLOCKING);
+  Latch release;
+  Latch drained;
+  runner.postTask([&] { release.wait(); });
+  blocking->logErrorCode("code", "api", kError, "class");
+  runner.postTask([&] { drained.countDown(); });
+  release.countDown();
+  drained.wait();
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+using TelemetryLoggerReportsDeathTest = TelemetryLoggerReportsTest;
+
+TEST_F(TelemetryLoggerReportsDeathTest, ReportingThroughALoggerThatNoOneSharesAborts) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
+                          integers, floats, texts, Model::NON_BLOCKING);
+  const auto aborted = KilledBySignal(SIGABRT);
+  EXPECT_EXIT(unowned.logErrorCode("", "", kError, ""), aborted, "");
+  EXPECT_EXIT(unowned.logStreamEvent(kPcm, kObject, ""), aborted, "");
+  EXPECT_EXIT(unowned.logKivEvent<long long>("", 0, Type::SUM), aborted, "");
+  EXPECT_EXIT(unowned.logKivEvent<std::string>("", "", Type::SUM), aborted, "");
+}
+
+TEST_F(TelemetryLoggerReportsTest, LatencyCanBeReportedThroughALoggerThatNoOneShares) {
+  TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
+                          integers, floats, texts, Model::NON_BLOCKING);
+  unowned.logAudioLatency(kPcm, kObject, milliseconds(10));
+  EXPECT_TRUE(unowned.flush());
+  EXPECT_THAT(events(), SizeIs(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, CountsAddUpUnderReportsFromManyThreads) {
+  constexpr int kThreads = 4;
+  constexpr int kReports = 500;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      const auto own = makeLogger(i % 2 == 0 ? Model::NON_BLOCKING : Model::BLOCKING);
+      for (int j = 0; j < kReports; ++j) {
+        own->logKivEvent<long long>("n", 1, Type::SUM);
+        if (j % 100 == 0) own->flush();
+      }
+    });
+  }
+  for (auto& reporting : threads) reporting.join();
+  settle();
+  logger->flush();
+  int64_t total = 0;
+  for (const int64_t count : ints("aggregated_count")) total += count;
+  EXPECT_EQ(total, kThreads * kReports);
+}
+
+}  // namespace
+}  // namespace android::kiv

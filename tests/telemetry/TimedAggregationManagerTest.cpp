@@ -1,0 +1,278 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "FakeClock.h"
+#include "LogCapture.h"
+#include "TestSessions.h"
+#include "kiv/KivErrorCodeAggregator.h"
+#include "kiv/TimedAggregationManager.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv_test::FakeClock;
+using ::kiv_test::kNoTag;
+using ::kiv_test::LogCapture;
+using ::kiv_test::LogLine;
+using ::kiv_test::session;
+using std::chrono::hours;
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+using std::chrono::system_clock;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+/// Records what a manager asks of its aggregator.
+class FakeAggregator : public KivAggregator<KivErrorCodeEvent> {
+ public:
+  void add(const KivErrorCodeEvent& event) override { calls.push_back("add " + event.api); }
+
+  void flush(system_clock::time_point start, system_clock::time_point end) override {
+    calls.emplace_back("flush");
+    windows.emplace_back(start, end);
+  }
+
+  void reset() override { calls.emplace_back("reset"); }
+
+  std::vector<std::string> calls;
+  std::vector<std::pair<system_clock::time_point, system_clock::time_point>> windows;
+};
+
+KivErrorCodeEvent report(const std::string& name) {
+  return {session("s"), name, "", "", KivErrorSeverity::INFO};
+}
+
+class TimedAggregationManagerTest : public testing::Test {
+ protected:
+  /// What was asked of the aggregator since the last look.
+  std::vector<std::string> calls() { return std::exchange(aggregator->calls, {}); }
+
+  FakeClock clock;
+  std::shared_ptr<FakeAggregator> aggregator = std::make_shared<FakeAggregator>();
+  std::optional<TimedAggregationManager<KivErrorCodeEvent>> manager{std::in_place, aggregator,
+                                                                    kAggregationPeriod};
+};
+
+TEST_F(TimedAggregationManagerTest, PeriodIsFiveSeconds) {
+  EXPECT_EQ(kAggregationPeriod, milliseconds(5000));
+}
+
+TEST_F(TimedAggregationManagerTest, IsBornStopped) {
+  EXPECT_FALSE(manager->flush());
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(TimedAggregationManagerTest, StartEmptiesTheAggregator) {
+  manager->start();
+  EXPECT_THAT(calls(), ElementsAre("reset"));
+}
+
+TEST_F(TimedAggregationManagerTest, StartingARunningOneChangesNothing) {
+  manager->start();
+  const auto started = clock.system();
+  clock.advance(milliseconds(100));
+  manager->start();
+  manager->flush();
+  EXPECT_THAT(calls(), ElementsAre("reset", "flush"));
+  EXPECT_EQ(aggregator->windows[0].first, started);
+}
+
+TEST_F(TimedAggregationManagerTest, StartingLogsNothing) {
+  const LogCapture log;
+  manager->start();
+  manager->start();
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(TimedAggregationManagerTest, AddWhileStoppedIsLoggedAndDropped) {
+  const LogCapture log;
+  manager->add(report("a"));
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "add: TimedAggregationManager not running! Cannot add."}));
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(TimedAggregationManagerTest, FlushWhileStoppedIsAnError) {
+  const LogCapture log;
+  EXPECT_FALSE(manager->flush());
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "flush: TimedAggregationManager not running! Cannot flush."}));
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(TimedAggregationManagerTest, StopTwiceIsOnlyADebugMatter) {
+  manager->start();
+  const LogCapture log;
+  EXPECT_TRUE(manager->stop());
+  EXPECT_THAT(log.lines(), IsEmpty());
+  EXPECT_FALSE(manager->stop());
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_DEBUG, kNoTag,
+                                               "stop: TimedAggregationManager not running!"}));
+}
+
+TEST_F(TimedAggregationManagerTest, ReportsExactlyThePeriodApartShareAWindow) {
+  manager->start();
+  manager->add(report("a"));
+  clock.advance(milliseconds(5000));
+  manager->add(report("b"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a", "add b"));
+}
+
+TEST_F(TimedAggregationManagerTest, AReportOneTickAfterThePeriodComesIntoTheNextWindow) {
+  manager->start();
+  manager->add(report("a"));
+  clock.advance(milliseconds(5000));
+  clock.advanceSteady(nanoseconds(1));
+  manager->add(report("b"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
+}
+
+TEST_F(TimedAggregationManagerTest, AReportOneMillisecondAfterThePeriodComesIntoTheNextWindow) {
+  manager->start();
+  manager->add(report("a"));
+  clock.advance(milliseconds(5001));
+  manager->add(report("b"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
+}
+
+TEST_F(TimedAggregationManagerTest, TheAgeIsThatOfTheWindowAndNotOfItsLastReport) {
+  manager->start();
+  for (int i = 0; i < 3; ++i) {
+    clock.advance(milliseconds(2000));
+    manager->add(report("a"));
+  }
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a", "add a", "flush", "add a"));
+}
+
+TEST_F(TimedAggregationManagerTest, ALateReportOpensANewWindowAtItsOwnTime) {
+  manager->start();
+  const auto started = clock.system();
+  clock.advance(milliseconds(60'000));
+  manager->add(report("a"));
+  const auto rolled = clock.system();
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, rolled)));
+  clock.advance(milliseconds(5000));
+  manager->add(report("b"));
+  EXPECT_EQ(aggregator->windows.size(), 1u);
+}
+
+TEST_F(TimedAggregationManagerTest, OneWindowEndsWhereTheNextBegins) {
+  manager->start();
+  const auto first = clock.system();
+  clock.advance(milliseconds(10));
+  manager->flush();
+  const auto second = clock.system();
+  clock.advance(milliseconds(20));
+  manager->flush();
+  const auto third = clock.system();
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(first, second), Pair(second, third)));
+}
+
+TEST_F(TimedAggregationManagerTest, FlushKeepsItRunning) {
+  manager->start();
+  EXPECT_TRUE(manager->flush());
+  EXPECT_TRUE(manager->flush());
+  manager->add(report("a"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "flush", "flush", "add a"));
+}
+
+TEST_F(TimedAggregationManagerTest, FlushRestartsTheAge) {
+  manager->start();
+  clock.advance(milliseconds(4000));
+  manager->flush();
+  clock.advance(milliseconds(4000));
+  manager->add(report("a"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "flush", "add a"));
+}
+
+TEST_F(TimedAggregationManagerTest, StopSubmitsTheOpenWindow) {
+  manager->start();
+  const auto started = clock.system();
+  clock.advance(milliseconds(10));
+  EXPECT_TRUE(manager->stop());
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, clock.system())));
+  EXPECT_FALSE(manager->flush());
+}
+
+TEST_F(TimedAggregationManagerTest, RestartingForgetsWhatWasReportedWhileStopped) {
+  manager->start();
+  manager->stop();
+  manager->add(report("lost"));
+  manager->start();
+  manager->add(report("a"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "flush", "reset", "add a"));
+}
+
+TEST_F(TimedAggregationManagerTest, RestartingOpensAWindowAtTheTimeOfTheStart) {
+  manager->start();
+  manager->stop();
+  clock.advance(milliseconds(60'000));
+  manager->start();
+  const auto started = clock.system();
+  clock.advance(milliseconds(1));
+  manager->flush();
+  EXPECT_EQ(aggregator->windows.back().first, started);
+}
+
+TEST_F(TimedAggregationManagerTest, DestroyingARunningOneSubmitsItsWindow) {
+  manager->start();
+  const auto started = clock.system();
+  clock.advance(milliseconds(10));
+  manager.reset();
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, clock.system())));
+}
+
+TEST_F(TimedAggregationManagerTest, DestroyingAStoppedOneSubmitsNothing) {
+  const LogCapture log;
+  manager.reset();
+  EXPECT_THAT(calls(), IsEmpty());
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(TimedAggregationManagerTest, DestroyingItReleasesTheAggregator) {
+  manager.reset();
+  EXPECT_EQ(aggregator.use_count(), 1);
+}
+
+TEST_F(TimedAggregationManagerTest, AJumpOfTheWallClockClosesNoWindowButShows) {
+  manager->start();
+  const auto started = clock.system();
+  clock.setSystem(started + hours(24));
+  manager->add(report("a"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a"));
+  manager->flush();
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, started + hours(24))));
+}
+
+TEST_F(TimedAggregationManagerTest, AWallClockSetBackIsReportedAsItIs) {
+  manager->start();
+  const auto started = clock.system();
+  clock.setSystem(started - hours(1));
+  clock.advanceSteady(milliseconds(5001));
+  manager->add(report("a"));
+  EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, started - hours(1))));
+}
+
+TEST_F(TimedAggregationManagerTest, ARolloverNeverLooksLikeAStop) {
+  manager->start();
+  std::atomic<bool> rolling{true};
+  // What constructors of other loggers do meanwhile.
+  std::thread other([&] {
+    while (rolling) manager->start();
+  });
+  for (int i = 0; i < 20'000; ++i) manager->flush();
+  rolling = false;
+  other.join();
+  EXPECT_EQ(std::count(aggregator->calls.begin(), aggregator->calls.end(), "reset"), 1);
+}
+
+}  // namespace
+}  // namespace android::kiv
