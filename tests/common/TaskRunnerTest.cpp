@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "Latch.h"
+#include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
 
 namespace android::kiv {
 namespace {
 
 using ::kiv_test::Latch;
+using ::kiv_test::WorkerHold;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 
@@ -183,13 +185,12 @@ TEST_F(TaskRunnerTest, WaitsToTheEndOfATaskThatHasStarted) {
 TEST_F(TaskRunnerTest, WithdrawsAWaitedTaskThatDidNotStartInTime) {
   const auto hasty_thread = TaskRunnerThread::create(kShort);
   TaskRunner hasty(hasty_thread);
-  Latch release;
-  hasty.postTask([&] { release.wait(); });
+  WorkerHold hold(hasty);
   bool ran = false;
   EXPECT_EQ(hasty.postTaskAndWait([&] { ran = true; }).code(), android::TIMED_OUT);
   Latch drained;
   hasty.postTask([&] { drained.countDown(); });
-  release.countDown();
+  hold.release();
   drained.wait();
   EXPECT_FALSE(ran);
 }
@@ -197,22 +198,18 @@ TEST_F(TaskRunnerTest, WithdrawsAWaitedTaskThatDidNotStartInTime) {
 TEST_F(TaskRunnerTest, ReleasesAWithdrawnTaskBeforeTheWaitReturns) {
   const auto hasty_thread = TaskRunnerThread::create(kShort);
   TaskRunner hasty(hasty_thread);
-  Latch release;
-  hasty.postTask([&] { release.wait(); });
+  WorkerHold hold(hasty);
   auto captured = std::make_shared<int>(1);
   const std::weak_ptr<int> watch = captured;
   EXPECT_FALSE(hasty.postTaskAndWait([captured = std::move(captured)] {}).ok());
   EXPECT_TRUE(watch.expired());
-  release.countDown();
 }
 
 TEST_F(TaskRunnerTest, ATimedOutWaitHasNoValue) {
   const auto hasty_thread = TaskRunnerThread::create(kShort);
   TaskRunner hasty(hasty_thread);
-  Latch release;
-  hasty.postTask([&] { release.wait(); });
+  WorkerHold hold(hasty);
   EXPECT_EQ(hasty.postTaskAndWait<bool>([] { return true; }).status().code(), android::TIMED_OUT);
-  release.countDown();
 }
 
 TEST_F(TaskRunnerTest, AWithdrawalAsTheTaskStartsIsEitherRunOrTimedOut) {
@@ -254,12 +251,11 @@ TEST_F(TaskRunnerTest, MemberFormCallsTheMemberWithItsArguments) {
 
 TEST_F(TaskRunnerTest, MemberFormCopiesItsArguments) {
   const auto recipient = std::make_shared<Recipient>();
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   std::string text = "before";
   runner.postTask(&Recipient::take, recipient, text, 1);
   text = "after";
-  release.countDown();
+  hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
   EXPECT_EQ(recipient->text_, "before");
 }
@@ -267,22 +263,20 @@ TEST_F(TaskRunnerTest, MemberFormCopiesItsArguments) {
 TEST_F(TaskRunnerTest, MemberFormKeepsTheObjectAliveUntilTheTaskHasRun) {
   auto recipient = std::make_shared<Recipient>();
   const std::weak_ptr<Recipient> watch = recipient;
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   runner.postTask(&Recipient::take, std::move(recipient), "open", 1);
   EXPECT_FALSE(watch.expired());
-  release.countDown();
+  hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
   EXPECT_TRUE(watch.expired());
 }
 
 TEST_F(TaskRunnerTest, FlagFormDoesNotShareInOwningTheObject) {
   const auto recipient = std::make_shared<Recipient>();
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   runner.postTask(false, &Recipient::take, recipient.get(), "open", 5);
   EXPECT_EQ(recipient.use_count(), 1);
-  release.countDown();
+  hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
   EXPECT_EQ(recipient->number_, 5);
 }

@@ -8,23 +8,24 @@
 #include <vector>
 
 #include "Latch.h"
+#include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
 
 namespace android::kiv {
 namespace {
 
 using ::kiv_test::Latch;
+using ::kiv_test::WorkerHold;
 
 constexpr std::chrono::milliseconds kLong{60000};
 
 TEST(TaskRunnerThreadTeardown, RunsWhatIsQueuedBeforeItReturns) {
   auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
-  Latch release;
   int ran = 0;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   for (int i = 0; i < 10; ++i) runner.postTask([&] { ++ran; });
-  release.countDown();
+  hold.release();
   thread.reset();
   EXPECT_EQ(ran, 10);
 }

@@ -8,6 +8,7 @@
 #include "Latch.h"
 #include "LogCapture.h"
 #include "LoggerRig.h"
+#include "WorkerHold.h"
 
 namespace android::kiv {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 using ::kiv_test::Latch;
 using ::kiv_test::LogCapture;
 using ::kiv_test::session;
+using ::kiv_test::WorkerHold;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::KilledBySignal;
@@ -206,14 +208,12 @@ TEST_F(TelemetryLoggerLifecycleTest, LifecycleFailsWhenTheWorkerDoesNotGetToIt) 
   thread = TaskRunnerThread::create(std::chrono::milliseconds(1));
   runner = TaskRunner(thread);
   const auto logger = makeLogger(Model::NON_BLOCKING);
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   const LogCapture log;
   EXPECT_FALSE(logger->start());
   EXPECT_FALSE(logger->flush());
   EXPECT_FALSE(logger->stop());
   EXPECT_THAT(log.lines(), IsEmpty());
-  release.countDown();
 }
 
 class CountingFlushes : public TelemetryLogger {
@@ -237,15 +237,14 @@ TEST_F(TelemetryLoggerLifecycleTest, ThePostedFlushIsTheOverriddenOne) {
 TEST_F(TelemetryLoggerLifecycleTest, LastReferenceDroppedByTheWorkerEndsEverythingQuietly) {
   auto logger = makeLogger(Model::NON_BLOCKING);
   const std::weak_ptr<TelemetryLogger> watch = logger;
-  Latch release;
   Latch released;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   logger->logErrorCode("last words", "api", KivErrorSeverity::INFO, "class");
   runner.postTask([&] { released.countDown(); });
   logger.reset();
   thread.reset();
   EXPECT_FALSE(watch.expired());
-  release.countDown();
+  hold.release();
   released.wait();
   EXPECT_TRUE(watch.expired());
   error_codes->flush();

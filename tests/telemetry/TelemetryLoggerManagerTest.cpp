@@ -9,6 +9,7 @@
 #include "LogCapture.h"
 #include "RecorderTest.h"
 #include "TestSessions.h"
+#include "WorkerHold.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace android::kiv {
@@ -32,6 +33,7 @@ using ::kiv_test::LogCapture;
 using ::kiv_test::LogLine;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::WorkerHold;
 using testing::ElementsAre;
 using testing::SizeIs;
 
@@ -97,10 +99,9 @@ TEST_F(TelemetryLoggerManagerTest, TheDefaultLoggerReportsUnderTheRootSession) {
 
 TEST_F(TelemetryLoggerManagerTest, TheDefaultLoggerDoesNotBlock) {
   TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   defaultLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
-  release.countDown();
+  hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
   defaultLogger()->flush();
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
@@ -181,10 +182,9 @@ TEST_F(TelemetryEnvTest, HandsOutAGivenLogger) {
 TEST_F(TelemetryEnvTest, LoggersDoNotBlock) {
   const TelemetryEnv env("Mixer");
   TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   env.getLogger()->logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
-  release.countDown();
+  hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
 }
 

@@ -9,6 +9,7 @@
 #include "Latch.h"
 #include "LogCapture.h"
 #include "LoggerRig.h"
+#include "WorkerHold.h"
 
 namespace android::kiv {
 namespace {
@@ -21,6 +22,7 @@ using ::kiv_test::Latch;
 using ::kiv_test::LogCapture;
 using ::kiv_test::LogLine;
 using ::kiv_test::session;
+using ::kiv_test::WorkerHold;
 using std::chrono::milliseconds;
 using testing::Contains;
 using testing::ElementsAre;
@@ -261,12 +263,11 @@ TEST_F(TelemetryLoggerReportsTest, ABlockingLatencyIsTakenWhenTheCallReturns) {
 
 TEST_F(TelemetryLoggerReportsTest, ANonBlockingReportDoesNotWaitForTheWorker) {
   const auto non_blocking = makeLogger(Model::NON_BLOCKING);
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   non_blocking->logErrorCode("code", "api", kError, "class");
   non_blocking->logAudioLatency(kPcm, kObject, milliseconds(10));
   EXPECT_THAT(log.lines(), IsEmpty());
-  release.countDown();
+  hold.release();
   settle();
   EXPECT_THAT(log.lines(), SizeIs(1));
 }
@@ -343,20 +344,18 @@ TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerIsFlushedInV
 TEST_F(TelemetryLoggerReportsTest, AQueuedReportKeepsItsLoggerAlive) {
   auto owner = makeLogger(Model::NON_BLOCKING);
   const std::weak_ptr<TelemetryLogger> watch = owner;
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   owner->logErrorCode("code", "api", kError, "class");
   owner.reset();
   EXPECT_FALSE(watch.expired());
-  release.countDown();
+  hold.release();
   settle();
   EXPECT_TRUE(watch.expired());
 }
 
 TEST_F(TelemetryLoggerReportsTest, EveryKindButLatencyKeepsItsLoggerAlive) {
   const auto owner = makeLogger(Model::NON_BLOCKING);
-  Latch release;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   long owners = owner.use_count();
   const auto expectOneMoreOwner = [&] { EXPECT_EQ(owner.use_count(), ++owners); };
   owner->logErrorCode("code", "api", kError, "class");
@@ -371,7 +370,7 @@ TEST_F(TelemetryLoggerReportsTest, EveryKindButLatencyKeepsItsLoggerAlive) {
   expectOneMoreOwner();
   owner->logAudioLatency(kPcm, kObject, milliseconds(10));
   EXPECT_EQ(owner.use_count(), owners);
-  release.countDown();
+  hold.release();
   settle();
 }
 
@@ -379,12 +378,11 @@ TEST_F(TelemetryLoggerReportsTest, AWaitThatIsGivenUpLosesTheReportSilently) {
   thread = TaskRunnerThread::create(milliseconds(1));
   runner = TaskRunner(thread);
   const auto blocking = makeLogger(Model::BLOCKING);
-  Latch release;
   Latch drained;
-  runner.postTask([&] { release.wait(); });
+  WorkerHold hold(runner);
   blocking->logErrorCode("code", "api", kError, "class");
   runner.postTask([&] { drained.countDown(); });
-  release.countDown();
+  hold.release();
   drained.wait();
   EXPECT_THAT(log.lines(), IsEmpty());
 }

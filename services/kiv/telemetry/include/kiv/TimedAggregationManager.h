@@ -56,10 +56,10 @@ class KIV_EXPORT TimedAggregationManager {
     std::chrono::system_clock::time_point started_system;
   };
 
-  static Window openWindow();
+  KIV_HIDDEN static Window openWindow();
 
   /// Opens the next window and submits the one before it. Only while running.
-  void rollOver();
+  KIV_HIDDEN void rollOver();
 
   std::shared_ptr<KivAggregator<Event>> aggregator_;
   std::chrono::milliseconds aggregation_period_;

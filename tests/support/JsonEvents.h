@@ -1,0 +1,22 @@
+/// Events as the JSON-lines module wrote them.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "RunProgram.h"
+
+namespace kiv_test {
+
+/// Every line of the file, which must all be whole.
+inline std::vector<nlohmann::json> readEvents(const std::string& path) {
+  std::vector<nlohmann::json> events;
+  std::istringstream lines(readFile(path));
+  std::string line;
+  while (std::getline(lines, line)) events.push_back(nlohmann::json::parse(line));
+  return events;
+}
+
+}  // namespace kiv_test

@@ -1,0 +1,10 @@
+#include "DerivedLoggers.h"
+#include "NotingLogger.h"
+
+namespace derived_client {
+
+std::shared_ptr<android::kiv::TelemetryLogger> makeLoggerWithoutRtti(Seen& seen) {
+  return std::make_shared<NotingLogger>(seen);
+}
+
+}  // namespace derived_client

@@ -1,0 +1,140 @@
+// Reports, then ends the process in the way that its argument names.
+#include <android/log.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kiv/TelemetryLogger.h"
+
+namespace {
+
+using android::kiv::KivErrorSeverity;
+using android::kiv::NumericAggregationType;
+using android::kiv::TelemetryEnv;
+using android::kiv::TelemetryLogger;
+using android::kiv::TelemetrySubmissionModel;
+
+void report(TelemetryLogger& logger, const std::string& name, int times) {
+  for (int i = 0; i < times; ++i) {
+    logger.logKivEvent<long long>(name, 1, NumericAggregationType::SUM);
+  }
+}
+
+/// A client's object that reports until its very end.
+struct LateReporter {
+  ~LateReporter() {
+    if (telemetry.has_value()) report(*telemetry->getLogger(), "from a destructor", 3);
+  }
+
+  std::optional<TelemetryEnv> telemetry;
+};
+
+// Constructed before anything of telemetry is, so destroyed after what main() constructs.
+LateReporter early_object;
+
+void returnFromMain() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before return", 100);
+}
+
+void reportEveryKind() {
+  const TelemetryEnv telemetry("Main");
+  TelemetryLogger& logger = *telemetry.getLogger();
+  const android::kiv::KivPcmInfoExt pcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
+  logger.logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
+  logger.logStreamEvent(pcm, kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT, "start");
+  logger.logAudioLatency(pcm, kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT,
+                         std::chrono::milliseconds(1));
+  logger.logKivEvent<long long>("integer", 1, NumericAggregationType::SUM);
+  logger.logKivEvent<float>("float", 1.0F, NumericAggregationType::SUM);
+  logger.logKivEvent<std::string>("text", "", NumericAggregationType::COUNT);
+}
+
+void joinThreads() {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      const TelemetryEnv telemetry("Thread");
+      report(*telemetry.getLogger(), "before return", 25);
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+void reportFromEarlyObject() { early_object.telemetry.emplace("Early"); }
+
+void reportFromLateObject() {
+  static LateReporter late_object;
+  late_object.telemetry.emplace("Late");
+}
+
+void leakLogger() {
+  auto* const leaked = new TelemetryEnv("Leaked");
+  report(*leaked->getLogger(), "before return", 10);
+}
+
+[[noreturn]] void exitWhileReportsFlow() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before exit", 100);
+  for (int i = 0; i < 2; ++i) {
+    std::thread([] {
+      const TelemetryEnv flowing("Flowing");
+      for (;;) report(*flowing.getLogger(), "flowing", 1);
+    }).detach();
+  }
+  std::thread([] { std::exit(0); }).join();
+  std::abort();
+}
+
+void exitWithoutTelemetry() {}
+
+void exitSwitchedOff() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before return", 10);
+  android::kiv::disableTelemetryForTesting();
+}
+
+void exitWithImmediateLogger() {
+  static const auto logger =
+      std::make_shared<TelemetryLogger>(android::kiv::KivSessionId(nullptr), "Immediate",
+                                        TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+  report(*logger, "immediate", 2);
+}
+
+void stopAndExit() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before stop", 5);
+  telemetry.getLogger()->stop();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::map<std::string, void (*)()> ways = {
+      {"return", returnFromMain},
+      {"every-kind", reportEveryKind},
+      {"join", joinThreads},
+      {"early-object", reportFromEarlyObject},
+      {"late-object", reportFromLateObject},
+      {"leak", leakLogger},
+      {"exit-while-flowing", exitWhileReportsFlow},
+      {"nothing", exitWithoutTelemetry},
+      {"switched-off", exitSwitchedOff},
+      {"immediate", exitWithImmediateLogger},
+      {"stop", stopAndExit},
+  };
+  const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
+  if (way == ways.end()) {
+    std::fprintf(stderr, "usage: %s WAY\n", argv[0]);
+    return 2;
+  }
+  __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+  way->second();
+  return 0;
+}

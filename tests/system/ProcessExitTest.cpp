@@ -1,0 +1,133 @@
+// What a process leaves behind when it ends, with the real module loaded by the real library.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "JsonEvents.h"
+#include "RunProgram.h"
+
+namespace {
+
+using kiv_test::ProgramResult;
+using kiv_test::readEvents;
+using kiv_test::runProgram;
+using kiv_test::TemporaryDirectory;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+/// How often what depends on the order of threads is tried.
+constexpr int kTries = 20;
+
+class ProcessExitTest : public testing::Test {
+ protected:
+  /// Ends a process in the given way, which must go well.
+  void endProcess(const std::string& way) {
+    std::remove(events_file.c_str());
+    const ProgramResult result =
+        runProgram({EXIT_PROGRAM, way},
+                   {{"LD_LIBRARY_PATH", JSONL_MODULE_DIR}, {"TAMSA_JSONL_PATH", events_file}});
+    EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
+  }
+
+  /// The counts of the events with this name, added up.
+  int64_t reported(const std::string& name) const {
+    int64_t total = 0;
+    for (const auto& event : readEvents(events_file)) {
+      if (event.value("kiv_event_name", "") == name) {
+        total += event["aggregated_count"].get<int64_t>();
+      }
+    }
+    return total;
+  }
+
+  TemporaryDirectory directory;
+  const std::string events_file = directory.file("events.jsonl");
+};
+
+TEST_F(ProcessExitTest, WithoutTelemetryLeavesNothing) {
+  endProcess("nothing");
+  EXPECT_THAT(readEvents(events_file), IsEmpty());
+}
+
+TEST_F(ProcessExitTest, ReturningFromMainLosesNoReport) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("return");
+    ASSERT_EQ(reported("before return"), 100);
+  }
+}
+
+TEST_F(ProcessExitTest, ReportsOfJoinedThreadsAreNotLost) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("join");
+    ASSERT_EQ(reported("before return"), 100);
+  }
+}
+
+TEST_F(ProcessExitTest, WindowsAreSubmittedFromTheLastKindToTheFirst) {
+  endProcess("every-kind");
+  std::vector<std::string> names;
+  for (const auto& event : readEvents(events_file)) {
+    names.push_back(event.value("kiv_event_name", event["event"].get<std::string>()));
+  }
+  EXPECT_THAT(names, ElementsAre("text", "float", "integer", "", "wexo_kiv_stream_event",
+                                 "wexo_kiv_error_code"));
+}
+
+TEST_F(ProcessExitTest, AnObjectOlderThanTheManagerMayReportFromItsDestructor) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("early-object");
+    ASSERT_EQ(reported("from a destructor"), 3);
+  }
+}
+
+TEST_F(ProcessExitTest, AnObjectYoungerThanTheManagerMayReportFromItsDestructor) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("late-object");
+    ASSERT_EQ(reported("from a destructor"), 3);
+  }
+}
+
+TEST_F(ProcessExitTest, ALeakedLoggerHarmsNobody) {
+  for (int i = 0; i < kTries; ++i) endProcess("leak");
+}
+
+TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
+  for (int i = 0; i < kTries; ++i) endProcess("exit-while-flowing");
+}
+
+TEST_F(ProcessExitTest, SwitchedOffLeavesNothing) {
+  endProcess("switched-off");
+  EXPECT_THAT(readEvents(events_file), IsEmpty());
+}
+
+TEST_F(ProcessExitTest, ImmediateReportsAreThereBeforeTheEnd) {
+  endProcess("immediate");
+  EXPECT_EQ(reported("immediate"), 2);
+}
+
+TEST_F(ProcessExitTest, WhatWasSubmittedByStopIsNotSubmittedAgain) {
+  endProcess("stop");
+  EXPECT_EQ(reported("before stop"), 5);
+  EXPECT_THAT(readEvents(events_file), SizeIs(1));
+}
+
+TEST(AbsentModule, OnlyTheLoaderSaysSoAndOnlyOnce) {
+  const ProgramResult result = runProgram({EXIT_PROGRAM, "return"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("TAMSA loading module 'libtamsa.nebrik.so'"));
+  EXPECT_THAT(result.err, HasSubstr("TAMSA module 'libtamsa.nebrik.so' not found"));
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
+}
+
+TEST(AbsentModule, HarmsNoKindOfReport) {
+  const ProgramResult result = runProgram({EXIT_PROGRAM, "every-kind"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_THAT(result.err, Not(HasSubstr("Failed to report")));
+}
+
+}  // namespace
