@@ -58,13 +58,13 @@ TEST(KivStatusOr, HoldsTheValueOfASuccess) {
 }
 
 TEST(KivStatusOr, CarriesAFailureWithoutValue) {
-  const KivStatusOr<int> result(KivStatus(android::DEAD_OBJECT));
+  const KivStatusOr<int> result{KivStatus(android::DEAD_OBJECT)};
   EXPECT_FALSE(result.ok());
   EXPECT_EQ(result.status().code(), android::DEAD_OBJECT);
 }
 
 TEST(KivStatusOrDeathTest, AbortsWhenAskedForTheValueOfAFailure) {
-  const KivStatusOr<int> result(KivStatus(android::TIMED_OUT));
+  const KivStatusOr<int> result{KivStatus(android::TIMED_OUT)};
   EXPECT_EXIT(static_cast<void>(result.value()), testing::KilledBySignal(SIGABRT),
               "Value is not set\\. status=TIMED_OUT");
 }
