@@ -1,6 +1,8 @@
 // How a worker ends: from outside, from one of its own tasks, under posts, and at process exit.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -162,6 +164,46 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
 TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "last task ran");
+}
+
+/// Runs `body` in a forked process, which it ends with `exit()`. True if it said so and ended well.
+template <typename Body>
+bool succeedsInFork(Body body) {
+  const pid_t child = fork();
+  if (child == 0) std::exit(body() ? 0 : 1);
+  int status = 0;
+  return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+TEST(TaskRunnerFork, EveryCallReturnsInAChildWithoutTheWorker) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
+  EXPECT_TRUE(succeedsInFork([&] {
+    runner.postTask([] {});
+    const bool refused = runner.postTaskAndWait([] {}).code() == android::DEAD_OBJECT;
+    thread.reset();
+    return refused;
+  }));
+}
+
+TEST(TaskRunnerFork, AChildForkedWhileTheQueueIsBusyExits) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  std::atomic<bool> over{false};
+  std::thread poster([&] {
+    while (!over) runner.postTask([] {});
+  });
+  for (int i = 0; i < 50; ++i) EXPECT_TRUE(succeedsInFork([] { return true; }));
+  over = true;
+  poster.join();
+}
+
+TEST(TaskRunnerFork, TheParentGoesOn) {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  EXPECT_TRUE(succeedsInFork([] { return true; }));
+  EXPECT_TRUE(runner.postTaskAndWait([] {}).ok());
 }
 
 }  // namespace

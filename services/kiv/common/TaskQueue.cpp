@@ -1,5 +1,7 @@
 #include "TaskQueue.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -13,7 +15,20 @@ thread_local const TaskQueue* running_queue = nullptr;
 /// to mean "no limit".
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
+/// How many forks lie between this process and the one that loaded the library. Written only in a
+/// fresh child, which has one thread.
+unsigned fork_generation = 0;
+
+unsigned watchForks() {
+  static const int watching = pthread_atfork(nullptr, nullptr, [] { ++fork_generation; });
+  static_cast<void>(watching);
+  return fork_generation;
+}
+
 }  // namespace
+
+TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
+    : start_limit_(start_limit), fork_generation_(watchForks()) {}
 
 void TaskQueue::post(std::function<void()> task) {
   Tasks one;
@@ -51,6 +66,7 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
 }
 
 bool TaskQueue::append(Tasks& task) {
+  if (!hasWorker()) return false;
   {
     std::lock_guard lock(mutex_);
     if (closed_) return false;
@@ -61,6 +77,7 @@ bool TaskQueue::append(Tasks& task) {
 }
 
 void TaskQueue::close() {
+  if (!hasWorker()) return;
   {
     std::lock_guard lock(mutex_);
     closed_ = true;
@@ -69,6 +86,7 @@ void TaskQueue::close() {
 }
 
 void TaskQueue::runPending() {
+  if (!hasWorker()) return;
   if (isRunningOnCurrentThread()) {
     std::unique_lock lock(mutex_);
     for (size_t pending = tasks_.size(); pending > 0 && !tasks_.empty(); --pending) runNext(lock);
@@ -110,5 +128,7 @@ void TaskQueue::runNext(std::unique_lock<std::mutex>& lock) {
 }
 
 bool TaskQueue::isRunningOnCurrentThread() const { return running_queue == this; }
+
+bool TaskQueue::hasWorker() const { return fork_generation_ == fork_generation; }
 
 }  // namespace android::kiv::internal

@@ -13,10 +13,11 @@
 namespace android::kiv::internal {
 
 /// Shared by the thread's owner, its worker and all handles. Every operation may be called from any
-/// thread unless it says otherwise.
+/// thread unless it says otherwise. In a process forked from the one that made it, where there is
+/// no worker, a queue takes no tasks and is waited for by nobody.
 class TaskQueue {
  public:
-  explicit TaskQueue(std::chrono::milliseconds start_limit) : start_limit_(start_limit) {}
+  explicit TaskQueue(std::chrono::milliseconds start_limit);
 
   /// Appends a task; drops it when the queue is closed.
   void post(std::function<void()> task);
@@ -35,6 +36,9 @@ class TaskQueue {
 
   /// True on the thread that is inside `run()`.
   bool isRunningOnCurrentThread() const;
+
+  /// False in a forked process. What the worker held at that moment stays locked there for ever.
+  bool hasWorker() const;
 
  private:
   /// Stands on the stack of a waiting caller; its fields are guarded by mutex_.
@@ -62,6 +66,7 @@ class TaskQueue {
   void runNext(std::unique_lock<std::mutex>& lock);
 
   const std::chrono::milliseconds start_limit_;
+  const unsigned fork_generation_;
 
   std::mutex mutex_;
   std::condition_variable posted_or_closed_;

@@ -1,5 +1,7 @@
 #include "kiv/TaskRunner.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
@@ -46,6 +48,12 @@ class LiveQueues {
     // Registered with the first thread, so after the exit handlers of every library that was loaded
     // by then: what is still queued runs before the objects that it needs are destroyed.
     std::atexit([] { getInstance().runPending(); });
+    // A forked process has none of these workers, and must not find the list locked.
+    pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
+                   [] {
+                     getInstance().queues_.clear();
+                     getInstance().mutex_.unlock();
+                   });
   }
 
   std::mutex mutex_;
@@ -67,7 +75,8 @@ TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds start_limit)
 
 TaskRunnerThread::~TaskRunnerThread() {
   queue_->close();
-  if (queue_->isRunningOnCurrentThread()) {
+  // A worker cannot join itself, and a forked process has no worker to join.
+  if (queue_->isRunningOnCurrentThread() || !queue_->hasWorker()) {
     worker_.detach();
   } else {
     worker_.join();
