@@ -76,6 +76,7 @@ std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::getTelemetryLoggerInsta
   return telemetry_logger_;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::createLogger(std::string name,
                                                                       KivSessionId session_id,
                                                                       bool blocking) {

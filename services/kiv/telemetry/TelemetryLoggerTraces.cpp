@@ -8,6 +8,7 @@ KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& name) {
   return kiv_beginTraceSection(logger_name_, name);
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& kiv_class,
                                                     const std::string& name) {
   return {name, internal::steadyNow(), kiv_class};

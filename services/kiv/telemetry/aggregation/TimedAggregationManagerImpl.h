@@ -34,8 +34,8 @@ void TimedAggregationManager<Event>::add(const Event& event) {
                         "%s: TimedAggregationManager not running! Cannot add.", "add");
     return;
   }
-  const auto age = internal::steadyNow() - window_->started_steady;
-  if (std::chrono::nanoseconds(aggregation_period_) < age) rollOver();
+  const std::chrono::nanoseconds age = internal::steadyNow() - window_->started_steady;
+  if (aggregation_period_ < age) rollOver();
   aggregator_->add(event);
 }
 

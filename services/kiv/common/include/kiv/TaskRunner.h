@@ -35,6 +35,8 @@ class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunn
   /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
   /// starts; it does not bound how long a task runs.
   static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) {
+    // In two allocations: handles hold weak references, which would keep a joint one alive.
+    // NOLINTNEXTLINE(modernize-make-shared)
     return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
   }
 

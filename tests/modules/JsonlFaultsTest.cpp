@@ -1,0 +1,201 @@
+// What the module makes of failures that a test cannot get from a healthy system: this program
+// stands between the module and the functions that fail.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "JsonlFixture.h"
+
+namespace {
+
+// What the next call does instead of its work.
+ssize_t (*next_write)(int, const void*, size_t) = nullptr;
+int next_flock_error = 0;
+int next_close_error = 0;
+bool is_out_of_memory = false;
+
+ssize_t writeForReal(int file, const void* data, size_t size) {
+  return syscall(SYS_write, file, data, size);
+}
+
+int fail(int error) {
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) ssize_t write(int file, const void* data, size_t size) {
+  const auto call = std::exchange(next_write, nullptr);
+  return call != nullptr ? call(file, data, size) : writeForReal(file, data, size);
+}
+
+__attribute__((visibility("default"))) int flock(int file, int operation) noexcept {
+  const int error = std::exchange(next_flock_error, 0);
+  return error != 0 ? fail(error) : static_cast<int>(syscall(SYS_flock, file, operation));
+}
+
+__attribute__((visibility("default"))) int close(int file) {
+  const int error = std::exchange(next_close_error, 0);
+  const auto result = static_cast<int>(syscall(SYS_close, file));
+  return error != 0 ? fail(error) : result;
+}
+
+}  // extern "C"
+
+// Not inlined: where only one of a pair is, the compiler takes them for a mismatch.
+__attribute__((noinline)) void* operator new(size_t size) {
+  void* const memory = is_out_of_memory ? nullptr : std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
+
+__attribute__((noinline)) void operator delete(void* memory, size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+namespace kiv_test {
+namespace {
+
+class JsonlFaults : public JsonlTest {
+ protected:
+  JsonlFaults() { shared_path = path_.c_str(); }
+
+  /// Whether the lock of the test's file is free. May be called from within a call of the module.
+  static bool isUnlocked() {
+    const int file = open(shared_path, O_WRONLY | O_CLOEXEC);
+    const bool unlocked = flock(file, LOCK_EX | LOCK_NB) == 0;
+    close(file);
+    return unlocked;
+  }
+
+  static inline const char* shared_path = nullptr;
+  static inline bool was_locked = false;
+  static inline pid_t forked = -1;
+  static inline int until_closed[2];
+};
+
+TEST_F(JsonlFaults, AnInterruptedWriteIsRepeated) {
+  const auto handler = createHandler();
+  next_write = [](int, const void*, size_t) -> ssize_t { return fail(EINTR); };
+  EXPECT_TRUE(report(*handler, "e"));
+  EXPECT_EQ(contents(), line("e"));
+}
+
+TEST_F(JsonlFaults, AShortWriteToAStreamIsFinished) {
+  setDestination("-");
+  const auto handler = createHandler();
+  bool accepted = false;
+  std::string output;
+  {
+    const StandardOutputPipe pipe(O_CLOEXEC);
+    next_write = [](int file, const void* data, size_t) { return writeForReal(file, data, 3); };
+    accepted = report(*handler, "e");
+    output = pipe.read();
+  }
+  EXPECT_TRUE(accepted);
+  EXPECT_EQ(output, line("e"));
+}
+
+TEST_F(JsonlFaults, AFileIsLockedWhileItIsWritten) {
+  const auto handler = createHandler();
+  next_write = [](int file, const void* data, size_t size) {
+    was_locked = !isUnlocked();
+    return writeForReal(file, data, size);
+  };
+  EXPECT_TRUE(report(*handler, "e"));
+  EXPECT_TRUE(was_locked);
+  EXPECT_TRUE(isUnlocked());
+}
+
+TEST_F(JsonlFaults, AnInterruptedLockIsRepeated) {
+  const auto handler = createHandler();
+  next_flock_error = EINTR;
+  next_write = [](int file, const void* data, size_t size) {
+    was_locked = !isUnlocked();
+    return writeForReal(file, data, size);
+  };
+  EXPECT_TRUE(report(*handler, "e"));
+  EXPECT_TRUE(was_locked);
+}
+
+TEST_F(JsonlFaults, AFileSystemWithoutLocksTakesLinesAllTheSame) {
+  const auto handler = createHandler();
+  next_flock_error = ENOLCK;
+  EXPECT_TRUE(report(*handler, "e"));
+  EXPECT_EQ(contents(), line("e"));
+}
+
+TEST_F(JsonlFaults, AChildForkedMeanwhileDoesNotKeepTheLock) {
+  const auto handler = createHandler();
+  ASSERT_EQ(pipe2(until_closed, O_CLOEXEC), 0);
+  next_write = [](int file, const void* data, size_t size) {
+    forked = fork();
+    if (forked == 0) {
+      close(until_closed[1]);
+      char nothing = 0;
+      _exit(read(until_closed[0], &nothing, 1) == 0 ? 0 : 1);
+    }
+    return writeForReal(file, data, size);
+  };
+  EXPECT_TRUE(report(*handler, "e"));
+  EXPECT_TRUE(isUnlocked());
+  close(until_closed[0]);
+  close(until_closed[1]);
+  int status = -1;
+  EXPECT_EQ(waitpid(forked, &status, 0), forked);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(JsonlFaults, AFailureThatOnlyTheCloseTellsIsAnswered) {
+  const auto handler = createHandler();
+  next_close_error = EIO;
+  EXPECT_FALSE(report(*handler, "e"));
+}
+
+TEST_F(JsonlFaults, AnEventThatLostAFieldForWantOfMemoryIsRefused) {
+  const auto handler = createHandler();
+  const auto event = createEvent(*handler, "e");
+  is_out_of_memory = true;
+  event->setStringField("lost", "");
+  is_out_of_memory = false;
+  EXPECT_FALSE(handler->reportEvent(event.get(), 1));
+  EXPECT_TRUE(report(*handler, "other"));
+  EXPECT_EQ(contents(), line("other"));
+}
+
+TEST_F(JsonlFaults, AReportWithoutMemoryIsRefused) {
+  const auto handler = createHandler();
+  const auto event = createEvent(*handler, "e");
+  is_out_of_memory = true;
+  const bool accepted = handler->reportEvent(event.get(), 1);
+  is_out_of_memory = false;
+  EXPECT_FALSE(accepted);
+  EXPECT_TRUE(handler->reportEvent(event.get(), 1));
+  EXPECT_EQ(contents(), line("e"));
+}
+
+TEST_F(JsonlFaults, WithoutMemoryThereAreNeitherHandlersNorEvents) {
+  const auto handler = createHandler();
+  is_out_of_memory = true;
+  void* const no_handler = module_.createTelemetryHandler(9);
+  void* const no_event = handler->createEvent("e");
+  is_out_of_memory = false;
+  EXPECT_EQ(no_handler, nullptr);
+  EXPECT_EQ(no_event, nullptr);
+}
+
+}  // namespace
+}  // namespace kiv_test

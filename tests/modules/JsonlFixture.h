@@ -1,0 +1,141 @@
+/// What tests of the JSON Lines module share.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "LoadedModule.h"
+
+namespace kiv_test {
+
+/// A test with a directory of its own, which disappears with it. The module's events go to the file
+/// `path_` there unless the test says otherwise.
+class JsonlTest : public testing::Test {
+ protected:
+  JsonlTest() : directory_(makeDirectory()), path_(directory_ / "events.jsonl") {
+    setDestination(path_);
+  }
+  ~JsonlTest() override {
+    unsetenv("TAMSA_JSONL_PATH");
+    std::filesystem::remove_all(directory_);
+  }
+
+  /// Where handlers that are created from now on write to.
+  static void setDestination(const std::string& value) {
+    setenv("TAMSA_JSONL_PATH", value.c_str(), 1);
+  }
+
+  HandlerPtr createHandler() const { return module_.createHandler(); }
+
+  EventPtr createEvent(ITelemetryHandler& handler, const char* name) const {
+    return module_.createEvent(handler, name);
+  }
+
+  /// Reports an event without fields.
+  bool report(ITelemetryHandler& handler, const char* name) const {
+    return handler.reportEvent(createEvent(handler, name).get(), 1);
+  }
+  bool report(const char* name) const { return report(*createHandler(), name); }
+
+  /// The line of an event without fields.
+  static std::string line(const std::string& name) { return "{\"event\":\"" + name + "\"}\n"; }
+
+  static std::string contents(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::string contents() const { return contents(path_); }
+
+  static std::filesystem::path makeDirectory() {
+    std::string name = std::filesystem::temp_directory_path() / "jsonl-test-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
+    return name;
+  }
+
+  const LoadedModule module_{JSONL_MODULE};
+  const std::filesystem::path directory_;
+  const std::filesystem::path path_;
+};
+
+/// A child process that runs a function.
+class Child {
+ public:
+  template <typename Body>
+  explicit Child(Body body) : id_(fork()) {
+    if (id_ == 0) _exit(body() ? 0 : 1);
+  }
+
+  /// Waits for its end; true if it came by itself and the function had returned true.
+  bool succeeded() const {
+    int status = -1;
+    return waitpid(id_, &status, 0) == id_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  }
+
+ private:
+  const pid_t id_;
+};
+
+/// What a shell command writes to its standard output.
+inline std::string outputOf(const std::string& command) {
+  std::FILE* const stream = popen(command.c_str(), "r");
+  std::string output;
+  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) {
+    output.push_back(static_cast<char>(c));
+  }
+  pclose(stream);
+  return output;
+}
+
+/// A pipe in the place of the standard output while it lives.
+class StandardOutputPipe {
+ public:
+  /// `flags` as of pipe2.
+  explicit StandardOutputPipe(int flags) {
+    std::fflush(stdout);
+    saved_ = dup(STDOUT_FILENO);
+    int ends[2];
+    if (pipe2(ends, flags) != 0) throw std::runtime_error("no pipe");
+    dup2(ends[1], STDOUT_FILENO);
+    ::close(ends[1]);
+    read_end_ = ends[0];
+  }
+  ~StandardOutputPipe() {
+    dup2(saved_, STDOUT_FILENO);
+    ::close(saved_);
+    closeReadEnd();
+  }
+
+  StandardOutputPipe(const StandardOutputPipe&) = delete;
+  StandardOutputPipe& operator=(const StandardOutputPipe&) = delete;
+
+  void closeReadEnd() {
+    if (read_end_ != -1) ::close(std::exchange(read_end_, -1));
+  }
+
+  size_t capacity() const { return static_cast<size_t>(fcntl(read_end_, F_GETPIPE_SZ)); }
+
+  /// What one read brings.
+  std::string read() const {
+    std::string text(capacity(), '\0');
+    const ssize_t length = ::read(read_end_, text.data(), text.size());
+    text.resize(length > 0 ? static_cast<size_t>(length) : 0);
+    return text;
+  }
+
+ private:
+  int saved_;
+  int read_end_;
+};
+
+}  // namespace kiv_test
