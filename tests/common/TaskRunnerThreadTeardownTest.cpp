@@ -13,6 +13,17 @@
 #include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
 
+namespace {
+
+bool in_forked_process = false;
+
+}  // namespace
+
+// Asked by the leak checker, where there is one: what another thread held on its stack at the time
+// of a fork belongs to nobody in the child.
+extern "C" int __lsan_is_turned_off();
+extern "C" int __lsan_is_turned_off() { return in_forked_process ? 1 : 0; }
+
 namespace android::kiv {
 namespace {
 
@@ -126,8 +137,9 @@ TEST(TaskRunnerThreadTeardown, EndsWhileOthersPostAndWait) {
   if (owner_is_worker) {
     owned_by_task = std::move(thread);
   } else {
-    // Leaked: a thread that lives at exit.
-    new std::shared_ptr<TaskRunnerThread>(thread);
+    // Never destroyed: a thread that lives at exit.
+    static const auto* const owner = new std::shared_ptr<TaskRunnerThread>(thread);
+    static_cast<void>(owner);
   }
   runner.postTask([owner = std::move(owned_by_task)] { release.wait(); });
   runner.postTask([] { fputs("last task ran\n", stderr); });
@@ -170,7 +182,10 @@ TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
 template <typename Body>
 bool succeedsInFork(Body body) {
   const pid_t child = fork();
-  if (child == 0) std::exit(body() ? 0 : 1);
+  if (child == 0) {
+    in_forked_process = true;
+    std::exit(body() ? 0 : 1);
+  }
   int status = 0;
   return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }

@@ -75,7 +75,7 @@ void reportFromLateObject() {
 }
 
 void leakLogger() {
-  auto* const leaked = new TelemetryEnv("Leaked");
+  static const auto* const leaked = new TelemetryEnv("Leaked");
   report(*leaked->getLogger(), "before return", 10);
 }
 

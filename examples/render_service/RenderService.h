@@ -1,0 +1,88 @@
+/// The service: opens, starts, stops and closes streams, and has them rendered.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "AudioStream.h"
+#include "AudioThread.h"
+#include "BinauralRenderer.h"
+#include "Reporter.h"
+#include "SoundFile.h"
+#include "UniqueFd.h"
+
+namespace render_service {
+
+/// Renders streams into one binaural WAV file. A stream goes through `openStream`, `startStream`
+/// and `takeFinished` to `closeStream`, and each step is reported. All operations are for one
+/// thread.
+class RenderService {
+ public:
+  using StreamPtr = AudioThread::StreamPtr;
+  using Patience = AudioThread::StreamQueue::Patience;
+  using Start = AudioThread::StreamQueue::Push;
+
+  struct Opening {
+    StreamPtr stream;     ///< Null if the file is not one that can be rendered.
+    std::string refusal;  ///< Why, if so.
+  };
+
+  struct Progress {
+    std::string current;  ///< The stream that began last.
+    uint64_t file_frames;
+  };
+
+  explicit RenderService(const android::kiv::KivSessionId& session);
+
+  /// Waits for what was started, and drops it.
+  ~RenderService();
+
+  RenderService(const RenderService&) = delete;
+  RenderService& operator=(const RenderService&) = delete;
+
+  /// Opens the output, which `shutDown()` completes. Called once, before anything else. Returns why
+  /// it cannot be written, or nothing if it can; if it cannot, only the last three may follow.
+  std::string open(const std::string& output);
+
+  /// Opens a stream of the given file.
+  Opening openStream(UniqueFd fd, const std::string& name, const Placement& placement);
+
+  /// Has the stream rendered after those that were started before. It stays with the caller, not
+  /// started, if too many are waiting already or the output has failed.
+  Start startStream(StreamPtr& stream, Patience patience);
+
+  /// No more streams will be started.
+  void endOfStreams();
+
+  /// The next stream that was rendered, or given up: `complete()` tells. Null if there is none yet,
+  /// or, when `finished()` says so, any more.
+  StreamPtr takeFinished(Patience patience);
+
+  /// True once all started streams have been taken, after `endOfStreams()` or a failed output.
+  bool finished() const;
+
+  /// Closes a stream that was opened, whether or not it was started.
+  void closeStream(StreamPtr stream);
+
+  Progress progress() const;
+
+  /// Completes the output. False if any of it could not be written.
+  bool shutDown();
+
+  /// Seconds of sound that were written.
+  double seconds() const;
+
+  /// Makes the last reports, and returns how many there were. After `shutDown()`.
+  long long finishReports();
+
+ private:
+  Reporter reporter_;
+  Reporter audio_reporter_;
+  std::optional<SoundFileWriter> sink_;
+  std::shared_ptr<void> trace_;       // of the whole time between open and shutDown
+  std::optional<AudioThread> audio_;  // last, for it uses the sink and its reporter
+};
+
+}  // namespace render_service
