@@ -217,6 +217,10 @@ TEST_F(TaskRunnerTest, AWithdrawalAsTheTaskStartsIsEitherRunOrTimedOut) {
   TaskRunner hasty(hasty_thread);
   int timed_out = 0;
   for (int i = 0; i < 5000; ++i) {
+    // Something in front of it, of varying length, so that the start falls around the time limit.
+    hasty.postTask([i] {
+      for (int j = 0; j < i % 16; ++j) std::this_thread::yield();
+    });
     // On this stack: a task that ran after its wait was given up would write to a dead frame.
     bool ran = false;
     const KivStatus status = hasty.postTaskAndWait([&] { ran = true; });

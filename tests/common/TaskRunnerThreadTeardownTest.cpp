@@ -203,13 +203,19 @@ TEST(TaskRunnerFork, EveryCallReturnsInAChildWithoutTheWorker) {
 }
 
 TEST(TaskRunnerFork, AChildForkedWhileTheQueueIsBusyExits) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer's allocator may stay locked in the child";
+#endif
   auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
   std::atomic<bool> over{false};
   std::thread poster([&] {
-    while (!over) runner.postTask([] {});
+    while (!over) {
+      runner.postTask([] {});
+      runner.postTaskAndWait([] {});
+    }
   });
-  for (int i = 0; i < 50; ++i) EXPECT_TRUE(succeedsInFork([] { return true; }));
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(succeedsInFork([] { return true; }));
   over = true;
   poster.join();
 }
