@@ -107,6 +107,30 @@ void exitWithImmediateLogger() {
   report(*logger, "immediate", 2);
 }
 
+bool report_after_everything = false;
+
+/// Reports when the manager has been destroyed already.
+void reportAfterEverything(int /*status*/, void* /*unused*/) {
+  if (!report_after_everything) return;
+  const TelemetryEnv telemetry("Afterlife");
+  report(*telemetry.getLogger(), "after everything", 3);
+  const bool flushed = telemetry.getLogger()->flush();
+  const auto trace = telemetry.getLogger()->startTrace("class", "after everything");
+  telemetry.getLogger()->stopTrace(trace);
+  std::fprintf(stderr, "%s, telemetry %s\n", flushed ? "flushed" : "not flushed",
+               android::kiv::isTelemetryEnabled() ? "on" : "off");
+}
+
+// Called before any library is initialised, so what it registers is called when all are finalised.
+using Initialiser = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first =
+    [](int, char**, char**) { on_exit(reportAfterEverything, nullptr); };
+
+void outliveTheManager() {
+  returnFromMain();
+  report_after_everything = true;
+}
+
 void stopAndExit() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before stop", 5);
@@ -128,6 +152,7 @@ int main(int argc, char** argv) {
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
       {"stop", stopAndExit},
+      {"afterlife", outliveTheManager},
   };
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {

@@ -26,12 +26,13 @@ constexpr int kTries = 20;
 class ProcessExitTest : public testing::Test {
  protected:
   /// Ends a process in the given way, which must go well.
-  void endProcess(const std::string& way) {
+  ProgramResult endProcess(const std::string& way) {
     std::remove(events_file.c_str());
     const ProgramResult result =
         runProgram({EXIT_PROGRAM, way},
                    {{"LD_LIBRARY_PATH", JSONL_MODULE_DIR}, {"TAMSA_JSONL_PATH", events_file}});
     EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
+    return result;
   }
 
   /// The counts of the events with this name, added up.
@@ -113,6 +114,13 @@ TEST_F(ProcessExitTest, ImmediateReportsAreThereBeforeTheEnd) {
 TEST_F(ProcessExitTest, WhatWasSubmittedByStopIsNotSubmittedAgain) {
   endProcess("stop");
   EXPECT_EQ(reported("before stop"), 5);
+  EXPECT_THAT(readEvents(events_file), SizeIs(1));
+}
+
+TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
+  const ProgramResult result = endProcess("afterlife");
+  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off"));
+  EXPECT_EQ(reported("before return"), 100);
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
 
