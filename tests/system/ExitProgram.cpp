@@ -28,6 +28,7 @@ void report(TelemetryLogger& logger, const std::string& name, int times) {
 
 /// A client's object that reports until its very end.
 struct LateReporter {
+  LateReporter() = default;
   ~LateReporter() {
     if (telemetry.has_value()) report(*telemetry->getLogger(), "from a destructor", 3);
   }
@@ -37,6 +38,17 @@ struct LateReporter {
 
 // Constructed before anything of telemetry is, so destroyed after what main() constructs.
 LateReporter early_object;
+
+/// Uses telemetry before main(), where it is asked to.
+struct EarlyReporter : LateReporter {
+  EarlyReporter() {
+    if (std::getenv("REPORT_BEFORE_MAIN") == nullptr) return;
+    telemetry.emplace("Early");
+    report(*telemetry->getLogger(), "before main", 4);
+  }
+};
+
+const EarlyReporter early_reporter;
 
 void returnFromMain() {
   const TelemetryEnv telemetry("Main");
@@ -131,6 +143,13 @@ void outliveTheManager() {
   report_after_everything = true;
 }
 
+void flushAndGoOn() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before flush", 5);
+  telemetry.getLogger()->flush();
+  report(*telemetry.getLogger(), "before return", 7);
+}
+
 void stopAndExit() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before stop", 5);
@@ -151,6 +170,7 @@ int main(int argc, char** argv) {
       {"nothing", exitWithoutTelemetry},
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
+      {"flush", flushAndGoOn},
       {"stop", stopAndExit},
       {"afterlife", outliveTheManager},
   };

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "JsonEvents.h"
 #include "RunProgram.h"
@@ -26,11 +29,12 @@ constexpr int kTries = 20;
 class ProcessExitTest : public testing::Test {
  protected:
   /// Ends a process in the given way, which must go well.
-  ProgramResult endProcess(const std::string& way) {
+  ProgramResult endProcess(const std::string& way,
+                           std::map<std::string, std::string> environment = {}) {
     std::remove(events_file.c_str());
-    const ProgramResult result =
-        runProgram({EXIT_PROGRAM, way},
-                   {{"LD_LIBRARY_PATH", JSONL_MODULE_DIR}, {"TAMSA_JSONL_PATH", events_file}});
+    environment["LD_LIBRARY_PATH"] = JSONL_MODULE_DIR;
+    environment["TAMSA_JSONL_PATH"] = events_file;
+    const ProgramResult result = runProgram({EXIT_PROGRAM, way}, environment);
     EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
     return result;
   }
@@ -93,12 +97,32 @@ TEST_F(ProcessExitTest, AnObjectYoungerThanTheManagerMayReportFromItsDestructor)
   }
 }
 
-TEST_F(ProcessExitTest, ALeakedLoggerHarmsNobody) {
-  for (int i = 0; i < kTries; ++i) endProcess("leak");
+TEST_F(ProcessExitTest, AnObjectMayReportBeforeMainAndFromItsDestructor) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("nothing", {{"REPORT_BEFORE_MAIN", "1"}});
+    ASSERT_EQ(reported("before main"), 4);
+    ASSERT_EQ(reported("from a destructor"), 3);
+  }
+}
+
+TEST_F(ProcessExitTest, AModuleThatIsFinalisedFirstStillTakesTheLastWindows) {
+  endProcess("flush");
+  EXPECT_EQ(reported("before flush"), 5);
+  EXPECT_EQ(reported("before return"), 7);
+}
+
+TEST_F(ProcessExitTest, ReportsOfALeakedLoggerAreNotLost) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("leak");
+    ASSERT_EQ(reported("before return"), 10);
+  }
 }
 
 TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
-  for (int i = 0; i < kTries; ++i) endProcess("exit-while-flowing");
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("exit-while-flowing");
+    ASSERT_EQ(reported("before exit"), 100);
+  }
 }
 
 TEST_F(ProcessExitTest, SwitchedOffLeavesNothing) {

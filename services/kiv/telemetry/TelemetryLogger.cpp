@@ -6,6 +6,7 @@
 
 #include "AggregationManagers.h"
 #include "KivFatalCheck.h"
+#include "ManagerUse.h"
 
 namespace android::kiv {
 
@@ -40,14 +41,14 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
-    TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
-    error_code_manager_ = manager.error_code_manager_;
-    stream_event_manager_ = manager.stream_event_manager_;
-    audio_latency_manager_ = manager.audio_latency_manager_;
-    int64_event_manager_ = manager.int64_event_manager_;
-    float_event_manager_ = manager.float_event_manager_;
-    string_event_manager_ = manager.string_event_manager_;
-    task_runner_thread_ = manager.task_runner_thread_;
+    const ManagerUse manager;
+    error_code_manager_ = manager->error_code_manager_;
+    stream_event_manager_ = manager->stream_event_manager_;
+    audio_latency_manager_ = manager->audio_latency_manager_;
+    int64_event_manager_ = manager->int64_event_manager_;
+    float_event_manager_ = manager->float_event_manager_;
+    string_event_manager_ = manager->string_event_manager_;
+    task_runner_thread_ = manager->task_runner_thread_;
     task_runner_.emplace(task_runner_thread_);
   } else {
     error_code_manager_ = makeErrorCodeManager();
@@ -60,7 +61,7 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
   startInternal();
 }
 
-TelemetryLogger::TelemetryLogger() : TelemetryLogger(TelemetryLoggerManager::getInstance()) {}
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(*ManagerUse()) {}
 
 TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
     : TelemetryLogger(manager.session_id_, std::string(), manager.task_runner_thread_,

@@ -1,9 +1,12 @@
 // The process-wide manager, the handle by which clients reach it, and the telemetry switch.
+#include <pthread.h>
+
 #include <mutex>
 #include <optional>
 #include <utility>
 
 #include "AggregationManagers.h"
+#include "ManagerUse.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace android::kiv {
@@ -16,14 +19,25 @@ constexpr std::chrono::milliseconds kTaskStartLimit{1000};
 std::once_flag manager_once;
 std::once_flag env_once;
 
-/// The manager while it can be used. That includes its destruction, during which it submits the
-/// last windows although the optional that holds it counts as empty by then.
-std::atomic<TelemetryLoggerManager*> usable_manager{nullptr};
+/// The manager while its switch can be read. That includes its destruction, during which it submits
+/// the last windows.
+std::atomic<TelemetryLoggerManager*> manager_with_switch{nullptr};
+
+/// Whether the manager's end has begun. Loggers that are made from then on take nothing from it.
+bool manager_ended = false;
+
+// Guards manager_ended, and is held shared while a thread takes something from the manager, so that
+// the manager does not end meanwhile. A plain lock, because unlike a std::shared_mutex it needs no
+// destructor, after which it could not be used any more.
+pthread_rwlock_t manager_lifetime = PTHREAD_RWLOCK_INITIALIZER;
 
 struct ManagerAtExit {
   ~ManagerAtExit() {
+    pthread_rwlock_wrlock(&manager_lifetime);
+    manager_ended = true;
+    pthread_rwlock_unlock(&manager_lifetime);
     manager.reset();
-    usable_manager = nullptr;
+    manager_with_switch = nullptr;
   }
 
   std::optional<TelemetryLoggerManager> manager;
@@ -32,21 +46,40 @@ struct ManagerAtExit {
 // The library's only object that is destroyed at process exit.
 ManagerAtExit manager_at_exit;
 
-/// The manager, created on first need; null once it has been destroyed at process exit.
-TelemetryLoggerManager* findManager() {
-  std::call_once(manager_once, [] { usable_manager = &manager_at_exit.manager.emplace(); });
-  return usable_manager;
+/// The manager, created on first need. It may have ended.
+TelemetryLoggerManager& findManager() {
+  static TelemetryLoggerManager* manager = nullptr;
+  std::call_once(manager_once, [] {
+    manager = &manager_at_exit.manager.emplace();
+    manager_with_switch = manager;
+  });
+  return *manager;
+}
+
+/// The manager for those who ask for one after the end of the real one. Leaked on purpose: nothing
+/// is left that could destroy it in order.
+TelemetryLoggerManager& findAfterlife() {
+  static TelemetryLoggerManager& afterlife = *new TelemetryLoggerManager;
+  return afterlife;
+}
+
+/// Submits what a manager holds, if somebody else keeps it beyond the process manager's end: nobody
+/// will do it then. `owners` are the ones that let go of it now.
+template <typename Event>
+void submitIfKept(const TelemetryLogger::Manager<Event>& manager, long owners) {
+  if (manager.use_count() > owners) manager->flush();
 }
 
 }  // namespace
 
-TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
-  if (TelemetryLoggerManager* const manager = findManager()) return *manager;
-  // Code that runs after the manager's end may still ask for one. Leaked on purpose: nothing is
-  // left that could destroy it in order.
-  static TelemetryLoggerManager& afterlife = *new TelemetryLoggerManager;
-  return afterlife;
+ManagerUse::ManagerUse() : manager_(&findManager()) {
+  pthread_rwlock_rdlock(&manager_lifetime);
+  if (manager_ended) manager_ = &findAfterlife();
 }
+
+ManagerUse::~ManagerUse() { pthread_rwlock_unlock(&manager_lifetime); }
+
+TelemetryLoggerManager& TelemetryLoggerManager::getInstance() { return *ManagerUse(); }
 
 TelemetryLoggerManager::TelemetryLoggerManager()
     : session_id_(nullptr),
@@ -67,13 +100,27 @@ TelemetryLoggerManager::~TelemetryLoggerManager() {
   // dropped, nobody would wait for the worker to take those reports. Each attempt lasts as long as
   // a task may stand in the queue; behind a slow telemetry module it takes several.
   TaskRunner task_runner(task_runner_thread_);
-  while (task_runner.postTaskAndWait([] {}).code() == TIMED_OUT) {
+  while (task_runner.postTaskAndWait([this] { submitKeptWindows(); }).code() == TIMED_OUT) {
   }
   task_runner_thread_.reset();
 }
 
+void TelemetryLoggerManager::submitKeptWindows() {
+  // The default logger and this manager own each aggregation; a default logger that is kept keeps
+  // them all.
+  const long owners = telemetry_logger_.use_count() > 1 ? 0 : 2;
+  submitIfKept(string_event_manager_, owners);
+  submitIfKept(float_event_manager_, owners);
+  submitIfKept(int64_event_manager_, owners);
+  submitIfKept(audio_latency_manager_, owners);
+  submitIfKept(stream_event_manager_, owners);
+  submitIfKept(error_code_manager_, owners);
+}
+
 std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::getTelemetryLoggerInstance() {
-  return telemetry_logger_;
+  // Through a use of its own: the caller may have got its reference before the manager's end.
+  const ManagerUse manager;
+  return this == &findManager() ? manager->telemetry_logger_ : telemetry_logger_;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
@@ -88,28 +135,32 @@ std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::createLogger(std::strin
 }
 
 bool isTelemetryEnabled() {
-  const TelemetryLoggerManager* const manager = findManager();
+  findManager();
+  const TelemetryLoggerManager* const manager = manager_with_switch;
   return manager != nullptr && manager->telemetry_enabled_;
 }
 
 void disableTelemetryForTesting() {
-  if (TelemetryLoggerManager* const manager = findManager()) manager->telemetry_enabled_ = false;
+  findManager();
+  if (TelemetryLoggerManager* const manager = manager_with_switch) {
+    manager->telemetry_enabled_ = false;
+  }
 }
 
 TelemetryEnv::TelemetryEnv() {
   ensureInitialized();
-  logger_ = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  logger_ = ManagerUse()->telemetry_logger_;
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name) {
   ensureInitialized();
-  TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
-  logger_ = manager.createLogger(name, manager.getTelemetryLoggerInstance()->session_id_, false);
+  const ManagerUse manager;
+  logger_ = manager->createLogger(name, manager->telemetry_logger_->session_id_, false);
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name, const KivSessionId& session_id) {
   ensureInitialized();
-  logger_ = TelemetryLoggerManager::getInstance().createLogger(name, session_id, false);
+  logger_ = ManagerUse()->createLogger(name, session_id, false);
 }
 
 TelemetryEnv::TelemetryEnv(std::shared_ptr<TelemetryLogger> logger) : logger_(std::move(logger)) {
@@ -122,8 +173,8 @@ void TelemetryEnv::init() {
   const auto default_logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   TelemetryDelegate::getInstance().registerHandler(
       default_logger.get(), [](const std::string& name) -> std::unique_ptr<TelemetryHandler> {
-        return std::make_unique<TelemetryLogger>(TelemetryLoggerManager::getInstance().session_id_,
-                                                 name, TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+        return std::make_unique<TelemetryLogger>(ManagerUse()->session_id_, name,
+                                                 TelemetrySubmissionModel::LOCKING_IMMEDIATE);
       });
 }
 

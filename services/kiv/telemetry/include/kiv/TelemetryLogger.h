@@ -281,6 +281,9 @@ class KIV_EXPORT TelemetryLoggerManager {
   friend bool isTelemetryEnabled();
   friend void disableTelemetryForTesting();
 
+  /// On the worker: submits the windows of aggregations that others keep beyond this manager's end.
+  KIV_HIDDEN void submitKeptWindows();
+
   /// A logger on the shared resources, under a fresh session whose parent is a copy of
   /// `session_id`.
   KIV_HIDDEN std::shared_ptr<TelemetryLogger> createLogger(std::string name,
