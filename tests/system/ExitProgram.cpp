@@ -1,6 +1,9 @@
 // Reports, then ends the process in the way that its argument names.
 #include <android/log.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -150,6 +153,34 @@ void flushAndGoOn() {
   report(*telemetry.getLogger(), "before return", 7);
 }
 
+/// Forks while another thread keeps the worker busy. The child uses telemetry and exits.
+void forkAndGoOn() {
+  const TelemetryEnv telemetry("Main");
+  TelemetryLogger& logger = *telemetry.getLogger();
+  report(logger, "before fork", 50);
+  std::atomic<bool> over{false};
+  std::thread busy([&] {
+    const TelemetryEnv flowing("Flowing");
+    while (!over) {
+      report(*flowing.getLogger(), "flowing", 1);
+      flowing.getLogger()->start();
+    }
+  });
+  for (int i = 0; i < 10; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      report(logger, "in the child", 5);
+      if (logger.flush()) std::abort();
+      report(*TelemetryEnv("Child").getLogger(), "in the child", 5);
+      std::exit(0);
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || status != 0) std::abort();
+  }
+  over = true;
+  busy.join();
+}
+
 void stopAndExit() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before stop", 5);
@@ -171,6 +202,7 @@ int main(int argc, char** argv) {
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
       {"flush", flushAndGoOn},
+      {"fork", forkAndGoOn},
       {"stop", stopAndExit},
       {"afterlife", outliveTheManager},
   };

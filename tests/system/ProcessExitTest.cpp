@@ -125,6 +125,15 @@ TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
   }
 }
 
+TEST_F(ProcessExitTest, AForkedProcessExitsAndLeavesReportingToItsParent) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer's allocator may stay locked in the child";
+#endif
+  endProcess("fork");
+  EXPECT_EQ(reported("before fork"), 50);
+  EXPECT_EQ(reported("in the child"), 0);
+}
+
 TEST_F(ProcessExitTest, SwitchedOffLeavesNothing) {
   endProcess("switched-off");
   EXPECT_THAT(readEvents(events_file), IsEmpty());

@@ -31,14 +31,29 @@ bool manager_ended = false;
 // destructor, after which it could not be used any more.
 pthread_rwlock_t manager_lifetime = PTHREAD_RWLOCK_INITIALIZER;
 
-struct ManagerAtExit {
+/// True in a process forked from the one that made the manager. What the manager holds there is a
+/// copy of what the worker was working on at that moment: it is the parent's to submit, and left
+/// alone.
+bool is_forked_copy = false;
+
+void becomeForkedCopy() {
+  is_forked_copy = true;
+  manager_lifetime = PTHREAD_RWLOCK_INITIALIZER;
+}
+
+union ManagerAtExit {
+  constexpr ManagerAtExit() : manager(std::nullopt) {}
   ~ManagerAtExit() {
+    if (is_forked_copy) return;
     pthread_rwlock_wrlock(&manager_lifetime);
     manager_ended = true;
     pthread_rwlock_unlock(&manager_lifetime);
-    manager.reset();
+    manager.~optional();
     manager_with_switch = nullptr;
   }
+
+  ManagerAtExit(const ManagerAtExit&) = delete;
+  ManagerAtExit& operator=(const ManagerAtExit&) = delete;
 
   std::optional<TelemetryLoggerManager> manager;
 };
@@ -52,6 +67,7 @@ TelemetryLoggerManager& findManager() {
   std::call_once(manager_once, [] {
     manager = &manager_at_exit.manager.emplace();
     manager_with_switch = manager;
+    pthread_atfork(nullptr, nullptr, becomeForkedCopy);
   });
   return *manager;
 }
