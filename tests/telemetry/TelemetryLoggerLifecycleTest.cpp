@@ -102,6 +102,15 @@ TEST_F(TelemetryLoggerLifecycleTest, FlushActsOnAllKindsEvenIfOneIsNotRunning) {
   EXPECT_THAT(events(), SizeIs(5));
 }
 
+TEST_F(TelemetryLoggerLifecycleTest, StopActsOnAllKindsEvenIfOneIsNotRunning) {
+  const auto logger = makeLogger(Model::BLOCKING);
+  reportEveryKind(*logger);
+  error_codes->stop();
+  recorder.reset();
+  EXPECT_FALSE(logger->stop());
+  EXPECT_THAT(events(), SizeIs(5));
+}
+
 TEST_F(TelemetryLoggerLifecycleTest, FlushIsTrueOnlyIfEveryKindWasRunning) {
   const auto logger = makeLogger(Model::BLOCKING);
   const auto expectFalseWithout = [&](auto& manager) {
