@@ -77,6 +77,17 @@ func analyse(tree, platform string) *android.TestContext {
 	return context
 }
 
+// A module as it is built for a partition.
+func find(context *android.TestContext, name, variant string) android.TestingModule {
+	for _, existing := range context.ModuleVariantsForTests(name) {
+		if existing == variant {
+			return context.ModuleForTests(name, variant)
+		}
+	}
+	failOn(fmt.Errorf("%s is not built as %s", name, variant))
+	panic("unreachable")
+}
+
 // A module's own flags stand in variables of its own; other variables hold the platform's.
 func ownFlags(module android.TestingModule, flags string) string {
 	var own []string
@@ -99,7 +110,7 @@ func main() {
 	for _, ours := range modules {
 		for _, partition := range partitions {
 			variant := partition.variant + "_arm_armv7-a-neon_" + ours.kind
-			module := context.ModuleForTests(ours.name, variant)
+			module := find(context, ours.name, variant)
 			for _, output := range module.AllOutputs() {
 				build := module.Output(output)
 				if flags, compiles := build.Args["cFlags"]; compiles {
