@@ -3,17 +3,20 @@
 
 #include <utility>
 
+#include "PackedTexts.h"
 #include "StreamDescription.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace android::kiv {
 
-template <typename... Params, typename... Args>
-void TelemetryLogger::handOver(void (TelemetryLogger::*operation)(Params...), const Args&... args) {
+// Each operation that builds an event hands itself over to the worker, where the same call, on the
+// same object, does the work.
+
+void TelemetryLogger::handOver(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
-    task_runner_->postTaskAndWait(operation, shared_from_this(), args...);
+    task_runner_->postTaskAndWait(std::move(task));
   } else {
-    task_runner_->postTask(operation, shared_from_this(), args...);
+    task_runner_->postTask(std::move(task));
   }
 }
 
@@ -27,7 +30,8 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logErrorCode, error_code, api, severity, kiv_class);
+    handOver([self = shared_from_this(), texts = PackedTexts{error_code, api, kiv_class},
+              severity] { self->logErrorCode(texts[0], texts[1], severity, texts[2]); });
     return;
   }
   __android_log_print(ANDROID_LOG_ERROR, kiv_class.c_str(), "%s - %s", api.c_str(),
@@ -68,7 +72,9 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logStreamEventInternal, pcm_info, stream_type, event);
+    handOver([self = shared_from_this(), pcm_info, stream_type, texts = PackedTexts{event}] {
+      self->logStreamEventInternal(pcm_info, stream_type, texts[0]);
+    });
     return;
   }
   take(*stream_event_manager_,
@@ -109,7 +115,15 @@ void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
                                    NumericAggregationType aggregation_type) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logKivEvent<T>, name, value, aggregation_type);
+    if constexpr (std::is_same_v<T, std::string>) {
+      handOver([self = shared_from_this(), texts = PackedTexts{name, value}, aggregation_type] {
+        self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
+      });
+    } else {
+      handOver([self = shared_from_this(), texts = PackedTexts{name}, value, aggregation_type] {
+        self->logKivEvent<T>(texts[0], value, aggregation_type);
+      });
+    }
     return;
   }
   take(*manager, KivGenericEvent<T>{{session_id_, name, aggregation_type}, value});

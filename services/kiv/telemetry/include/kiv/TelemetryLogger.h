@@ -12,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -203,9 +204,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Whether the calling thread is the one that does this logger's work.
   KIV_HIDDEN bool worksOnCurrentThread() const;
 
-  /// Has the worker call `operation` on this logger, and waits for it in the `BLOCKING` model.
-  template <typename... Params, typename... Args>
-  KIV_HIDDEN void handOver(void (TelemetryLogger::*operation)(Params...), const Args&... args);
+  /// Has the worker run `task`, and waits for it in the `BLOCKING` model.
+  KIV_HIDDEN void handOver(std::function<void()> task);
 
   /// Has the worker call `operation` on this logger, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
