@@ -50,7 +50,12 @@ constexpr std::size_t misplacedOnDevice(const Offset (&offsets)[N]) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
-// What is made of numbers alone is the same on every platform.
+// What could grow into the padding behind it without moving anything else.
+static_assert(sizeof(::kiv::KivPcmInfo::interleaved) == 1);
+static_assert(sizeof(KivPcmInfoExt::interleaved) == 1);
+static_assert(sizeof(KivStreamEvent::interleaved) == 1);
+static_assert(sizeof(KivAudioLatencyEvent::interleaved) == 1);
+static_assert(sizeof(KivAudioLatencyEventKey::interleaved) == 1);
 
 static_assert(sizeof(::kiv::KivStreamType) == 1);
 static_assert(sizeof(::kiv::KivSampleFormat) == 1);
@@ -59,6 +64,8 @@ static_assert(sizeof(KivErrorSeverity) == 1);
 static_assert(sizeof(KivError) == 4);
 static_assert(sizeof(audio_format_t) == 4);
 static_assert(sizeof(TelemetrySubmissionModel) == 4);
+
+// What is made of numbers alone is the same on every platform.
 
 static_assert(misplaced({{offsetof(::kiv::KivPcmInfo, reserved), 0},
                          {offsetof(::kiv::KivPcmInfo, format), 4},
@@ -166,6 +173,7 @@ struct DeviceLayout {
   template <typename Manager>
   static constexpr std::size_t ofTimedManager() {
     using Window = typename Manager::Window;
+    static_assert(sizeof(Manager::aggregation_period_) == 8);
     return std::max(misplaced({{offsetof(Window, started_steady), 0},
                                {offsetof(Window, started_system), 8},
                                {sizeof(Window), 16}}),
@@ -188,6 +196,7 @@ struct DeviceLayout {
                                    {offsetof(TelemetryLogger, task_runner_), 108},
                                    {sizeof(TelemetryLogger), 132}}) == 0);
 
+  static_assert(sizeof(TelemetryLoggerManager::telemetry_enabled_) == 1);
   static_assert(misplacedOnDevice({{offsetof(TelemetryLoggerManager, telemetry_enabled_), 4},
                                    {offsetof(TelemetryLoggerManager, session_id_), 8},
                                    {offsetof(TelemetryLoggerManager, error_code_manager_), 28},
