@@ -103,10 +103,10 @@ bool TaskRunner::isRunningOnCurrentThread() const {
 }
 
 // Clients were built against this layout: loggers hold a runner by value. A shared or weak pointer
-// is two pointers in every standard library.
+// is two pointers in every standard library. The warning is about offsets in classes with virtual
+// operations, which our compilers do know.
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored \
-    "-Winvalid-offsetof"  // our compilers can tell, as no base is virtual
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
 struct TaskRunnerLayout {
   static_assert(offsetof(TaskRunner, thread_) == 1 * sizeof(void*));
   static_assert(offsetof(TaskRunner, queue_) == 3 * sizeof(void*));
