@@ -37,7 +37,7 @@ unsigned watchForks() {
 }  // namespace
 
 struct TaskQueue::Waited {
-  enum class State { QUEUED, STARTED, FINISHED, WITHDRAWN };
+  enum class State { QUEUED, STARTED, WITHDRAWN };
 
   explicit Waited(std::function<void()> task) : work(std::move(task)) {}
 
@@ -49,8 +49,8 @@ struct TaskQueue::Waited {
   }
 
   std::function<void()> work;
-  std::atomic<State> state{State::QUEUED};  // becomes FINISHED under the queue's mutex_
-  std::condition_variable finished;
+  std::atomic<State> state{State::QUEUED};
+  Semaphore ended;
 };
 
 TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
@@ -78,18 +78,15 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
   const auto waited = std::make_shared<Waited>(std::move(task));
   if (!append([this, waited] { runWaited(*waited); }, Urgency::AT_ONCE)) return DEAD_OBJECT;
 
-  std::unique_lock lock(mutex_);
-  const auto finished = [&] { return waited->state == Waited::State::FINISHED; };
-  if (start_limit.has_value() &&
-      !waited->finished.wait_for(lock, std::min(*start_limit, kLongestWait), finished) &&
-      waited->claim(Waited::State::WITHDRAWN)) {
-    // Unlocked first: what the withdrawn task captured is released by its owner, not under the
-    // lock.
-    lock.unlock();
-    waited->work = nullptr;
-    return TIMED_OUT;
+  if (!start_limit.has_value()) {
+    waited->ended.wait();
+  } else if (!waited->ended.waitFor(std::min(*start_limit, kLongestWait))) {
+    if (waited->claim(Waited::State::WITHDRAWN)) {
+      waited->work = nullptr;
+      return TIMED_OUT;
+    }
+    waited->ended.wait();
   }
-  waited->finished.wait(lock, finished);
   return OK;
 }
 
@@ -97,11 +94,8 @@ void TaskQueue::runWaited(Waited& waited) {
   if (!waited.claim(Waited::State::STARTED)) return;
   waited.work();
   waited.work = nullptr;
-  {
-    std::lock_guard lock(mutex_);
-    waited.state = Waited::State::FINISHED;
-  }
-  waited.finished.notify_one();
+  lingers_ = false;
+  waited.ended.signal();
 }
 
 bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
@@ -117,14 +111,14 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
       posted, reinterpret_cast<uintptr_t>(newest.get()) | (posted & kFlags & ~wakes),
       std::memory_order_release, std::memory_order_relaxed));
   newest.release();
-  if ((posted & wakes) != 0) wake();
+  if ((posted & wakes) != 0) woken_.signal();
   return true;
 }
 
 void TaskQueue::close() {
   if (!hasWorker()) return;
   const uintptr_t posted = posted_.fetch_or(kClosed, std::memory_order_release);
-  if ((posted & (kAsleep | kLingering)) != 0) wake();
+  if ((posted & (kAsleep | kLingering)) != 0) woken_.signal();
 }
 
 void TaskQueue::runPending() {
@@ -143,22 +137,23 @@ void TaskQueue::runPending() {
 
 void TaskQueue::run() {
   running_queue = this;
-  bool lingered = true;
   for (;;) {
     const uintptr_t flags = takePosted();
     if (batch_ != nullptr) {
       while (batch_ != nullptr) runFirst();
-      lingered = false;
       continue;
     }
     if ((flags & kClosed) != 0) break;
 
     // Only an empty list makes way for the flag. If a task has come meanwhile, it is taken instead.
     uintptr_t empty = 0;
-    if (posted_.compare_exchange_strong(empty, lingered ? kAsleep : kLingering)) {
-      sleep(lingered ? std::nullopt : std::optional(kLinger));
-      lingered = true;
+    if (!posted_.compare_exchange_strong(empty, lingers_ ? kLingering : kAsleep)) continue;
+    if (lingers_) {
+      woken_.waitFor(kLinger);
+    } else {
+      woken_.wait();
     }
+    lingers_ = false;
   }
   std::lock_guard lock(mutex_);
   ended_ = true;
@@ -182,26 +177,8 @@ uintptr_t TaskQueue::takePosted() {
 
 void TaskQueue::runFirst() {
   const std::unique_ptr<Task> task(std::exchange(batch_, batch_->next));
+  lingers_ = true;
   task->work();
-}
-
-void TaskQueue::sleep(std::optional<std::chrono::microseconds> limit) {
-  std::unique_lock lock(mutex_);
-  const auto woken = [this] { return woken_; };
-  if (limit.has_value()) {
-    woken_changed_.wait_for(lock, *limit, woken);
-  } else {
-    woken_changed_.wait(lock, woken);
-  }
-  woken_ = false;
-}
-
-void TaskQueue::wake() {
-  {
-    std::lock_guard lock(mutex_);
-    woken_ = true;
-  }
-  woken_changed_.notify_one();
 }
 
 bool TaskQueue::isRunningOnCurrentThread() const { return running_queue == this; }

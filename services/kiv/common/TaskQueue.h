@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 
+#include "Semaphore.h"
 #include "kiv/KivStatus.h"
 
 namespace android::kiv::internal {
@@ -81,25 +82,22 @@ class TaskQueue {
 
   void runWaited(Waited& waited);
 
-  /// On the worker: returns when somebody called `wake`, or after `limit`.
-  void sleep(std::optional<std::chrono::microseconds> limit);
-  void wake();
-
   const std::chrono::milliseconds start_limit_;
   const unsigned fork_generation_;
 
   /// The newest posted task, and the flags that TaskQueue.cpp names.
   std::atomic<uintptr_t> posted_{0};
 
-  // Touched by the worker only: the tasks that it has taken, oldest first.
+  // Touched by the worker only: the tasks that it has taken, oldest first, and whether the last
+  // that it ran may have been one of many. Where somebody waits for each, the next comes later.
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
+  bool lingers_ = false;
 
-  // For sleepers: the worker, those who wait for a task, and those who wait for the worker's end.
+  Semaphore woken_;  // where the worker sleeps
+
   std::mutex mutex_;
-  std::condition_variable woken_changed_;
   std::condition_variable ended_changed_;
-  bool woken_ = false;  // guarded by mutex_
   bool ended_ = false;  // guarded by mutex_
 };
 

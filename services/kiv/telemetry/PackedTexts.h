@@ -1,4 +1,4 @@
-/// Copies of a few texts in one piece.
+/// Copies of a few texts in one piece, and back.
 #pragma once
 
 #include <array>
@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "Spare.h"
+
 namespace android::kiv {
 
 /// Keeps the texts of a report until the worker takes it. They are bound on the threads of those
@@ -16,7 +18,8 @@ class PackedTexts {
  public:
   static constexpr size_t kMaxTexts = 3;
 
-  PackedTexts(std::initializer_list<std::string_view> texts);
+  /// The first of `texts` comes with `prefix` before it.
+  PackedTexts(std::initializer_list<std::string_view> texts, std::string_view prefix = {});
 
   // Of use to nobody, but tasks have to be copyable.
   PackedTexts(const PackedTexts& other);
@@ -25,7 +28,11 @@ class PackedTexts {
   PackedTexts& operator=(PackedTexts&&) = delete;
   ~PackedTexts() = default;
 
-  std::string operator[](size_t index) const;
+  /// Beyond the last of them there are empty ones.
+  std::string_view operator[](size_t index) const;
+
+  /// Of all of them together.
+  size_t size() const { return ends_.back(); }
 
  private:
   char* bytes() { return heap_ != nullptr ? heap_.get() : inline_.data(); }
@@ -34,6 +41,19 @@ class PackedTexts {
   std::array<size_t, kMaxTexts> ends_{};
   std::unique_ptr<char[]> heap_;  // null where the texts fit inline_
   std::array<char, 64> inline_;   // not initialised beyond the texts
+};
+
+/// The same texts as strings, while it lives.
+class UnpackedTexts {
+ public:
+  explicit UnpackedTexts(const PackedTexts& texts);
+
+  const std::string& operator[](size_t index) const { return (*strings_)[index]; }
+
+ private:
+  using Strings = std::array<std::string, PackedTexts::kMaxTexts>;
+
+  const Spare<Strings> strings_;
 };
 
 }  // namespace android::kiv

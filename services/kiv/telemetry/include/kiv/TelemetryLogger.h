@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "kiv/Export.h"
@@ -215,9 +216,11 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   template <typename Event>
   KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const Event& event);
 
+  /// Reports a value under the name `prefix` + `name`.
   template <typename T>
-  KIV_HIDDEN void takeKivEvent(const Manager<KivGenericEvent<T>>& manager, const std::string& name,
-                               const T& value, NumericAggregationType aggregation_type);
+  KIV_HIDDEN void takeKivEvent(const Manager<KivGenericEvent<T>>& manager, std::string_view prefix,
+                               const std::string& name, const T& value,
+                               NumericAggregationType aggregation_type);
 
   // All constant after construction. What the managers hold is touched by the worker only or, in
   // LOCKING_IMMEDIATE, by the calling thread.
