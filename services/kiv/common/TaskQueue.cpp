@@ -37,7 +37,7 @@ unsigned watchForks() {
 }  // namespace
 
 struct TaskQueue::Waited {
-  enum class State { QUEUED, STARTED, WITHDRAWN };
+  enum class State { QUEUED, STARTED, FINISHED, WITHDRAWN };
 
   explicit Waited(std::function<void()> task) : work(std::move(task)) {}
 
@@ -78,15 +78,12 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
   const auto waited = std::make_shared<Waited>(std::move(task));
   if (!append([this, waited] { runWaited(*waited); }, Urgency::AT_ONCE)) return DEAD_OBJECT;
 
-  if (!start_limit.has_value()) {
-    waited->ended.wait();
-  } else if (!waited->ended.waitFor(std::min(*start_limit, kLongestWait))) {
-    if (waited->claim(Waited::State::WITHDRAWN)) {
-      waited->work = nullptr;
-      return TIMED_OUT;
-    }
-    waited->ended.wait();
+  if (start_limit.has_value() && !waited->ended.waitFor(std::min(*start_limit, kLongestWait)) &&
+      waited->claim(Waited::State::WITHDRAWN)) {
+    waited->work = nullptr;
+    return TIMED_OUT;
   }
+  while (waited->state != Waited::State::FINISHED) waited->ended.wait();
   return OK;
 }
 
@@ -95,6 +92,7 @@ void TaskQueue::runWaited(Waited& waited) {
   waited.work();
   waited.work = nullptr;
   lingers_ = false;
+  waited.state = Waited::State::FINISHED;
   waited.ended.signal();
 }
 
