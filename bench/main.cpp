@@ -1,5 +1,4 @@
 // Compares the library with its peers.
-#include <android/log.h>
 #include <fmt/format.h>
 
 #include <cstdio>
@@ -7,6 +6,7 @@
 #include <regex>
 #include <string>
 
+#include "Log.h"
 #include "Rows.h"
 #include "Table.h"
 
@@ -47,16 +47,14 @@ std::optional<Options> parse(int argc, char** argv) {
 
 std::vector<Comparison> allComparisons(const Effort& effort) {
   std::vector<Comparison> all;
-  for (const auto& group : {pacedComparisons(effort), burstComparisons(effort),
-                            sustainedComparisons(effort), foldComparisons(effort),
-                            submitComparisons(effort), callComparisons(effort),
-                            memoryComparisons()}) {
+  for (const auto& group :
+       {pacedComparisons(effort), burstComparisons(effort), sustainedComparisons(effort),
+        foldComparisons(effort), submitComparisons(effort), callComparisons(effort),
+        logComparisons(effort), memoryComparisons()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;
 }
-
-void discardLogLine(const __android_logger_data* /*data*/, const char* /*message*/) {}
 
 }  // namespace
 
@@ -66,7 +64,7 @@ int main(int argc, char** argv) {
     fmt::print(stderr, kUsage);
     return 2;
   }
-  __android_log_set_logger(discardLogLine);
+  discardLog();
   std::vector<Row> rows;
   printHeader();
   for (const Comparison& comparison : allComparisons(options->effort)) {

@@ -1,26 +1,34 @@
-/// On which processors threads run.
+/// On which processors producers and workers run.
 #pragma once
 
 #include <sched.h>
 
 namespace kiv_bench {
 
-/// Keeps a single producer on a processor of its own while it lives: the calling thread is confined
-/// to one processor, and workers started through `besides()` to the others. All contestants are
-/// placed alike, so that none gains by where its worker happens to wake up.
-class ProducerPlacement {
+enum class Placement {
+  /// Wherever the system puts them.
+  FREE,
+  /// All on one, where waking a worker costs what the call itself costs, and no contestant gains by
+  /// where its worker happens to wake up.
+  ONE_PROCESSOR,
+  /// The producer on one, its worker on another that has nothing else to do, if there is one.
+  WORKER_APART,
+};
+
+/// Confines the calling thread, which is the only producer, and the workers that it starts. Gives
+/// the thread its freedom back at the end.
+class Confinement {
  public:
-  ProducerPlacement();
-  ~ProducerPlacement();
+  explicit Confinement(Placement placement);
+  ~Confinement();
 
-  ProducerPlacement(const ProducerPlacement&) = delete;
-  ProducerPlacement& operator=(const ProducerPlacement&) = delete;
+  Confinement(const Confinement&) = delete;
+  Confinement& operator=(const Confinement&) = delete;
 
-  /// What `make` returns. The threads that it starts stay off the producer's processor, unless
-  /// there is no other.
+  /// What `make` returns, with the threads that it starts on the workers' processor.
   template <typename Make>
-  auto besides(const Make& make) {
-    confineTo(others_);
+  auto startWorker(const Make& make) const {
+    confineTo(workers_);
     auto made = make();
     confineTo(producer_);
     return made;
@@ -31,7 +39,7 @@ class ProducerPlacement {
 
   cpu_set_t all_;
   cpu_set_t producer_;
-  cpu_set_t others_;
+  cpu_set_t workers_;
 };
 
 }  // namespace kiv_bench

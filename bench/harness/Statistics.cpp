@@ -14,8 +14,8 @@ double median(std::vector<double> values) {
 
 double percentile(Samples& samples, double fraction) {
   const auto rank = static_cast<size_t>(std::ceil(fraction * static_cast<double>(samples.size())));
-  const auto position =
-      samples.begin() + static_cast<std::ptrdiff_t>(std::clamp<size_t>(rank, 1, samples.size()) - 1);
+  const auto position = samples.begin() + static_cast<std::ptrdiff_t>(
+                                              std::clamp<size_t>(rank, 1, samples.size()) - 1);
   std::nth_element(samples.begin(), position, samples.end());
   return *position;
 }

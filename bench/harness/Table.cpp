@@ -10,7 +10,7 @@ namespace kiv_bench {
 
 namespace {
 
-constexpr char kLayout[] = "{:<34} {:<22} {:<22} {:>14} {:>14} {:>7} {:>15} {:>8} {}\n";
+constexpr char kLayout[] = "{:<29} {:<29} {:<28} {:>10} {:>10} {:>7} {:>14} {:>8} {}\n";
 
 std::string withUnit(double value, const std::string& unit) {
   return value < 10 ? fmt::format("{:.2f} {}", value, unit) : fmt::format("{:.0f} {}", value, unit);

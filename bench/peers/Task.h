@@ -1,5 +1,5 @@
-/// A report as one binds it for a worker when there is no library for that: copies of its texts, and
-/// a share in its session.
+/// A report as one binds it for a worker when there is no library for that: copies of its texts,
+/// and a share in its session.
 #pragma once
 
 #include <cstdint>

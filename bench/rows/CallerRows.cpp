@@ -1,19 +1,32 @@
 #include "CallerRuns.h"
-#include "Producers.h"
 #include "Rows.h"
 
 namespace kiv_bench {
 
 namespace {
 
-constexpr size_t kThreadCounts[] = {1, 2, 4};
+struct Setting {
+  std::string text;
+  Producers producers;
+  bool has_aims;
+};
 
-using Run = std::vector<double> (*)(const ReporterKind&, size_t, uint32_t);
+const std::vector<Setting>& settings() {
+  static const std::vector<Setting> all = {
+      {"1 thread, pinned", {1, Placement::ONE_PROCESSOR}, true},
+      {"1 thread, worker apart", {1, Placement::WORKER_APART}, false},
+      {"2 threads", {2, Placement::FREE}, true},
+      {"4 threads", {4, Placement::FREE}, true},
+  };
+  return all;
+}
 
-std::vector<Contestant> contestants(Run run, size_t threads, uint32_t count) {
+using Run = std::vector<double> (*)(const ReporterKind&, const Producers&, uint32_t);
+
+std::vector<Contestant> contestants(Run run, const Producers& producers, uint32_t count) {
   std::vector<Contestant> all;
   for (const ReporterKind& kind : reporterKinds()) {
-    all.push_back({kind.name, [=, &kind] { return run(kind, threads, count); }});
+    all.push_back({kind.name, [=, &kind] { return run(kind, producers, count); }});
   }
   return all;
 }
@@ -21,9 +34,13 @@ std::vector<Contestant> contestants(Run run, size_t threads, uint32_t count) {
 std::vector<Comparison> comparisons(const std::string& measure, const std::vector<Figure>& figures,
                                     Run run, uint32_t count) {
   std::vector<Comparison> all;
-  for (const size_t threads : kThreadCounts) {
-    all.push_back({measure, producersText(threads), figures,
-                   [=] { return contestants(run, threads, count); }});
+  for (const Setting& setting : settings()) {
+    Comparison comparison{measure, setting.text, figures,
+                          [=, &setting] { return contestants(run, setting.producers, count); }};
+    if (!setting.has_aims) {
+      for (Figure& figure : comparison.figures) figure.aims.clear();
+    }
+    all.push_back(comparison);
   }
   return all;
 }
@@ -42,7 +59,7 @@ std::vector<Comparison> burstComparisons(const Effort& effort) {
   return comparisons("non-blocking report, bursts",
                      {{"wall", "ns", {{"spdlog async", {0.4}}, {"asio post", {0.55}}}},
                       {"p99", "ns", {{"spdlog async", {0.1}}}}},
-                     runBursts, 6 * effort.scale);
+                     runBursts, 5 * effort.scale);
 }
 
 std::vector<Comparison> sustainedComparisons(const Effort& effort) {

@@ -3,14 +3,11 @@
 #include <pthread.h>
 #include <sys/prctl.h>
 
-#include <algorithm>
-#include <optional>
+#include <functional>
 #include <random>
 #include <thread>
 
 #include "Measure.h"
-#include "Placement.h"
-#include "Producers.h"
 #include "Statistics.h"
 
 namespace kiv_bench {
@@ -19,21 +16,38 @@ namespace {
 
 constexpr uint32_t kBurst = 1000;
 
-/// A reporter, placed as befits the number of its producers, that has run in.
+/// A reporter that has run in, and the threads that report to it.
 class Stage {
  public:
-  Stage(const ReporterKind& kind, size_t threads) {
-    if (threads == 1) placement_.emplace();
-    reporter = placement_.has_value() ? placement_->besides(kind.make) : kind.make();
-    for (uint32_t i = 0; i < kBurst; ++i) reporter->report(Report());
-    reporter->drain();
+  Stage(const ReporterKind& kind, const Producers& producers)
+      : producers_(producers),
+        confinement_(producers.placement),
+        reporter_(confinement_.startWorker(kind.make)) {
+    for (uint32_t i = 0; i < kBurst; ++i) reporter_->report(Report());
+    reporter_->drain();
+  }
+
+  Reporter& reporter() const { return *reporter_; }
+
+  /// Calls `work` on each producer's thread, and joins what they return. A single producer is the
+  /// calling thread, which is the one that is confined.
+  Samples run(const std::function<Samples(size_t)>& work) const {
+    if (producers_.threads == 1) return work(0);
+    std::vector<Samples> samples(producers_.threads);
+    std::vector<std::thread> threads;
+    for (size_t n = 0; n < samples.size(); ++n) {
+      threads.emplace_back([&, n] { samples[n] = work(n); });
+    }
+    for (auto& thread : threads) thread.join();
+    Samples all;
+    for (const Samples& part : samples) all.insert(all.end(), part.begin(), part.end());
+    return all;
   }
 
  private:
-  std::optional<ProducerPlacement> placement_;
-
- public:
-  std::unique_ptr<Reporter> reporter;
+  const Producers producers_;
+  const Confinement confinement_;
+  const std::unique_ptr<Reporter> reporter_;
 };
 
 /// Where producers meet before each burst.
@@ -77,69 +91,64 @@ Samples paced(Reporter& reporter, size_t seed, uint32_t reports) {
   return samples;
 }
 
-/// Every other burst is timed as a whole, so that reading the clock for single calls adds nothing.
-struct BurstSamples {
-  Samples calls;
-  Samples wholes;
-};
-
-BurstSamples burst(Reporter& reporter, Barrier& barrier, uint32_t bursts) {
+Samples burstCalls(Reporter& reporter) {
   const Report report;
-  BurstSamples samples;
-  samples.calls.reserve(size_t{bursts} * kBurst);
-  for (uint32_t i = 0; i < bursts; ++i) {
-    barrier.meet();
-    for (uint32_t n = 0; n < kBurst; ++n) samples.calls.push_back(timedReport(reporter, report));
-    if (barrier.meet()) reporter.drain();
-    barrier.meet();
-    const auto start = Clock::now();
-    for (uint32_t n = 0; n < kBurst; ++n) reporter.report(report);
-    samples.wholes.push_back(static_cast<uint32_t>(nanosecondsSince(start)));
-    if (barrier.meet()) reporter.drain();
-  }
+  Samples samples;
+  samples.reserve(kBurst);
+  for (uint32_t n = 0; n < kBurst; ++n) samples.push_back(timedReport(reporter, report));
   return samples;
 }
 
-Samples joined(const std::vector<Samples>& parts) {
-  Samples all;
-  for (const Samples& part : parts) all.insert(all.end(), part.begin(), part.end());
-  return all;
+/// Timed as a whole, so that reading the clock for single calls adds nothing.
+Samples burstWhole(Reporter& reporter) {
+  const Report report;
+  const auto start = Clock::now();
+  for (uint32_t n = 0; n < kBurst; ++n) reporter.report(report);
+  return {static_cast<uint32_t>(nanosecondsSince(start))};
+}
+
+Samples bursts(const Stage& stage, Barrier& barrier, uint32_t count, Samples (*burst)(Reporter&)) {
+  return stage.run([&](size_t) {
+    Samples all;
+    for (uint32_t i = 0; i < count; ++i) {
+      barrier.meet();
+      const Samples samples = burst(stage.reporter());
+      all.insert(all.end(), samples.begin(), samples.end());
+      if (barrier.meet()) stage.reporter().drain();
+    }
+    return all;
+  });
 }
 
 }  // namespace
 
-std::vector<double> runPaced(const ReporterKind& kind, size_t threads, uint32_t reports) {
-  const Stage stage(kind, threads);
-  std::vector<Samples> samples(threads);
-  runProducers(threads, [&](size_t n) { samples[n] = paced(*stage.reporter, n, reports); });
-  Samples all = joined(samples);
-  return {percentile(all, 0.5), percentile(all, 0.99), percentile(all, 0.999)};
+std::vector<double> runPaced(const ReporterKind& kind, const Producers& producers,
+                             uint32_t reports) {
+  const Stage stage(kind, producers);
+  Samples calls = stage.run([&](size_t n) { return paced(stage.reporter(), n, reports); });
+  return {percentile(calls, 0.5), percentile(calls, 0.99), percentile(calls, 0.999)};
 }
 
-std::vector<double> runBursts(const ReporterKind& kind, size_t threads, uint32_t bursts) {
-  const Stage stage(kind, threads);
-  Barrier barrier(threads);
-  std::vector<Samples> calls(threads);
-  std::vector<Samples> wholes(threads);
-  runProducers(threads, [&](size_t n) {
-    BurstSamples samples = burst(*stage.reporter, barrier, bursts);
-    calls[n] = std::move(samples.calls);
-    wholes[n] = std::move(samples.wholes);
-  });
-  Samples all_calls = joined(calls);
-  Samples all_wholes = joined(wholes);
-  return {percentile(all_wholes, 0.5) / kBurst, percentile(all_calls, 0.99)};
+std::vector<double> runBursts(const ReporterKind& kind, const Producers& producers,
+                              uint32_t count) {
+  const Stage stage(kind, producers);
+  Barrier barrier(producers.threads);
+  Samples wholes = bursts(stage, barrier, count, burstWhole);
+  Samples calls = bursts(stage, barrier, count, burstCalls);
+  return {percentile(wholes, 0.5) / kBurst, percentile(calls, 0.99)};
 }
 
-std::vector<double> runSustained(const ReporterKind& kind, size_t threads, uint32_t reports) {
-  const Stage stage(kind, threads);
+std::vector<double> runSustained(const ReporterKind& kind, const Producers& producers,
+                                 uint32_t reports) {
+  const Stage stage(kind, producers);
   const auto start = Clock::now();
-  runProducers(threads, [&](size_t) {
+  stage.run([&](size_t) {
     const Report report;
-    for (uint32_t i = 0; i < reports; ++i) stage.reporter->report(report);
+    for (uint32_t i = 0; i < reports; ++i) stage.reporter().report(report);
+    return Samples();
   });
-  stage.reporter->drain();
-  return {1000.0 * reports * static_cast<double>(threads) /
+  stage.reporter().drain();
+  return {1000.0 * reports * static_cast<double>(producers.threads) /
           static_cast<double>(nanosecondsSince(start))};
 }
 

@@ -1,6 +1,7 @@
 /// All that is compared, in the order of the table.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "Comparison.h"
@@ -19,6 +20,7 @@ std::vector<Comparison> sustainedComparisons(const Effort& effort);
 std::vector<Comparison> foldComparisons(const Effort& effort);
 std::vector<Comparison> submitComparisons(const Effort& effort);
 std::vector<Comparison> callComparisons(const Effort& effort);
+std::vector<Comparison> logComparisons(const Effort& effort);
 std::vector<Comparison> memoryComparisons();
 
 }  // namespace kiv_bench

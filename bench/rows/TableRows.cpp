@@ -79,8 +79,7 @@ std::vector<double> runCollection(const CounterFamily& family, uint32_t keys, ui
 }
 
 std::vector<Contestant> submissionContestants(uint32_t keys, uint32_t windows) {
-  auto events =
-      std::make_shared<std::vector<android::kiv::KivErrorCodeEvent>>(libraryKeys(keys));
+  auto events = std::make_shared<std::vector<android::kiv::KivErrorCodeEvent>>(libraryKeys(keys));
   auto family = std::make_shared<CounterFamily>("errors", "", prometheus::Labels{});
   for (const auto& labels : prometheusKeys(keys)) family->Add(labels).Increment();
   return {
@@ -97,11 +96,10 @@ std::vector<Comparison> foldComparisons(const Effort& effort) {
   std::vector<Comparison> all;
   for (const uint32_t keys : kKeyCounts) {
     const Figure figure{
-        "",
-        "ns",
-        {{"prometheus-cpp", aimByKeys(keys, 0.2, 0.4)}, {"ordered map", Aim{1.25}}}};
-    all.push_back({"fold one report", keysText(keys), {figure},
-                   [=] { return foldingContestants(keys, 20000 * effort.scale); }});
+        "", "ns", {{"prometheus-cpp", aimByKeys(keys, 0.2, 0.4)}, {"ordered map", Aim{1.25}}}};
+    all.push_back({"fold one report", keysText(keys), {figure}, [=] {
+                     return foldingContestants(keys, 20000 * effort.scale);
+                   }});
   }
   return all;
 }
@@ -111,8 +109,9 @@ std::vector<Comparison> submitComparisons(const Effort& effort) {
   for (const uint32_t keys : kKeyCounts) {
     const Figure figure{"", "ns", {{"prometheus-cpp", aimByKeys(keys, 0.3, 0.5)}}};
     const uint32_t windows = std::max(1U, 2000 * effort.scale / keys);
-    all.push_back({"submit one key", keysText(keys), {figure},
-                   [=] { return submissionContestants(keys, windows); }});
+    all.push_back({"submit one key", keysText(keys), {figure}, [=] {
+                     return submissionContestants(keys, windows);
+                   }});
   }
   return all;
 }
