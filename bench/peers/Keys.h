@@ -4,19 +4,15 @@
 #include <cstdint>
 #include <vector>
 
-#include "PlainKey.h"
 #include "kiv/KivErrorCodeAggregator.h"
-#include "prometheus/labels.h"
 
 namespace kiv_bench {
-
-/// Which of `keys` keys the next reports are of: each as likely, in no order.
-std::vector<uint32_t> shuffledPicks(uint32_t keys, uint32_t picks);
 
 /// Keys of four sessions under one parent, eight classes and 32 operations, told apart by the error
 /// code's last digits: an ordered table has to look at every field.
 std::vector<android::kiv::KivErrorCodeEvent> libraryKeys(uint32_t count);
-std::vector<PlainKey> plainKeys(uint32_t count);
-std::vector<prometheus::Labels> prometheusKeys(uint32_t count);
+
+/// Which of `keys` keys the next reports are of: each as likely, in no order.
+std::vector<uint32_t> shuffledPicks(uint32_t keys, uint32_t picks);
 
 }  // namespace kiv_bench

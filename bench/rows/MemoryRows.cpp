@@ -3,6 +3,7 @@
 
 #include "Heap.h"
 #include "Keys.h"
+#include "PeerKeys.h"
 #include "Reporter.h"
 #include "Rows.h"
 #include "prometheus/counter.h"
@@ -31,7 +32,7 @@ std::vector<Contestant> keyContestants(uint32_t count) {
     });
   };
   auto prometheus_cpp = [count] {
-    const auto keys = prometheusKeys(count);
+    const auto keys = prometheusKeys(libraryKeys(count));
     prometheus::Family<prometheus::Counter> family("errors", "", prometheus::Labels{});
     return bytesEach(count, [&] {
       for (const auto& labels : keys) family.Add(labels).Increment();

@@ -6,6 +6,7 @@
 #include "Keys.h"
 #include "Measure.h"
 #include "NullModule.h"
+#include "PeerKeys.h"
 #include "Require.h"
 #include "Rows.h"
 #include "prometheus/counter.h"
@@ -41,17 +42,18 @@ std::vector<Contestant> foldingContestants(uint32_t keys, uint32_t reports) {
   auto family = std::make_shared<CounterFamily>("errors", "", prometheus::Labels{});
   auto ordered = std::make_shared<std::map<PlainKey, PlainAggregate>>();
   auto hashed = std::make_shared<std::unordered_map<PlainKey, PlainAggregate, PlainKeyHash>>();
+  const auto events = libraryKeys(keys);
   return {
-      foldingContestant("library", libraryKeys(keys), reports,
+      foldingContestant("library", events, reports,
                         [=](const auto& event) { aggregator->add(event); }),
-      foldingContestant("prometheus-cpp", prometheusKeys(keys), reports,
+      foldingContestant("prometheus-cpp", prometheusKeys(events), reports,
                         [=](const auto& labels) { family->Add(labels).Increment(); }),
       // Builds its key, once, as an aggregator does; with one comparison a node.
-      foldingContestant("ordered map", plainKeys(keys), reports,
+      foldingContestant("ordered map", plainKeys(events), reports,
                         [=](const PlainKey& key) {
                           ordered->try_emplace(PlainKey(key)).first->second.fold(1.0F);
                         }),
-      foldingContestant("hash map", plainKeys(keys), reports,
+      foldingContestant("hash map", plainKeys(events), reports,
                         [=](const PlainKey& key) { (*hashed)[key].fold(1.0F); }),
   };
 }
@@ -81,7 +83,7 @@ std::vector<double> runCollection(const CounterFamily& family, uint32_t keys, ui
 std::vector<Contestant> submissionContestants(uint32_t keys, uint32_t windows) {
   auto events = std::make_shared<std::vector<android::kiv::KivErrorCodeEvent>>(libraryKeys(keys));
   auto family = std::make_shared<CounterFamily>("errors", "", prometheus::Labels{});
-  for (const auto& labels : prometheusKeys(keys)) family->Add(labels).Increment();
+  for (const auto& labels : prometheusKeys(*events)) family->Add(labels).Increment();
   return {
       {"library", [=] { return runSubmission(*events, windows); }},
       {"prometheus-cpp", [=] { return runCollection(*family, keys, windows); }},
