@@ -23,7 +23,7 @@ inline void beginCount() {
 #ifdef CALLGRIND_TOGGLE_COLLECT
   CALLGRIND_TOGGLE_COLLECT;
 #else
-  syscall(KIV_SECTION_MARK);
+  syscall(kSectionMark);
 #endif
 }
 
@@ -32,7 +32,7 @@ inline void endCount() {
   CALLGRIND_TOGGLE_COLLECT;
   CALLGRIND_DUMP_STATS;
 #else
-  syscall(KIV_SECTION_MARK);
+  syscall(kSectionMark);
 #endif
 }
 

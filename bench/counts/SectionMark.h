@@ -1,5 +1,9 @@
-/// What a program tells the QEMU plugin by.
+/// How a program tells QEMU's plugin that a section begins or ends.
 #pragma once
 
+namespace kiv_bench {
+
 /// A system call that there is not.
-#define KIV_SECTION_MARK 0x6b6976
+inline constexpr long kSectionMark = 0x6b6976;
+
+}  // namespace kiv_bench
