@@ -4,6 +4,6 @@
 namespace kiv_bench {
 
 /// A system call that there is not.
-inline constexpr long kSectionMark = 0x6b6976;
+inline constexpr long kSectionMark = 0x6b69;
 
 }  // namespace kiv_bench
