@@ -10,9 +10,9 @@
 #include "Rows.h"
 #include "Table.h"
 
-namespace {
+namespace kiv_bench {
 
-using namespace kiv_bench;
+namespace {
 
 constexpr char kUsage[] = R"(usage: kiv_bench [--json FILE] [--filter REGEX] [--quick]
 
@@ -56,9 +56,7 @@ std::vector<Comparison> allComparisons(const Effort& effort) {
   return all;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   const auto options = parse(argc, argv);
   if (!options.has_value()) {
     fmt::print(stderr, kUsage);
@@ -82,3 +80,9 @@ int main(int argc, char** argv) {
   }
   return 0;
 }
+
+}  // namespace
+
+}  // namespace kiv_bench
+
+int main(int argc, char** argv) { return kiv_bench::run(argc, argv); }

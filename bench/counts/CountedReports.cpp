@@ -10,9 +10,10 @@
 #include "NullModule.h"
 #include "Require.h"
 
+namespace kiv_bench {
+
 namespace {
 
-using namespace kiv_bench;
 using android::kiv::KivErrorCodeAggregator;
 using android::kiv::NumericAggregationType;
 using android::kiv::TelemetryLogger;
@@ -93,10 +94,12 @@ void countTable() {
 
 }  // namespace
 
+}  // namespace kiv_bench
+
 int main() {
-  discardLog();
-  countCallers();
-  countWorker();
-  countTable();
+  kiv_bench::discardLog();
+  kiv_bench::countCallers();
+  kiv_bench::countWorker();
+  kiv_bench::countTable();
   return 0;
 }

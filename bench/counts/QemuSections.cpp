@@ -34,14 +34,14 @@ uint64_t instructions = 0;
 
 void onExecution(unsigned processor, void* data) {
   if (counting && processor == counted_processor) {
-    instructions += reinterpret_cast<uintptr_t>(data);
+    instructions += *static_cast<const size_t*>(data);
   }
 }
 
 void onTranslation(qemu_plugin_id_t /*id*/, qemu_plugin_tb* block) {
-  // The number travels as the callback's data.
-  const uintptr_t length = qemu_plugin_tb_n_insns(block);
-  qemu_plugin_register_vcpu_tb_exec_cb(block, onExecution, 0, reinterpret_cast<void*>(length));
+  // Kept for as long as the block may be executed: for ever.
+  auto* const length = new size_t(qemu_plugin_tb_n_insns(block));
+  qemu_plugin_register_vcpu_tb_exec_cb(block, onExecution, 0, length);
 }
 
 void onSystemCall(qemu_plugin_id_t /*id*/, unsigned processor, int64_t number, uint64_t, uint64_t,

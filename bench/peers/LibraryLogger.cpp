@@ -2,9 +2,23 @@
 
 namespace kiv_bench {
 
-namespace {
+using android::kiv::kAggregationPeriod;
+using android::kiv::KivAudioLatencyAggregator;
+using android::kiv::KivAudioLatencyEvent;
+using android::kiv::KivErrorCodeAggregator;
+using android::kiv::KivErrorCodeEvent;
+using android::kiv::KivGenericEvent;
+using android::kiv::KivGenericNumericEventAggregator;
+using android::kiv::KivGenericStringEventAggregator;
+using android::kiv::KivStreamEvent;
+using android::kiv::KivStreamEventAggregator;
+using android::kiv::NumericAggregationType;
+using android::kiv::TaskRunnerThread;
+using android::kiv::TelemetryLogger;
+using android::kiv::TelemetrySubmissionModel;
+using android::kiv::TimedAggregationManager;
 
-using namespace android::kiv;
+namespace {
 
 template <typename Event, typename Aggregator, typename... Args>
 auto makeManager(Args... args) {

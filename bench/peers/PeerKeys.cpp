@@ -9,6 +9,7 @@ std::vector<PlainKey> plainKeys(const std::vector<KivErrorCodeEvent>& events) {
   const size_t separator = first.find('.');
   const auto parent = std::make_shared<const std::string>(first.substr(0, separator));
   std::vector<PlainKey> keys;
+  keys.reserve(events.size());
   for (const KivErrorCodeEvent& event : events) {
     keys.push_back({event.session_id.toString().substr(separator + 1), parent, event.api,
                     event.kiv_class, event.error_code, static_cast<int>(event.severity)});
@@ -18,6 +19,7 @@ std::vector<PlainKey> plainKeys(const std::vector<KivErrorCodeEvent>& events) {
 
 std::vector<prometheus::Labels> prometheusKeys(const std::vector<KivErrorCodeEvent>& events) {
   std::vector<prometheus::Labels> keys;
+  keys.reserve(events.size());
   for (const KivErrorCodeEvent& event : events) {
     keys.push_back({{"kiv_session_id", event.session_id.toString()},
                     {"kiv_api", event.api},

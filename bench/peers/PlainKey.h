@@ -31,7 +31,7 @@ struct PlainKey {
 
 struct PlainKeyHash {
   size_t operator()(const PlainKey& key) const {
-    size_t hash = static_cast<size_t>(key.severity);
+    auto hash = static_cast<size_t>(key.severity);
     for (const std::string* text : {&key.session, &key.api, &key.kiv_class, &key.error_code}) {
       hash = hash * 31 + std::hash<std::string>()(*text);
     }

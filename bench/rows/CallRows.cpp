@@ -51,7 +51,7 @@ class ImmediateLogger {
   }
 
  private:
-  const Report report_;
+  Report report_;
   const uint64_t events_before_ = reportedEvents();
   uint64_t reports_ = 0;
   TelemetryLogger logger_{makeSession(), "SpatialAudioSink",

@@ -62,6 +62,7 @@ class Barrier {
   Barrier& operator=(const Barrier&) = delete;
 
   /// True on one of the threads.
+  // NOLINTNEXTLINE(bugprone-posix-return): the value for that thread is negative.
   bool meet() { return pthread_barrier_wait(&barrier_) == PTHREAD_BARRIER_SERIAL_THREAD; }
 
  private:

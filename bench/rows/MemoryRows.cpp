@@ -51,7 +51,7 @@ std::vector<double> runQueue(const TaskReporterKind& kind, uint32_t count) {
     opened.wait();
   });
   held.get_future().wait();
-  const auto bytes = bytesEach(count, [&] {
+  auto bytes = bytesEach(count, [&] {
     for (uint32_t i = 0; i < count; ++i) reporter->report(Report());
   });
   gate.set_value();
