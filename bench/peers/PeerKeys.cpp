@@ -17,17 +17,22 @@ std::vector<PlainKey> plainKeys(const std::vector<KivErrorCodeEvent>& events) {
   return keys;
 }
 
-std::vector<prometheus::Labels> prometheusKeys(const std::vector<KivErrorCodeEvent>& events) {
-  std::vector<prometheus::Labels> keys;
-  keys.reserve(events.size());
+std::vector<LabelValues> labelValues(const std::vector<KivErrorCodeEvent>& events) {
+  std::vector<LabelValues> all;
+  all.reserve(events.size());
   for (const KivErrorCodeEvent& event : events) {
-    keys.push_back({{"kiv_session_id", event.session_id.toString()},
-                    {"kiv_api", event.api},
-                    {"kiv_class", event.kiv_class},
-                    {"kiv_error_code", event.error_code},
-                    {"severity", std::to_string(static_cast<int>(event.severity))}});
+    all.push_back({event.session_id.toString(), event.api, event.kiv_class, event.error_code,
+                   std::to_string(static_cast<int>(event.severity))});
   }
-  return keys;
+  return all;
+}
+
+prometheus::Labels makeLabels(const LabelValues& values) {
+  return {{"kiv_session_id", values.session},
+          {"kiv_api", values.api},
+          {"kiv_class", values.kiv_class},
+          {"kiv_error_code", values.error_code},
+          {"severity", values.severity}};
 }
 
 }  // namespace kiv_bench

@@ -32,10 +32,10 @@ std::vector<Contestant> keyContestants(uint32_t count) {
     });
   };
   auto prometheus_cpp = [count] {
-    const auto keys = prometheusKeys(libraryKeys(count));
+    const auto keys = labelValues(libraryKeys(count));
     prometheus::Family<prometheus::Counter> family("errors", "", prometheus::Labels{});
     return bytesEach(count, [&] {
-      for (const auto& labels : keys) family.Add(labels).Increment();
+      for (const auto& values : keys) family.Add(makeLabels(values)).Increment();
     });
   };
   return {{"library", library}, {"prometheus-cpp", prometheus_cpp}};
