@@ -52,7 +52,7 @@ std::vector<Comparison> pacedComparisons(const Effort& effort) {
                      {{"p50", "ns", {{"spdlog async", {0.2}}}},
                       {"p99", "ns", {{"spdlog async", {0.4}}}},
                       {"p99.9", "ns", {}}},
-                     runPaced, 300 * effort.scale);
+                     runPaced, 500 * effort.scale);
 }
 
 std::vector<Comparison> burstComparisons(const Effort& effort) {
