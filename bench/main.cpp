@@ -5,6 +5,7 @@
 #include <optional>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "Log.h"
 #include "Rows.h"
@@ -16,13 +17,13 @@ namespace {
 
 constexpr char kUsage[] = R"(usage: kiv_bench [--json FILE] [--filter REGEX] [--quick]
 
-  --json FILE     also write the rows to FILE
+  --json FILE     also write the rows to FILE; may be given more than once
   --filter REGEX  only what matches "MEASURE/SETTING"
   --quick         fewer and shorter rounds: shows that all works, and no figures worth quoting
 )";
 
 struct Options {
-  std::string json;
+  std::vector<std::string> json;
   std::optional<std::regex> filter;
   Effort effort{7, 10};
 };
@@ -35,7 +36,7 @@ std::optional<Options> parse(int argc, char** argv) {
     if (argument == "--quick") {
       options.effort = {2, 1};
     } else if (argument == "--json" && !last) {
-      options.json = argv[++i];
+      options.json.emplace_back(argv[++i]);
     } else if (argument == "--filter" && !last) {
       options.filter = argv[++i];
     } else {
@@ -74,8 +75,9 @@ int run(int argc, char** argv) {
     }
   }
   printSummary(rows);
-  if (!options->json.empty() && !writeJson(rows, options->json)) {
-    fmt::print(stderr, "kiv_bench: cannot write {}\n", options->json);
+  for (const std::string& path : options->json) {
+    if (writeJson(rows, path)) continue;
+    fmt::print(stderr, "kiv_bench: cannot write {}\n", path);
     return 1;
   }
   return 0;
