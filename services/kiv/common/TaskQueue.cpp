@@ -103,12 +103,12 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   uintptr_t posted = posted_.load(std::memory_order_relaxed);
   do {
     if ((posted & kClosed) != 0) return false;
-    newest->next = reinterpret_cast<Task*>(posted & ~kFlags);
+    newest->next = newestOf(posted);
     // The flags that make us the waker are cleared, so that nobody else is.
   } while (!posted_.compare_exchange_weak(
       posted, reinterpret_cast<uintptr_t>(newest.get()) | (posted & kFlags & ~wakes),
       std::memory_order_release, std::memory_order_relaxed));
-  newest.release();
+  static_cast<void>(newest.release());
   if ((posted & wakes) != 0) woken_.signal();
   return true;
 }
@@ -158,10 +158,15 @@ void TaskQueue::run() {
   ended_changed_.notify_all();
 }
 
+TaskQueue::Task* TaskQueue::newestOf(uintptr_t posted) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): it was a pointer before it was put into one word
+  return reinterpret_cast<Task*>(posted & ~kFlags);
+}
+
 uintptr_t TaskQueue::takePosted() {
   const uintptr_t posted = posted_.fetch_and(kClosed, std::memory_order_acquire);
   Task* oldest = nullptr;
-  Task* const newest = reinterpret_cast<Task*>(posted & ~kFlags);
+  Task* const newest = newestOf(posted);
   for (Task* task = newest; task != nullptr;) {
     Task* const older = std::exchange(task->next, oldest);
     oldest = std::exchange(task, older);

@@ -70,6 +70,9 @@ class TaskQueue {
   KivStatus postAndWait(std::function<void()> task,
                         std::optional<std::chrono::milliseconds> start_limit);
 
+  /// What stands in posted_ beside the flags.
+  static Task* newestOf(uintptr_t posted);
+
   /// False when the queue is closed.
   bool append(std::function<void()> task, Urgency urgency);
 
