@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace kiv_test::model {
 
@@ -112,10 +113,12 @@ void Reference::closeWindow(Aggregation& aggregation) {
 }
 
 void Reference::submit(Aggregation& aggregation, int64_t start_us, int64_t end_us) {
-  std::sort(aggregation.entries.begin(), aggregation.entries.end(),
+  // What is reported from now on belongs to the next window, though the module itself report it.
+  auto entries = std::exchange(aggregation.entries, {});
+  if (!enabled) return;
+  std::sort(entries.begin(), entries.end(),
             [](const auto& a, const auto& b) { return before(a.first, b.first); });
-  for (const Aggregation::Entry& entry : aggregation.entries) {
-    if (!enabled) break;
+  for (const Aggregation::Entry& entry : entries) {
     Fields fields = entry.first.fields;
     fields.ints["start_time_since_epoch"] = start_us / 1000;
     fields.ints["end_time_since_epoch"] = end_us / 1000;
@@ -126,19 +129,18 @@ void Reference::submit(Aggregation& aggregation, int64_t start_us, int64_t end_u
     if (entry.first.kind == FLOATS) fields.floats["value_float"] = value;
     send(aggregation, entry, std::move(fields));
   }
-  aggregation.entries.clear();
 }
 
 void Reference::send(Aggregation& aggregation, const Aggregation::Entry& entry, Fields fields) {
   const std::string name = eventName(entry.first.kind);
   for (auto& field : fields.strings) field.second = asSent(field.second);
-  const bool accepted = refused_.count(++reports_) == 0;
-  events.push_back({name, std::move(fields), aggregation.id, thread, accepted, call});
-
   if (!aggregation.has_handler) module_calls.emplace_back("createTelemetryHandler(9)");
   aggregation.has_handler = true;
   module_calls.push_back("createEvent(" + name + ")");
   module_calls.push_back("reportEvent(" + name + ", 1)");
+  const bool accepted = refused_.count(++reports_) == 0;
+  if (on_report) on_report(reports_);
+  events.push_back({name, std::move(fields), aggregation.id, thread, accepted, call});
   module_calls.emplace_back("destroyTelemetryEvent(7)");
   if (!accepted) {
     logLine(ANDROID_LOG_ERROR, "submitEvents: Failed to report UnifiedTelemetry event: " + name);

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -107,6 +108,10 @@ class Reference {
 
   /// The module refuses the n-th report from now on.
   void refuseReport(int n) { refused_.insert(reports_ + n); }
+
+  /// Called while the module takes a report, with the number of reports so far.
+  std::function<void(int)> on_report;
+  int reports() const { return reports_; }
 
  private:
   void open(Aggregation& aggregation) const;

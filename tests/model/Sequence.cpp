@@ -46,6 +46,7 @@ void Sequence::begin() {
   note("default.start()");
   process_.worker->run([&] { process_.default_logger->start(); });
   reference_.start(process_.worker->expected);
+  installBackCalls();
 }
 
 void Sequence::end() {
@@ -55,6 +56,7 @@ void Sequence::end() {
   reference_.thread = process_.worker->id;
   reference_.stop(process_.worker->expected);
   process_.worker->run([&] { process_.default_logger->stop(); });
+  recorder_.onReport({});
   Process::setTelemetryEnabled(true);
 }
 
@@ -118,11 +120,15 @@ void Sequence::step() {
     default:
       break;
   }
-  switch (input_.below(4)) {
+  switch (input_.below(8)) {
     case 0:
       return refuseReport();
     case 1:
       return turnSwitch();
+    case 2:
+    case 3:
+    case 4:
+      return planBackCall(subject);
     default:
       // Never the default logger, nor the worker under the steps that run on it.
       if (&subject != &subjects_.front() && current_ == nullptr) {

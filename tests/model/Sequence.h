@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,14 @@ class Sequence {
   size_t events() const { return reference_.events.size(); }
 
  private:
+  /// A call that the module makes on a logger while it takes a report.
+  struct BackCall {
+    std::string label;  // of the logger
+    const Worker* worker;
+    std::function<void()> call;
+    std::function<void()> expect;
+  };
+
   struct Trace {
     std::string name;
     int64_t begun_ns;
@@ -79,7 +88,12 @@ class Sequence {
   void moveClocks();
   void refuseReport();
   void turnSwitch();
+
   void stepsOnWorker(Subject& subject);
+
+  // In SequenceBackCalls.cpp.
+  void installBackCalls();
+  void planBackCall(Subject& subject);
 
   // Choices.
   Session chooseSession();
@@ -125,6 +139,12 @@ class Sequence {
   std::vector<std::string> calls_;
   std::optional<std::string> failure_;
   bool starved_ = false;
+
+  // By the number of the report that the module is taking. Read by workers: changed only while all
+  // are at rest.
+  std::map<int, BackCall> back_calls_;
+  bool back_calls_enabled_ = true;
+  int reports_taken_ = 0;  // by the module, one at a time
 };
 
 }  // namespace kiv_test::model

@@ -114,6 +114,7 @@ void Sequence::makeLoggerOfEnvironment() {
 
 void Sequence::learnSession(Subject& subject, const Session& parent) {
   note(subject.label + " flushes, reports a text and flushes");
+  back_calls_enabled_ = false;
   process_.worker->run([&] {
     subject.logger->flush();
     subject.logger->logKivEvent<std::string>("session", "", kiv::NumericAggregationType::COUNT);
@@ -132,6 +133,7 @@ void Sequence::learnSession(Subject& subject, const Session& parent) {
   reference_.report(process_.worker->expected, textReport(subject.session, "session", "", 4),
                     false);
   reference_.flush(process_.worker->expected);
+  back_calls_enabled_ = true;
 }
 
 void Sequence::makeLoggerOfDelegate() {
@@ -172,6 +174,9 @@ void Sequence::dropLogger(size_t index) {
   Subject subject = std::move(*position);
   subjects_.erase(position);
   note(subject.label + " is destroyed");
+  for (auto back = back_calls_.begin(); back != back_calls_.end();) {
+    back = back->second.label == subject.label ? back_calls_.erase(back) : std::next(back);
+  }
   reference_.thread = std::this_thread::get_id();
   if (subject.isImmediate()) {
     reference_.destroy(*subject.own);

@@ -1,5 +1,7 @@
 #include "Subjects.h"
 
+#include <cstdlib>
+
 #include "Latch.h"
 #include "LogCapture.h"
 #include "Recorder.h"
@@ -82,6 +84,8 @@ Process::Process()
     aggregation.has_handler = true;
     handlers[aggregation.id] = events.at(kind).handler;
   }
+  // Aggregations that a kept logger holds are flushed at exit, and say so when they do not run.
+  std::atexit([] { Process::getInstance().default_logger->start(); });
   root.chain = {events.at(0).strings.at("kiv_session_id")};
   recorder.reset();
 }

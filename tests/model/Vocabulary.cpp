@@ -73,6 +73,7 @@ std::string chooseText(ByteInput& input) {
       "a\0"s, "\x7f"s, "\x80"s, "%n%s%d%"s, "open"s, "client_api_call.open"s,
   };
   const uint8_t choice = input.byte();
+  if (choice < 0x60) return kTexts[choice % 3];
   if (choice < 0xC0) return kTexts[choice % std::size(kTexts)];
   if (choice < 0xF0) return input.bytes(choice % 16);
   // Longer than a line of the log may be.
