@@ -46,7 +46,7 @@ Bytes randomBytes(unsigned long seed) {
 }
 
 TEST(Model, RandomSequencesDoWhatTheModelSays) {
-  const unsigned long count = fromEnvironment("KIV_MODEL_SEQUENCES", 400);
+  const unsigned long count = fromEnvironment("KIV_MODEL_SEQUENCES", 200);
   const unsigned long first = fromEnvironment("KIV_MODEL_SEED", 1);
   Totals totals;
   for (unsigned long seed = first; seed < first + count && !HasFailure(); ++seed) {

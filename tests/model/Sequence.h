@@ -53,6 +53,17 @@ class Sequence {
     std::shared_ptr<void> token;  // of a trace
   };
 
+  /// A stream and the road on which it is reported.
+  struct DescribedStream {
+    Stream stream;
+    std::optional<::kiv::KivPcmInfo> compact;
+    kiv::KivPcmInfoExt extended;  // in place of the compact form
+    bool is_internal;             // by the operation of that name
+    std::string road;             // in words
+
+    std::string text() const;
+  };
+
   void begin();
   void step();
   void end();
@@ -62,8 +73,6 @@ class Sequence {
   void logErrorCode(Subject& subject);
   void logKivErrorCode(Subject& subject);
   void logAndroidStatusErrorCode(Subject& subject);
-  void logStreamEvent(Subject& subject);
-  void logAudioLatency(Subject& subject);
   void logKivEventOfInteger(Subject& subject);
   void logKivEventOfFloat(Subject& subject);
   void logKivEventOfText(Subject& subject);
@@ -72,6 +81,10 @@ class Sequence {
   void endTraceSection(Subject& subject);
   void startTrace(Subject& subject);
   void stopTrace(Subject& subject);
+
+  // In SequenceStreams.cpp.
+  void logStreamEvent(Subject& subject);
+  void logAudioLatency(Subject& subject);
 
   // In SequenceLoggers.cpp.
   void makeLogger();
@@ -97,8 +110,7 @@ class Sequence {
 
   // Choices.
   Session chooseSession();
-  Stream chooseStream(std::optional<::kiv::KivPcmInfo>& compact, kiv::KivPcmInfoExt& extended);
-  static std::string streamText(const Stream& stream);
+  DescribedStream chooseStream();
 
   /// Notes a call in words.
   void note(const std::string& description);

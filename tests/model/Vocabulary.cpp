@@ -73,7 +73,7 @@ std::string chooseText(ByteInput& input) {
       "a\0"s, "\x7f"s, "\x80"s, "%n%s%d%"s, "open"s, "client_api_call.open"s,
   };
   const uint8_t choice = input.byte();
-  if (choice < 0x60) return kTexts[choice % 3];
+  if (choice < 0x80) return kTexts[choice % 3];
   if (choice < 0xC0) return kTexts[choice % std::size(kTexts)];
   if (choice < 0xF0) return input.bytes(choice % 16);
   // Longer than a line of the log may be.
@@ -108,12 +108,12 @@ uint32_t chooseUnsigned(ByteInput& input) {
 
 float chooseFloat(ByteInput& input) {
   using Limits = std::numeric_limits<float>;
-  static constexpr float kFloats[] = {0.5F,
-                                      0.25F,
+  static constexpr float kFloats[] = {0.0F,
+                                      -0.0F,
                                       1.0F,
                                       -1.0F,
-                                      0.0F,
-                                      -0.0F,
+                                      0.5F,
+                                      0.25F,
                                       16777216.0F,
                                       Limits::max(),
                                       Limits::lowest(),
@@ -122,6 +122,7 @@ float chooseFloat(ByteInput& input) {
                                       -Limits::infinity(),
                                       Limits::quiet_NaN()};
   const uint8_t choice = input.byte();
+  if (choice < 0x60) return kFloats[choice % 3];
   if (choice < 0xC0) return kFloats[choice % std::size(kFloats)];
   return choice < 0xE0 ? static_cast<float>(input.any<int16_t>()) / 8 : input.any<float>();
 }
