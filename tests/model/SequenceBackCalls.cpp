@@ -37,7 +37,12 @@ void Sequence::planBackCall(Subject& subject) {
     return std::string(what) + "(" + quoted(name) + ")";
   };
   std::string what;
-  switch (input_.below(8)) {
+  switch (input_.below(10)) {
+    case 9:
+      what = "nothing, but turns the switch off";
+      back.call = [] { Process::setTelemetryEnabled(false); };
+      back.expect = [this] { reference_.enabled = false; };
+      break;
     case 0:
       what = "flush()";
       back.call = [=] { logger->flush(); };
