@@ -193,8 +193,7 @@ class SlowModuleTest : public LoggerRig {
   std::vector<std::thread> callers(Call call) {
     std::vector<std::thread> threads;
     for (int i = 0; i < kCallers; ++i) {
-      threads.emplace_back(
-          [this, call, i] { call(*makeLogger(Model::BLOCKING, "logger", nameOf(i))); });
+      threads.emplace_back([call, own = makeLogger(Model::BLOCKING)] { call(*own); });
     }
     return threads;
   }
