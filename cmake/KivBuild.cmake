@@ -29,15 +29,16 @@ target_compile_options(
             -Wold-style-cast
             -Wundef)
 
-# A target of ours, built without exceptions as the library is on the device.
+# A target of ours, built without exceptions as the library is on the device, and in pieces of which
+# the linker leaves out what nobody refers to.
 function(kiv_library_options target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kiv_warnings>)
-  target_compile_options(${target} PRIVATE -fno-exceptions)
+  target_compile_options(${target} PRIVATE -fno-exceptions -ffunction-sections -fdata-sections)
 endfunction()
 
 # Limits what a shared library exports to what is both marked for export and matched by `map`.
 function(kiv_export_only target map)
-  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")
   # Clang puts the sanitizers' run-time library into programs only.
   if(NOT KIV_BUILD_FUZZERS)
     target_link_options(${target} PRIVATE "LINKER:--no-undefined")

@@ -191,6 +191,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   void stopTrace(std::shared_ptr<void> token) override;
 
  private:
+  friend struct DeviceLayout;
   friend class TelemetryEnv;
 
   KIV_HIDDEN explicit TelemetryLogger(TelemetryLoggerManager& manager);
@@ -275,6 +276,7 @@ class KIV_EXPORT TelemetryLoggerManager {
   std::shared_ptr<TelemetryLogger> getTelemetryLoggerInstance();
 
  private:
+  friend struct DeviceLayout;
   friend class TelemetryEnv;
   friend class TelemetryLogger;
   friend class TelemetryLoggerManagerTestPeer;
@@ -322,6 +324,8 @@ class KIV_EXPORT TelemetryEnv {
   std::shared_ptr<TelemetryLogger> getLogger() const { return logger_; }
 
  private:
+  friend struct DeviceLayout;
+
   KIV_HIDDEN static void ensureInitialized();
   KIV_HIDDEN static void init();
 
