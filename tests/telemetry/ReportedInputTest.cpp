@@ -13,6 +13,8 @@ namespace {
 
 using ::kiv_test::LogCapture;
 using std::chrono::milliseconds;
+using testing::AllOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::SizeIs;
 using Type = NumericAggregationType;
@@ -156,11 +158,20 @@ class ReportedInputTest : public LoggerRig {
   const std::shared_ptr<TelemetryLogger> logger = makeLogger(Model::NON_BLOCKING);
 };
 
-TEST_F(ReportedInputTest, TextsThatDifferAfterANulAreTwoKeysThatLookAlike) {
-  logger->logKivEvent("name", std::string("a\0b", 3), Type::COUNT);
-  logger->logKivEvent("name", std::string("a\0c", 3), Type::COUNT);
+TEST_F(ReportedInputTest, TextsThatDifferAfterANulAreKeysOfTheirOwnThatLookAlike) {
+  const LogCapture quiet;
+  for (const std::string& text : {std::string("a\0b", 3), std::string("a\0c", 3)}) {
+    logger->logErrorCode(text, "api", KivErrorSeverity::INFO, "class");
+    logger->logErrorCode("code", text, KivErrorSeverity::INFO, "class");
+    logger->logErrorCode("code", "api", KivErrorSeverity::INFO, text);
+    logger->logStreamEvent(kPcm, kObject, text);
+    logger->logKivEvent(text, 1, Type::SUM);
+    logger->logKivEvent(text, 1.0F, Type::SUM);
+    logger->logKivEvent(text, std::string("value"), Type::COUNT);
+    logger->logKivEvent("name", text, Type::COUNT);
+  }
   EXPECT_TRUE(logger->flush());
-  EXPECT_THAT(strings("value_string"), ElementsAre("a", "a"));
+  EXPECT_THAT(ints("aggregated_count"), AllOf(SizeIs(2 * 8), Each(1)));
 }
 
 /// The integer reported for `values` under one name.
