@@ -103,7 +103,9 @@ TEST_F(MemoryTest, AWindowOfVeryManyKeysIsSubmittedAndGivenBack) {
   reportFreshKeys(600);
   ASSERT_TRUE(logger->flush());
   const int before_reports = recorder.reports();
+  malloc_trim(0);
   const size_t before = allocatedSize();
+  const size_t resident_before = residentSize();
 
   // In portions, so that few reports wait in the queue and what is measured is the table.
   for (size_t left = count; left > 0;) {
@@ -115,15 +117,22 @@ TEST_F(MemoryTest, AWindowOfVeryManyKeysIsSubmittedAndGivenBack) {
   const size_t full = allocatedSize();
   ASSERT_TRUE(logger->flush());
   const size_t after = allocatedSize();
+  const size_t resident_after = residentSize();
+  // The allocator keeps what it was given back until it is asked, or needs it for something else.
+  malloc_trim(0);
+  const size_t resident_after_trim = residentSize();
 
   EXPECT_EQ(recorder.reports() - before_reports, static_cast<int>(count));
   EXPECT_GT(full, before + count * 100);
   // Threads keep a few freed blocks of every size at hand.
   EXPECT_LE(after, before + kMebibyte);
+  EXPECT_LE(resident_after_trim, resident_before + kMebibyte);
   RecordProperty("allocated_before", std::to_string(before));
   RecordProperty("allocated_when_full", std::to_string(full));
   RecordProperty("allocated_after", std::to_string(after));
-  RecordProperty("resident_after", std::to_string(residentSize()));
+  RecordProperty("resident_before", std::to_string(resident_before));
+  RecordProperty("resident_after", std::to_string(resident_after));
+  RecordProperty("resident_after_trim", std::to_string(resident_after_trim));
 }
 
 }  // namespace

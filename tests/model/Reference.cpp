@@ -127,24 +127,39 @@ void Reference::submit(Aggregation& aggregation, int64_t start_us, int64_t end_u
     const float value = fold(entry.first.method, entry.samples);
     if (entry.first.kind == INTEGERS) fields.ints["value_int"] = toInteger(value);
     if (entry.first.kind == FLOATS) fields.floats["value_float"] = value;
-    send(aggregation, entry, std::move(fields));
+    // Without a handler the window is lost.
+    if (!getHandler(aggregation)) return;
+    const std::string name = eventName(entry.first.kind);
+    if (!send(aggregation, name, std::move(fields))) {
+      logLine(ANDROID_LOG_ERROR, "submitEvents: Failed to report UnifiedTelemetry event: " + name);
+    }
   }
 }
 
-void Reference::send(Aggregation& aggregation, const Aggregation::Entry& entry, Fields fields) {
-  const std::string name = eventName(entry.first.kind);
-  for (auto& field : fields.strings) field.second = asSent(field.second);
-  if (!aggregation.has_handler) module_calls.emplace_back("createTelemetryHandler(9)");
+bool Reference::getHandler(Aggregation& aggregation) {
+  if (aggregation.has_handler) return true;
+  module_calls.emplace_back("createTelemetryHandler(9)");
+  if (handlers_to_withhold_ > 0) {
+    --handlers_to_withhold_;
+    return false;
+  }
   aggregation.has_handler = true;
+  return true;
+}
+
+bool Reference::send(const Aggregation& aggregation, const std::string& name, Fields fields) {
   module_calls.push_back("createEvent(" + name + ")");
+  if (events_to_withhold_ > 0) {
+    --events_to_withhold_;
+    return false;
+  }
+  for (auto& field : fields.strings) field.second = asSent(field.second);
   module_calls.push_back("reportEvent(" + name + ", 1)");
   const bool accepted = refused_.count(++reports_) == 0;
   if (on_report) on_report(reports_);
   events.push_back({name, std::move(fields), aggregation.id, thread, accepted, call});
   module_calls.emplace_back("destroyTelemetryEvent(7)");
-  if (!accepted) {
-    logLine(ANDROID_LOG_ERROR, "submitEvents: Failed to report UnifiedTelemetry event: " + name);
-  }
+  return accepted;
 }
 
 void Reference::start(Aggregations& aggregations) {

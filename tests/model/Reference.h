@@ -108,6 +108,9 @@ class Reference {
 
   /// The module refuses the n-th report from now on.
   void refuseReport(int n) { refused_.insert(reports_ + n); }
+  /// The module makes no handler, or no event, the next so many times that it is asked for one.
+  void withholdHandlers(int count) { handlers_to_withhold_ = count; }
+  void withholdEvents(int count) { events_to_withhold_ = count; }
 
   /// Called while the module takes a report, with the number of reports so far.
   std::function<void(int)> on_report;
@@ -117,7 +120,8 @@ class Reference {
   void open(Aggregation& aggregation) const;
   void closeWindow(Aggregation& aggregation);
   void submit(Aggregation& aggregation, int64_t start_us, int64_t end_us);
-  void send(Aggregation& aggregation, const Aggregation::Entry& entry, Fields fields);
+  bool getHandler(Aggregation& aggregation);
+  bool send(const Aggregation& aggregation, const std::string& name, Fields fields);
   bool flush(Aggregation& aggregation);
   bool stop(Aggregation& aggregation);
   void add(Aggregation& aggregation, const Report& report);
@@ -125,6 +129,8 @@ class Reference {
 
   int next_id_ = 1;
   int reports_ = 0;
+  int handlers_to_withhold_ = 0;
+  int events_to_withhold_ = 0;
   std::set<int> refused_;
 };
 

@@ -122,7 +122,7 @@ void Sequence::step() {
   }
   switch (input_.below(8)) {
     case 0:
-      return refuseReport();
+      return disturbModule();
     case 1:
       return turnSwitch();
     case 2:
@@ -223,12 +223,23 @@ void Sequence::moveClocks() {
   reference_.system_us = microseconds(clock_.system());
 }
 
-void Sequence::refuseReport() {
+void Sequence::disturbModule() {
   settle();
   const int n = static_cast<int>(1 + input_.below(8));
-  note("the module refuses the report number " + std::to_string(n) + " from here");
-  recorder_.refuseReport(n);
-  reference_.refuseReport(n);
+  switch (input_.below(4)) {
+    case 0:
+      note("the module makes no handler the next " + std::to_string(n) + " times");
+      recorder_.withholdHandlers(n);
+      return reference_.withholdHandlers(n);
+    case 1:
+      note("the module makes no event the next " + std::to_string(n) + " times");
+      recorder_.withholdEvents(n);
+      return reference_.withholdEvents(n);
+    default:
+      note("the module refuses the report number " + std::to_string(n) + " from here");
+      recorder_.refuseReport(n);
+      return reference_.refuseReport(n);
+  }
 }
 
 void Sequence::turnSwitch() {

@@ -99,7 +99,7 @@ class Sequence {
   void stop(Subject& subject);
   void flush(Subject& subject);
   void moveClocks();
-  void refuseReport();
+  void disturbModule();
   void turnSwitch();
 
   void stepsOnWorker(Subject& subject);

@@ -113,8 +113,10 @@ void Sequence::makeLoggerOfEnvironment() {
 }
 
 void Sequence::learnSession(Subject& subject, const Session& parent) {
-  note(subject.label + " flushes, reports a text and flushes");
+  note(subject.label + " flushes, reports a text and flushes, with a module that behaves");
   back_calls_enabled_ = false;
+  recorder_.withholdEvents(0);
+  reference_.withholdEvents(0);
   process_.worker->run([&] {
     subject.logger->flush();
     subject.logger->logKivEvent<std::string>("session", "", kiv::NumericAggregationType::COUNT);
