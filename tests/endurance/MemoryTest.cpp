@@ -84,7 +84,7 @@ class MemoryTest : public LoggerRig {
 TEST_F(MemoryTest, WindowAfterWindowOfFreshKeysTakesNoMore) {
   constexpr size_t kKeysPerWindow = 1000;
   constexpr size_t kSettled = 100;
-  const size_t windows = ::kiv_test::fromEnvironment("KIV_MEMORY_WINDOWS", 200);
+  const size_t windows = ::kiv_test::fromEnvironment("KIV_MEMORY_WINDOWS", 150);
   size_t settled = 0;
   for (size_t window = 1; window <= windows; ++window) {
     reportFreshKeys(kKeysPerWindow);

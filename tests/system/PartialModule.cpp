@@ -29,7 +29,7 @@ class Handler final : public ITelemetryHandler {
   bool reportEvent(ITelemetryEvent* /*event*/, int32_t /*flag*/) override { return true; }
 };
 
-Handler handler;
+[[maybe_unused]] Handler handler;
 
 }  // namespace
 
