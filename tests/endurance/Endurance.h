@@ -16,7 +16,9 @@ inline size_t fromEnvironment(const char* name, size_t otherwise) {
 /// Nothing is written to the Android log while it lives.
 class SilentLog {
  public:
-  SilentLog() { __android_log_set_logger([](const __android_logger_data*, const char*) {}); }
+  SilentLog() {
+    __android_log_set_logger([](const __android_logger_data*, const char*) {});
+  }
   ~SilentLog() { __android_log_set_logger(__android_log_stderr_logger); }
 
   SilentLog(const SilentLog&) = delete;
