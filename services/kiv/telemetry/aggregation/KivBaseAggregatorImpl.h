@@ -29,8 +29,9 @@ void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time_point start,
                                                  std::chrono::system_clock::time_point end) {
-  submitEvents(start, end);
+  Entries next = submitWindow(start, end);
   this->reset();
+  aggregated_data_.merge(next);
 }
 
 template <typename Event, typename Key, typename Value>
@@ -74,6 +75,15 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
+  Entries next = submitWindow(start, end);
+  aggregated_data_.merge(next);
+}
+
+template <typename Event, typename Key, typename Value>
+typename KivBaseAggregator<Event, Key, Value>::Entries
+KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::time_point start,
+                                                   std::chrono::system_clock::time_point end) {
+  Entries next;
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -89,9 +99,14 @@ void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_cloc
 
     const auto& handler = getUnifiedTelemetryHandler();
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
-    if (handler == nullptr) return;
+    if (handler == nullptr) break;
+    // The module may report in turn, and even have this aggregator flushed, while it takes the
+    // event. That belongs to the next window and must not touch the table that is walked here.
+    aggregated_data_.swap(next);
     submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
+    aggregated_data_.swap(next);
   }
+  return next;
 }
 
 template <typename Event, typename Key, typename Value>

@@ -42,7 +42,8 @@ class KIV_EXPORT KivAggregator {
   virtual void add(const Event& event) = 0;
 
   /// Submits every aggregate as one event of the interval from `start` to `end`, then forgets them,
-  /// whether or not they were accepted.
+  /// whether or not they were accepted. What is added meanwhile, by a telemetry module that reports
+  /// in turn while it takes an event, is kept for the next interval.
   virtual void flush(std::chrono::system_clock::time_point start,
                      std::chrono::system_clock::time_point end) = 0;
 
@@ -112,6 +113,11 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   std::unordered_map<std::string, std::string> string_fields_;
 
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
+
+ private:
+  /// What `submitEvents` does. Returns what the module had added meanwhile.
+  KIV_HIDDEN Entries submitWindow(std::chrono::system_clock::time_point start,
+                                  std::chrono::system_clock::time_point end);
 };
 
 /// Base of the aggregators that count equal reports: the report is its own key.
