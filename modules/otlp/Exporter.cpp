@@ -41,15 +41,19 @@ void Exporter::countDropped(uint64_t events, const std::string& reason) {
 }
 
 void Exporter::deliver(const std::string& body, uint64_t events, uint64_t told_dropped) {
+  // What earlier batches have brought about is not taken off this one's time.
+  bool has_turn = waitForTurn([this] { return timing_.rushEnd(); });
   const TimePoint begin = timing_.now();
-  for (;;) {
-    if (!waitForTurn(begin)) {
+  const Limit batch_end = [&] {
+    return std::min(after(begin, export_timeout_), timing_.rushEnd());
+  };
+  for (;; has_turn = waitForTurn(batch_end)) {
+    if (!has_turn) {
       countDropped(events, last_reason_.empty() ? "no time was left" : last_reason_);
       return;
     }
     const TimePoint request_end = after(timing_.now(), request_timeout_);
-    const Reply reply =
-        transport_.send(body, [&] { return std::min(request_end, batchEnd(begin)); });
+    const Reply reply = transport_.send(body, [&] { return std::min(request_end, batch_end()); });
     switch (reply.verdict) {
       case Reply::Verdict::DELIVERED:
         backoff_.reset();
@@ -76,12 +80,8 @@ void Exporter::deliver(const std::string& body, uint64_t events, uint64_t told_d
   }
 }
 
-TimePoint Exporter::batchEnd(TimePoint begin) const {
-  return std::min(after(begin, export_timeout_), timing_.rushEnd());
-}
-
-/// Waits until the next try may be made; false if that is too late for a batch begun then.
-bool Exporter::waitForTurn(TimePoint begin) {
+/// Waits until the next try may be made; false at once if that is not before the limit.
+bool Exporter::waitForTurn(const Limit& limit) {
   for (;;) {
     if (const unsigned rushes = timing_.rushes(); rushes != known_rushes_) {
       known_rushes_ = rushes;
@@ -89,7 +89,7 @@ bool Exporter::waitForTurn(TimePoint begin) {
     }
     const TimePoint turn = std::max(backoff_end_, asked_end_);
     const TimePoint now = timing_.now();
-    if (std::max(turn, now) >= batchEnd(begin)) return false;
+    if (std::max(turn, now) >= limit()) return false;
     if (turn <= now) return true;
     timing_.sleepUntil(turn, known_rushes_);
   }

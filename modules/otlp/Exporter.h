@@ -38,8 +38,7 @@ class Exporter {
 
  private:
   void deliver(const std::string& body, uint64_t events, uint64_t told_dropped);
-  TimePoint batchEnd(TimePoint begin) const;
-  bool waitForTurn(TimePoint begin);
+  bool waitForTurn(const Limit& limit);
   void postpone(const Reply& reply);
 
   const Attributes resource_;
