@@ -48,6 +48,13 @@ class ExportQueue {
     return batch;
   }
 
+  /// Drops all that wait; how many these were.
+  size_t clear() {
+    const size_t dropped = waiting_.size();
+    waiting_.clear();
+    return dropped;
+  }
+
   size_t size() const { return waiting_.size(); }
 
   /// How many records have been taken in, ever.

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <csignal>
 #include <random>
-#include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -69,12 +68,7 @@ bool ExportWorker::report(LogRecord record) {
   }
   // What lies between does not change when the thread has to wake.
   if (queue_.size() == 1 || queue_.size() == max_batch_size_) work_changed_.notify_one();
-  if (is_finished_) {
-    rush(lock);
-    lock.unlock();
-    log_.tellDropped();
-  }
-  return true;
+  return !is_finished_ || rushForTheLastTime(lock);
 }
 
 void ExportWorker::hurry() {
@@ -90,11 +84,18 @@ void ExportWorker::finish() {
   std::unique_lock lock(mutex_);
   is_ending_ = true;
   is_finished_ = true;
+  rushForTheLastTime(lock);
+}
+
+/// False if not all could be sent.
+bool ExportWorker::rushForTheLastTime(std::unique_lock<std::mutex>& lock) {
   rush(lock);
-  const uint64_t rest = queue_.pushed() - settled_;
+  const size_t rest = queue_.clear();
+  settled_ += rest;
   lock.unlock();
-  if (rest > 0) ExportLog::warn(std::to_string(rest) + " events were not sent before the end");
+  if (rest > 0) exporter_.countDropped(rest, "the process ended first");
   log_.tellDropped();
+  return rest == 0;
 }
 
 /// Has the thread settle what is in the queue by now, in what is left of the time for that.

@@ -53,6 +53,7 @@ class ExportWorker final : private Timing {
   bool startThread();
   void run();
   void waitUntilDue(std::unique_lock<std::mutex>& lock);
+  bool rushForTheLastTime(std::unique_lock<std::mutex>& lock);
   void rush(std::unique_lock<std::mutex>& lock);
 
   const pid_t process_;

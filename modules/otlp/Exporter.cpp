@@ -29,7 +29,12 @@ Exporter::Exporter(const OtlpConfig& config, Transport& transport, Timing& timin
 void Exporter::send(const std::vector<LogRecord>& batch) {
   const uint64_t told_dropped = dropped_;
   try {
-    deliver(encodeRequest(resource_, batch, told_dropped), batch.size(), told_dropped);
+    // What earlier batches have brought about is not taken off this one's time.
+    if (waitForTurn([this] { return timing_.rushEnd(); })) {
+      deliver(encodeRequest(resource_, batch, told_dropped), batch.size(), told_dropped);
+    } else {
+      giveUp(batch.size());
+    }
   } catch (const std::exception& error) {
     countDropped(batch.size(), error.what());
   }
@@ -41,17 +46,11 @@ void Exporter::countDropped(uint64_t events, const std::string& reason) {
 }
 
 void Exporter::deliver(const std::string& body, uint64_t events, uint64_t told_dropped) {
-  // What earlier batches have brought about is not taken off this one's time.
-  bool has_turn = waitForTurn([this] { return timing_.rushEnd(); });
   const TimePoint begin = timing_.now();
   const Limit batch_end = [&] {
     return std::min(after(begin, export_timeout_), timing_.rushEnd());
   };
-  for (;; has_turn = waitForTurn(batch_end)) {
-    if (!has_turn) {
-      countDropped(events, last_reason_.empty() ? "no time was left" : last_reason_);
-      return;
-    }
+  do {
     const TimePoint request_end = after(timing_.now(), request_timeout_);
     const Reply reply = transport_.send(body, [&] { return std::min(request_end, batch_end()); });
     switch (reply.verdict) {
@@ -77,7 +76,12 @@ void Exporter::deliver(const std::string& body, uint64_t events, uint64_t told_d
         postpone(reply);
         break;
     }
-  }
+  } while (waitForTurn(batch_end));
+  giveUp(events);
+}
+
+void Exporter::giveUp(uint64_t events) {
+  countDropped(events, last_reason_.empty() ? "no time was left" : last_reason_);
 }
 
 /// Waits until the next try may be made; false at once if that is not before the limit.

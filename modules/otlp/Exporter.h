@@ -38,6 +38,7 @@ class Exporter {
 
  private:
   void deliver(const std::string& body, uint64_t events, uint64_t told_dropped);
+  void giveUp(uint64_t events);
   bool waitForTurn(const Limit& limit);
   void postpone(const Reply& reply);
 

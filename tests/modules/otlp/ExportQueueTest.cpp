@@ -61,6 +61,13 @@ TEST_F(ExportQueueTest, RefusesWhatItHasNoRoomForAndKeepsTheRest) {
   EXPECT_THAT(takeNames(), ElementsAre("d", "e", "g"));
 }
 
+TEST_F(ExportQueueTest, IsEmptyWhenItIsClearedAndSaysWhatItHeld) {
+  push("a");
+  push("b");
+  EXPECT_EQ(queue_.clear(), 2U);
+  EXPECT_EQ(queue_.dueAt(), std::nullopt);
+}
+
 TEST(BackoffTest, DoublesUntilItIsLongEnough) {
   Backoff backoff;
   std::vector<milliseconds> waits;

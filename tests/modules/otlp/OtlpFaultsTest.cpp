@@ -48,9 +48,8 @@ TEST_F(OtlpFaults, AReceiverThatComesUpLateGetsAllThatWasReportedBefore) {
   // Opens when a first try has failed.
   std::ifstream(trouble).get();
   server.listen();
-  EXPECT_EQ(numbers(server.waitForRequests(1)), numbersBelow(100));
-  letGoOn();
-  const ProgramResult result = reporter.get();
+  EXPECT_EQ(numbers(waitForEvents(server, 100)), numbersBelow(100));
+  const ProgramResult result = reporter.finish();
   print("receiver comes up late", 100, result, server);
   EXPECT_THAT(result.err, HasSubstr("delivering to " + server.url() + "/v1/logs again"));
   EXPECT_EQ(dropped(result), 0);
@@ -59,7 +58,7 @@ TEST_F(OtlpFaults, AReceiverThatComesUpLateGetsAllThatWasReportedBefore) {
 TEST_F(OtlpFaults, StatusesThatAreToBeTriedAgainLoseNothing) {
   for (const int status : {429, 502, 503, 504}) {
     FaultServer server({answer(status)});
-    const ProgramResult result = report(server.url(), 100);
+    const ProgramResult result = reportUntil(server, 2, 100);
     print("status " + std::to_string(status) + ", then 200", 100, result, server);
     const auto requests = server.requests();
     ASSERT_THAT(requests, SizeIs(2)) << status;
@@ -70,7 +69,7 @@ TEST_F(OtlpFaults, StatusesThatAreToBeTriedAgainLoseNothing) {
 
 TEST_F(OtlpFaults, ACollectorThatAsksForPatienceGetsIt) {
   FaultServer server({answer(429, "{}", "Retry-After: 1\r\n")});
-  const ProgramResult result = report(server.url(), 100);
+  const ProgramResult result = reportUntil(server, 2, 100);
   print("429 with Retry-After: 1", 100, result, server);
   EXPECT_THAT(server.requests(), SizeIs(2));
   EXPECT_EQ(dropped(result), 0);
@@ -88,8 +87,7 @@ TEST_F(OtlpFaults, RefusalsAreNotRepeatedAndTold) {
   FaultServer server({answer(400, R"({"code":3,"message":"no such field"})")});
   auto reporter = reportMeanwhile(server.url(), 100, "twice");
   server.waitForRequests(1);
-  letGoOn();
-  const ProgramResult result = reporter.get();
+  const ProgramResult result = reporter.finish();
   print("400, then 200", 200, result, server);
   const auto requests = server.requests();
   EXPECT_EQ(dropped(result), 100);
@@ -112,8 +110,7 @@ TEST_F(OtlpFaults, PartialSuccessesAreTold) {
 
 TEST_F(OtlpFaults, AnswersThatDoNotComeInTimeAreTriedAgain) {
   FaultServer server({{"", Then::HANG}});
-  const ProgramResult result =
-      report(server.url(), 100, "exit", {{"OTEL_EXPORTER_OTLP_TIMEOUT", "200"}});
+  const ProgramResult result = reportUntil(server, 2, 100, {{"OTEL_EXPORTER_OTLP_TIMEOUT", "200"}});
   print("no answer within 200 ms, then 200", 100, result, server);
   EXPECT_THAT(server.requests(), SizeIs(2));
   EXPECT_EQ(dropped(result), 0);
@@ -139,7 +136,7 @@ TEST_F(OtlpFaults, ConnectionsThatBreakBeforeTheStatusAreTriedAgain) {
   for (const Then then : {Then::CLOSE, Then::HALF_CLOSE}) {
     for (const char* bytes : {"", "HTTP/1."}) {
       FaultServer server({{bytes, then}});
-      const ProgramResult result = report(server.url(), 100);
+      const ProgramResult result = reportUntil(server, 2, 100);
       print(
           std::string(then == Then::CLOSE ? "closed" : "half-closed") + " after \"" + bytes + "\"",
           100, result, server);
@@ -168,8 +165,7 @@ TEST_F(OtlpFaults, AQueueThatIsFullRefusesEventsAndSaysSo) {
                                    {"OTEL_EXPORTER_OTLP_TIMEOUT", "60000"}});
   // The first batch is out and hangs; of the next hundred, half finds no room.
   server.waitForRequests(1);
-  letGoOn();
-  const ProgramResult result = reporter.get();
+  const ProgramResult result = reporter.finish();
   print("queue of 100 full behind a hanging answer", 200, result, server);
   EXPECT_EQ(result.out, "taken 100, refused 0\ntaken 50, refused 50\n");
   EXPECT_THAT(result.err, HasSubstr("the queue is full"));

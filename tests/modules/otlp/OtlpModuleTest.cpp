@@ -30,7 +30,9 @@ TEST_F(OtlpModule, PostsJsonToThePathOfLogs) {
 }
 
 TEST_F(OtlpModule, SendsEveryEventOnce) {
-  const ProgramResult result = report(server_.url(), 1'500);
+  auto reporter = reportMeanwhile(server_.url(), 1'500);
+  waitForEvents(server_, 1'500);
+  const ProgramResult result = reporter.finish();
   EXPECT_EQ(result.out, "taken 1500, refused 0\n");
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(1'500));
   EXPECT_EQ(dropped(result), 0);
@@ -48,8 +50,7 @@ TEST_F(OtlpModule, SendsNoMoreInARequestThanABatchHolds) {
 TEST_F(OtlpModule, SendsWithoutWaitingForTheEnd) {
   auto reporter = reportMeanwhile(server_.url(), 3);
   EXPECT_EQ(numbers(server_.waitForRequests(1)), numbersBelow(3));
-  letGoOn();
-  reporter.get();
+  reporter.finish();
   EXPECT_THAT(server_.requests(), SizeIs(1));
 }
 
@@ -117,11 +118,14 @@ TEST_F(OtlpModule, WarnsOfAValueItCannotUse) {
 TEST_F(OtlpModule, LetsEightProcessesSendAtOnce) {
   constexpr int kProcesses = 8;
   constexpr int kEvents = 1'000;
-  std::vector<std::future<ProgramResult>> reporters;
+  std::vector<Meanwhile> reporters;
   for (int i = 0; i < kProcesses; ++i) {
-    reporters.push_back(reportMeanwhile(server_.url(), kEvents, "exit"));
+    reporters.push_back(reportMeanwhile(server_.url(), kEvents));
   }
-  for (auto& reporter : reporters) EXPECT_EQ(reporter.get().out, "taken 1000, refused 0\n");
+  waitForEvents(server_, kProcesses * kEvents);
+  for (auto& reporter : reporters) {
+    EXPECT_EQ(reporter.finish().out, "taken 1000, refused 0\n");
+  }
   std::map<std::string, std::multiset<int>> by_process;
   for (const HttpRequest& request : server_.requests()) {
     for (const auto& record : records(request)) {

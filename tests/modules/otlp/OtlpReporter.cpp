@@ -1,4 +1,4 @@
-// Reports numbered events to the module, in the way and the number that its arguments name, and
+// Reports numbered events to the module, in the way and the numbers that its arguments name, and
 // says how many were taken.
 #include <android/log.h>
 #include <dlfcn.h>
@@ -22,6 +22,7 @@
 namespace {
 
 int count = 0;
+int late_count = 0;
 // Outlives static destructors, unlike a string.
 const char* way_name = "";
 
@@ -47,13 +48,17 @@ bool report(int64_t number) {
   return handler().reportEvent(event.get(), 1);
 }
 
-/// Reports `count` events with the numbers from `first` on.
-void reportAll(int first = 0) {
+/// Reports the events with the numbers from `first` to before `end`.
+void report(int first, int end) {
   int taken = 0;
-  for (int number = first; number < first + count; ++number) taken += report(number) ? 1 : 0;
-  std::printf("taken %d, refused %d\n", taken, count - taken);
+  for (int number = first; number < end; ++number) taken += report(number) ? 1 : 0;
+  std::printf("taken %d, refused %d\n", taken, end - first - taken);
   std::fflush(stdout);
 }
+
+void reportAll() { report(0, count); }
+
+void reportMore() { report(count, count + late_count); }
 
 /// Waits for somebody to open the named pipe and to close it.
 void waitForPipe() {
@@ -88,11 +93,10 @@ void reportAndStay() {
   waitForPipe();
 }
 
-/// The second half comes when the first has been sent already.
+/// The rest comes when the first part has been sent already.
 void reportTwice() {
-  reportAll();
-  waitForPipe();
-  reportAll(count);
+  reportAndStay();
+  reportMore();
 }
 
 void reportAndEndAbruptly() {
@@ -114,7 +118,7 @@ void reportAndForkToReport() {
   reportAll();
   const pid_t child = fork();
   if (child == 0) {
-    reportAll(count);
+    reportMore();
     std::exit(0);
   }
   int status = 0;
@@ -135,7 +139,7 @@ void reportWhileExiting() {
 }
 
 void reportInHandler(const char* way) {
-  if (std::strcmp(way_name, way) == 0) reportAll(count);
+  if (std::strcmp(way_name, way) == 0) reportMore();
 }
 
 void reportLateAfterOpenSsl() {
@@ -167,20 +171,22 @@ int main(int argc, char** argv) try {
       {"late-only", createOnly},
       {"load-late", [] {}},
       {"after-everything", reportLate},
+      {"stay-late", reportAndStay},
       {"fork", reportAndFork},
       {"fork-to-report", reportAndForkToReport},
       {"flow", reportWhileExiting},
   };
-  const auto way = argc == 3 ? ways.find(argv[1]) : ways.end();
+  const auto way = argc == 3 || argc == 4 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {
-    std::fprintf(stderr, "usage: %s WAY COUNT\n", argv[0]);
+    std::fprintf(stderr, "usage: %s WAY COUNT [LATE_COUNT]\n", argv[0]);
     return 2;
   }
   way_name = argv[1];
   count = std::atoi(argv[2]);
+  late_count = argc == 4 ? std::atoi(argv[3]) : count;
   __android_log_set_logger(tellOfTrouble);
   std::atexit([] {
-    for (const char* late : {"late", "late-after-openssl", "late-only", "load-late"})
+    for (const char* late : {"late", "late-after-openssl", "late-only", "load-late", "stay-late"})
       reportInHandler(late);
   });
   way->second();

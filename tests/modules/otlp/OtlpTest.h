@@ -34,22 +34,56 @@ class OtlpTest : public testing::Test {
   ProgramResult report(const std::string& url, int count, const std::string& way = "exit",
                        Environment more = {}) {
     more.emplace("OTEL_EXPORTER_OTLP_ENDPOINT", url);
-    more.emplace("REPORTER_PIPE", pipe_);
     ProgramResult result = runProgram({OTLP_REPORTER, way, std::to_string(count)}, more);
     EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
     return result;
   }
 
-  /// Does the same while the test goes on.
-  std::future<ProgramResult> reportMeanwhile(const std::string& url, int count,
-                                             const std::string& way = "stay",
-                                             Environment more = {}) {
-    mkfifo(pipe_.c_str(), 0600);
-    return std::async(std::launch::async, [=] { return report(url, count, way, more); });
+  /// A reporter that runs while the test goes on.
+  class Meanwhile {
+   public:
+    Meanwhile(std::string pipe, std::future<ProgramResult> result)
+        : pipe_(std::move(pipe)), result_(std::move(result)) {}
+
+    /// Lets a reporter go on that stays.
+    ProgramResult finish() {
+      std::ofstream(pipe_).put('\n');
+      return result_.get();
+    }
+
+   private:
+    std::string pipe_;
+    std::future<ProgramResult> result_;
+  };
+
+  /// Does the same without waiting.
+  Meanwhile reportMeanwhile(const std::string& url, int count, const std::string& way = "stay",
+                            Environment more = {}) {
+    const std::string pipe = directory_.file("pipe-" + std::to_string(++pipes_));
+    mkfifo(pipe.c_str(), 0600);
+    more.emplace("REPORTER_PIPE", pipe);
+    return {pipe, std::async(std::launch::async, [=] { return report(url, count, way, more); })};
   }
 
-  /// Lets a reporter go on that stays.
-  void letGoOn() const { std::ofstream(pipe_).put('\n'); }
+  /// Has the reporter report so many events as one batch, and lets it end when so many requests
+  /// have come.
+  ProgramResult reportUntil(FaultServer& server, size_t requests, int count,
+                            Environment more = {}) {
+    more.emplace("OTEL_BLRP_MAX_EXPORT_BATCH_SIZE", std::to_string(count));
+    more.emplace("OTEL_BLRP_SCHEDULE_DELAY", "3600000");
+    auto reporter = reportMeanwhile(server.url(), count, "stay", more);
+    server.waitForRequests(requests);
+    return reporter.finish();
+  }
+
+  /// Blocks until so many events have come.
+  static std::vector<HttpRequest> waitForEvents(FaultServer& server, size_t count) {
+    auto requests = server.requests();
+    while (numbers(requests).size() < count) {
+      requests = server.waitForRequests(requests.size() + 1);
+    }
+    return requests;
+  }
 
   static std::vector<nlohmann::json> records(const HttpRequest& request) {
     std::vector<nlohmann::json> all;
@@ -93,7 +127,7 @@ class OtlpTest : public testing::Test {
   }
 
   const TemporaryDirectory directory_;
-  const std::string pipe_ = directory_.file("go-on");
+  int pipes_ = 0;
 };
 
 }  // namespace kiv_test
