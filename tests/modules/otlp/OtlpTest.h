@@ -78,9 +78,10 @@ class OtlpTest : public testing::Test {
 
   /// Blocks until so many events have come.
   static std::vector<HttpRequest> waitForEvents(FaultServer& server, size_t count) {
-    auto requests = server.requests();
-    while (numbers(requests).size() < count) {
-      requests = server.waitForRequests(requests.size() + 1);
+    std::vector<HttpRequest> requests;
+    for (size_t events = 0, seen = 0; events < count; ++seen) {
+      requests = server.waitForRequests(seen + 1);
+      events += records(requests[seen]).size();
     }
     return requests;
   }
