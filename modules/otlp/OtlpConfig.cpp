@@ -119,8 +119,8 @@ class Reader {
   }
 
   std::string readUrl() {
-    for (const auto& [name, toUrl] : {std::pair("OTEL_EXPORTER_OTLP_LOGS_ENDPOINT", urlForLogs),
-                                      std::pair("OTEL_EXPORTER_OTLP_ENDPOINT", urlBelow)}) {
+    for (const auto& [name, toUrl] : {std::pair("OTEL_EXPORTER_OTLP_LOGS_ENDPOINT", &urlForLogs),
+                                      std::pair("OTEL_EXPORTER_OTLP_ENDPOINT", &urlBelow)}) {
       const auto value = get(name);
       if (!value) continue;
       if (auto url = toUrl(*value)) return *url;
