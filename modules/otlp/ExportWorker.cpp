@@ -114,7 +114,7 @@ void ExportWorker::rush(std::unique_lock<std::mutex>& lock) {
   transport_.wake();
   settled_changed_.wait_until(lock, end, is_settled);
   rush_end_ = TimePoint::max();
-  time_left_ = std::max(end - now(), time_left_.zero());
+  time_left_ = std::max(end - now(), std::chrono::steady_clock::duration::zero());
 }
 
 bool ExportWorker::startThread() {

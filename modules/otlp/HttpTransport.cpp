@@ -35,7 +35,9 @@ std::vector<std::string> makeHeaderLines(const OtlpConfig& config) {
   if (config.gzip) lines.emplace_back("Content-Encoding: gzip");
   for (const auto& [name, value] : config.headers) {
     // libcurl takes a colon without a value for a header to be left out.
-    lines.push_back(value.empty() ? name + ";" : name + ": " + value);
+    std::string line = name;
+    line += value.empty() ? ";" : ": ";
+    lines.push_back(line += value);
   }
   return lines;
 }
@@ -147,7 +149,7 @@ Exchange HttpTransport::exchange(const std::string& body, const Limit& limit) {
   CURLcode result = CURLE_OK;
   if (!perform(limit, result)) result = CURLE_OPERATION_TIMEDOUT;
   // Before the handle is removed, which ends what is still under way.
-  const Exchange exchange = describe(result);
+  Exchange exchange = describe(result);
   curl_multi_remove_handle(multi_, easy_);
   return exchange;
 }
@@ -166,7 +168,7 @@ bool HttpTransport::perform(const Limit& limit, CURLcode& result) {
     const auto rest =
         std::chrono::ceil<std::chrono::milliseconds>(std::min<std::chrono::steady_clock::duration>(
             limit() - std::chrono::steady_clock::now(), kLongestPoll));
-    if (rest <= rest.zero()) return false;
+    if (rest <= std::chrono::milliseconds::zero()) return false;
     curl_multi_poll(multi_, nullptr, 0, static_cast<int>(rest.count()), nullptr);
   }
 }

@@ -20,7 +20,7 @@ namespace {
 struct Export {
   const pid_t process;
   ExportWorker* const worker;     ///< Null if export is switched off.
-  const Export* const inherited;  ///< Of the process that was forked; another's to use.
+  const Export* const inherited;  ///< The parent's, in a fork; not ours to use.
 };
 
 std::atomic<const Export*> current{nullptr};
@@ -59,7 +59,7 @@ std::unique_ptr<Export> makeExport(const Export* inherited) {
     for (const std::string& warning : warnings) ExportLog::warn(warning);
   }
   ExportWorker* const worker = config.is_disabled ? nullptr : new ExportWorker(config);
-  return std::unique_ptr<Export>(new Export{getpid(), worker, inherited});
+  return std::make_unique<Export>(Export{getpid(), worker, inherited});
 }
 
 const Export& ourExport() {

@@ -45,7 +45,6 @@ std::string quote(std::string text, const std::vector<std::string>& secrets) {
   constexpr size_t kLongest = 200;
   constexpr unsigned char kFirstPrintable = ' ';
   for (const std::string_view secret : secrets) {
-    mask(text, secret);
     for (size_t begin = 0; begin < secret.size();) {
       const size_t end = std::min(secret.find(' ', begin), secret.size());
       mask(text, secret.substr(begin, end - begin));

@@ -33,7 +33,7 @@ struct Reply {
   std::string reason;     ///< In one short line, fit for a log; empty if all is well.
 };
 
-/// `secrets` are kept out of the reason, whole and word by word.
+/// The words of `secrets` are kept out of the reason.
 Reply judge(const Exchange& exchange, const std::vector<std::string>& secrets);
 
 }  // namespace TAMSA::otlp

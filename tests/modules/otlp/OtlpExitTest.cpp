@@ -86,14 +86,16 @@ TEST_F(OtlpExit, ThatSkipsHandlersLeavesTheQueueUnsent) {
 
 TEST_F(OtlpExit, OfAForkLeavesTheQueueToTheParent) {
   if (kCannotFork) GTEST_SKIP() << "the sanitizer's own locks may stay locked in the child";
-  report(server_.url(), 10, "fork", patient_);
+  const ProgramResult result = report(server_.url(), 10, "fork", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(10));
+  EXPECT_EQ(result.err, "");
 }
 
 TEST_F(OtlpExit, OfAForkThatReportsSendsThat) {
   if (kCannotFork) GTEST_SKIP() << "the sanitizer's own locks may stay locked in the child";
-  report(server_.url(), 10, "fork-to-report", patient_);
+  const ProgramResult result = report(server_.url(), 10, "fork-to-report", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(20));
+  EXPECT_EQ(result.err, "");
 }
 
 TEST_F(OtlpExit, OfAForkDoesNotHangWhenNobodyAnswers) {

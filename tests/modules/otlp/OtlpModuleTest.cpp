@@ -1,6 +1,8 @@
 // What arrives at a collector that behaves.
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 #include "LoadedModule.h"
 #include "OtlpTest.h"
 
@@ -113,6 +115,16 @@ TEST_F(OtlpModule, WarnsOfAValueItCannotUse) {
       report(server_.url(), 1, "exit", {{"OTEL_BLRP_SCHEDULE_DELAY", "soon"}});
   EXPECT_THAT(result.err, HasSubstr("OTEL_BLRP_SCHEDULE_DELAY is no number"));
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(1));
+}
+
+TEST_F(OtlpModule, LeavesSignalsToTheProcesssOwnThreads) {
+  // All but those that the system lets nobody block.
+  constexpr uint64_t kMayBeBlocked =
+      0x7fffffff & ~(1ULL << (SIGKILL - 1)) & ~(1ULL << (SIGSTOP - 1));
+  const ProgramResult result = report(server_.url(), 1, "signals");
+  const size_t mask = result.out.find("SigBlk:\t");
+  ASSERT_NE(mask, std::string::npos) << result.out;
+  EXPECT_EQ(std::stoull(result.out.substr(mask + 8), nullptr, 16) & kMayBeBlocked, kMayBeBlocked);
 }
 
 TEST_F(OtlpModule, LetsEightProcessesSendAtOnce) {

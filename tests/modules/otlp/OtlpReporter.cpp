@@ -13,6 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <thread>
@@ -104,6 +107,20 @@ void reportAndEndAbruptly() {
   _exit(0);
 }
 
+/// Says which signals the module's thread does not take.
+void reportAndShowSignals() {
+  reportAll();
+  std::string output;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream status(task.path() / "status");
+    std::string text((std::istreambuf_iterator<char>(status)), {});
+    if (text.find("Name:\totlp-export\n") == std::string::npos) continue;
+    output = text.substr(text.find("SigBlk:"));
+    output.erase(output.find('\n'));
+  }
+  std::printf("%s\n", output.c_str());
+}
+
 void createOnly() { handler(); }
 
 void reportAndFork() {
@@ -165,6 +182,7 @@ int main(int argc, char** argv) try {
       {"stay", reportAndStay},
       {"twice", reportTwice},
       {"abrupt", reportAndEndAbruptly},
+      {"signals", reportAndShowSignals},
       {"create", createOnly},
       {"late", reportLate},
       {"late-after-openssl", reportLateAfterOpenSsl},
