@@ -100,10 +100,14 @@ TEST_F(OtlpFaults, RefusalsAreNotRepeatedAndTold) {
 
 TEST_F(OtlpFaults, PartialSuccessesAreTold) {
   FaultServer server(
-      {answer(200, R"({"partialSuccess":{"rejectedLogRecords":"7","errorMessage":"too old"}})")});
-  const ProgramResult result = report(server.url(), 100);
-  print("partial success, 7 rejected", 100, result, server);
-  EXPECT_THAT(server.requests(), SizeIs(1));
+      {answer(200, R"({"partialSuccess":{"rejectedLogRecords":"7","errorMessage":"too old"}})"),
+       answer(200, R"({"partialSuccess":{"rejectedLogRecords":"3","errorMessage":"too old"}})")});
+  auto reporter = reportMeanwhile(server.url(), 100, "twice");
+  server.waitForRequests(1);
+  const ProgramResult result = reporter.finish();
+  print("partial success, 7 and 3 rejected", 200, result, server);
+  EXPECT_THAT(server.requests(), SizeIs(2));
+  EXPECT_EQ(dropped(result), 10);
   EXPECT_THAT(result.err,
               HasSubstr("dropped 7 events, 7 in all: rejected by the collector: too old"));
 }

@@ -28,7 +28,6 @@ TEST_F(OtlpModule, PostsJsonToThePathOfLogs) {
   EXPECT_EQ(requests[0].target, "POST /base/v1/logs");
   EXPECT_EQ(requests[0].headers.at("content-type"), "application/json");
   EXPECT_EQ(requests[0].headers.count("content-encoding"), 0U);
-  EXPECT_EQ(requests[0].headers.count("expect"), 0U);
 }
 
 TEST_F(OtlpModule, SendsEveryEventOnce) {
@@ -47,6 +46,13 @@ TEST_F(OtlpModule, SendsNoMoreInARequestThanABatchHolds) {
   EXPECT_EQ(numbers(requests), numbersBelow(25));
   EXPECT_GE(requests.size(), 3U);
   for (const HttpRequest& request : requests) EXPECT_LE(records(request).size(), 10U);
+}
+
+TEST_F(OtlpModule, SendsEvenALongRequestWithoutAskingFirst) {
+  reportUntil(server_, 1, 2'000);
+  const HttpRequest request = server_.requests().at(0);
+  ASSERT_GT(request.body.size(), 1U << 20U);
+  EXPECT_EQ(request.headers.count("expect"), 0U);
 }
 
 TEST_F(OtlpModule, SendsWithoutWaitingForTheEnd) {
