@@ -15,7 +15,7 @@ import unittest
 
 from google.protobuf import json_format
 
-from receiver import Receiver
+from receiver import Receiver, protocol
 
 INSTALLATION, REPORTER, EXIT_PROGRAM, MODULE_DIRECTORY = sys.argv[1:5]
 PROCESSES = 8
@@ -24,13 +24,12 @@ LATE_EVENTS = 5
 SENT = PROCESSES * (EVENTS + LATE_EVENTS)
 
 
-def request_message(protocol):
+def request_message(sources, directory):
     """The protocol's message for a request, made from its .proto files."""
-    directory = tempfile.mkdtemp()
-    files = [str(path.relative_to(protocol))
+    files = [str(path.relative_to(sources))
              for kind in ("common", "resource", "logs", "collector/logs")
-             for path in protocol.glob(f"opentelemetry/proto/{kind}/v1/*.proto")]
-    subprocess.run(["protoc", f"-I{protocol}", f"--python_out={directory}", *files], check=True)
+             for path in sources.glob(f"opentelemetry/proto/{kind}/v1/*.proto")]
+    subprocess.run(["protoc", f"-I{sources}", f"--python_out={directory}", *files], check=True)
     sys.path.insert(0, directory)
     service = importlib.import_module("opentelemetry.proto.collector.logs.v1.logs_service_pb2")
     return service.ExportLogsServiceRequest
@@ -39,7 +38,8 @@ def request_message(protocol):
 class ReceiverTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.message = staticmethod(request_message(Receiver(INSTALLATION).protocol))
+        with tempfile.TemporaryDirectory() as directory:
+            cls.message = staticmethod(request_message(protocol(INSTALLATION), directory))
 
     def parse(self, body):
         """Fails on anything that the protocol does not know."""

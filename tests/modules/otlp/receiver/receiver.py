@@ -9,17 +9,22 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 
 
+def protocol(installation):
+    """Where the receiver keeps its copy of the protocol's .proto files."""
+    return packages(installation) / "@elastic" / "mockotlpserver"
+
+
+def packages(installation):
+    return pathlib.Path(installation).resolve() / "node_modules"
+
+
 class Receiver:
     """Listens within a `with` statement; what came can be read after it as well."""
 
     def __init__(self, installation):
-        self.packages = pathlib.Path(installation).resolve() / "node_modules"
+        self.packages = packages(installation)
         self.directory = tempfile.TemporaryDirectory()
-
-    @property
-    def protocol(self):
-        """Where the receiver keeps its copy of the protocol's .proto files."""
-        return self.packages / "@elastic" / "mockotlpserver"
+        self.kept = {}
 
     def __enter__(self):
         self.process = subprocess.Popen(
@@ -35,6 +40,8 @@ class Receiver:
         self.process.stdin.close()
         self.status = self.process.wait()
         self.process.stdout.close()
+        self.kept = {name: self.lines(name) for name in ("bodies.jsonl", "logs.jsonl")}
+        self.directory.cleanup()
 
     def environment(self, **variables):
         """For a program that is to send here."""
@@ -43,6 +50,8 @@ class Receiver:
         return dict(ours, OTEL_EXPORTER_OTLP_ENDPOINT=self.url, **variables)
 
     def lines(self, name):
+        if name in self.kept:
+            return self.kept[name]
         text = (pathlib.Path(self.directory.name) / name).read_text()
         # The last line may be under way still.
         return text[:text.rfind("\n") + 1].splitlines()
