@@ -121,7 +121,9 @@ bool ExportWorker::startThread() {
   if (has_thread_) return true;
   const AllSignalsBlocked signals;
   try {
-    std::thread([this] { run(); }).detach();
+    std::thread thread([this] { run(); });
+    pthread_setname_np(thread.native_handle(), "otlp-export");
+    thread.detach();
     has_thread_ = true;
   } catch (const std::system_error&) {
     // Another time, perhaps.
@@ -130,7 +132,6 @@ bool ExportWorker::startThread() {
 }
 
 void ExportWorker::run() {
-  pthread_setname_np(pthread_self(), "otlp-export");
   std::unique_lock lock(mutex_);
   for (;;) {
     waitUntilDue(lock);
