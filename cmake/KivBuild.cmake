@@ -29,14 +29,16 @@ target_compile_options(
             -Wold-style-cast
             -Wundef)
 
-# A target of ours, built without exceptions as the library is on the device.
+# A target of ours, built without exceptions as the library is on the device, and in pieces of which
+# the linker leaves out what nobody refers to.
 function(kiv_library_options target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kiv_warnings>)
-  target_compile_options(${target} PRIVATE -fno-exceptions)
+  target_compile_options(${target} PRIVATE -fno-exceptions -ffunction-sections -fdata-sections)
 endfunction()
 
 # Limits what a shared library exports to what is both marked for export and matched by `map`.
 function(kiv_export_only target map)
-  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--no-undefined")
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--no-undefined"
+                                        "LINKER:--gc-sections")
   set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()

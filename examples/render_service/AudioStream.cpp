@@ -28,7 +28,9 @@ size_t AudioStream::decodeBlock() {
   const uint64_t file_left = announcedFrames() - frames_read_;
   size_t needed = resampler_.inputFor(frames);
   // The last frames of a faster file may lie behind the last one that the resampler asks for.
-  if (frames > 0 && frames == frames_left_) needed = std::max<size_t>(needed, file_left);
+  if (frames > 0 && frames == frames_left_) {
+    needed = std::max(needed, static_cast<size_t>(file_left));
+  }
   const size_t count = read(needed);
   resampler_.process(source_.data(), block_.data(), frames);
   std::fill(block_.begin() + static_cast<std::ptrdiff_t>(frames), block_.end(), 0.0F);

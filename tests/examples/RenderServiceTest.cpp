@@ -187,7 +187,7 @@ TEST(ClipToFullScale, LimitsAndCountsWhatGoesBeyond) {
 /// Converts a whole signal in blocks, with silence behind its end.
 std::vector<float> resample(std::vector<float> input, int from, int to, size_t block) {
   LinearResampler resampler(from, to);
-  std::vector<float> output(resampler.outputFor(input.size()));
+  std::vector<float> output(static_cast<size_t>(resampler.outputFor(input.size())));
   input.resize(input.size() + 10);
   size_t taken = 0;
   for (size_t i = 0; i < output.size();) {
@@ -286,6 +286,7 @@ class RenderServiceProgram : public testing::Test {
   /// Runs a command after what a shell makes of `prefix`.
   ProgramResult runInShell(const std::string& prefix, std::vector<std::string> command) const {
     const std::vector<std::string> shell{"/bin/sh", "-c", prefix + " exec \"$@\"", "sh"};
+    command = kiv_test::underEmulator(std::move(command));
     command.insert(command.begin(), shell.begin(), shell.end());
     return run(command);
   }

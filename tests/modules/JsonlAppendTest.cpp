@@ -73,10 +73,10 @@ class JsonlSharing : public JsonlTest {
 class JsonlFailure : public JsonlTest {
  protected:
   /// Sets how long files may become that this process writes.
-  static void limitFileSize(rlim_t size) {
+  static void limitFileSize(uintmax_t size) {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = std::min(size, limit.rlim_max);
+    limit.rlim_cur = static_cast<rlim_t>(std::min<uintmax_t>(size, limit.rlim_max));
     setrlimit(RLIMIT_FSIZE, &limit);
   }
 };

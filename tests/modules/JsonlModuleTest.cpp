@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "JsonlFixture.h"
+#include "RunProgram.h"
 
 namespace kiv_test {
 namespace {
@@ -61,7 +62,7 @@ TEST_F(JsonlEntryPoints, RefuseNullAsAnEvent) {
 }
 
 TEST_F(JsonlEntryPoints, ServeAfterTheStaticDestructorsOfTheModule) {
-  EXPECT_EQ(std::system("'" JSONL_LATE_REPORTER "'"), 0);
+  EXPECT_EQ(kiv_test::runProgram({JSONL_LATE_REPORTER}).exit_code, 0);
   EXPECT_EQ(contents(), "{\"event\":\"late\",\"text\":\"said at exit\"}\n");
 }
 

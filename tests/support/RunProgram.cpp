@@ -43,6 +43,12 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
   return result;
 }
 
+std::vector<std::string> underEmulator(std::vector<std::string> command) {
+  const std::vector<std::string> emulator{KIV_EMULATOR};
+  command.insert(command.begin(), emulator.begin(), emulator.end());
+  return command;
+}
+
 TemporaryDirectory::TemporaryDirectory() {
   std::string path = (std::filesystem::temp_directory_path() / "kiv-test-XXXXXX").string();
   if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("mkdtemp failed");

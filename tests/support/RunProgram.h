@@ -18,6 +18,9 @@ struct ProgramResult {
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment = {});
 
+/// A command as something that is not a program of ours, a shell for instance, has to start it.
+std::vector<std::string> underEmulator(std::vector<std::string> command);
+
 /// A directory that is removed with all that is in it.
 class TemporaryDirectory {
  public:

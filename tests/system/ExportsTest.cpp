@@ -1,5 +1,5 @@
 // The promised surface of the libraries. A difference is either a mistake or a decision: if it is
-// one, `./dev exports` records it.
+// one, `./dev abi` records it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,6 +1,10 @@
-#include "kiv/KivPcmInfo.h"
+#include "AudioFormatNames.h"
 
-const char* audio_format_to_string(audio_format_t format) {
+#include <system/audio.h>
+
+namespace android::kiv {
+
+const char* audioFormatName(uint32_t format) {
 #define FORMAT_NAME(constant) \
   case constant:              \
     return #constant
@@ -96,3 +100,5 @@ const char* audio_format_to_string(audio_format_t format) {
   }
 #undef FORMAT_NAME
 }
+
+}  // namespace android::kiv

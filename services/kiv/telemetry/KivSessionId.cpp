@@ -2,16 +2,20 @@
 
 #include <uuid/uuid.h>
 
+#include <cstddef>
 #include <utility>
 
 namespace android::kiv {
 
 namespace {
 
+// Of the two libraries that bring this header, Android's has no name for the length.
+constexpr size_t kUuidTextSize = 37;
+
 std::string generateId() {
   uuid_t uuid;
   uuid_generate_random(uuid);
-  char text[UUID_STR_LEN];
+  char text[kUuidTextSize];
   uuid_unparse(uuid, text);
   return text;
 }

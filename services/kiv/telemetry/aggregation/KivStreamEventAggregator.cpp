@@ -1,5 +1,6 @@
 #include "kiv/KivStreamEventAggregator.h"
 
+#include "AudioFormatNames.h"
 #include "KivBaseAggregatorImpl.h"
 #include "StreamDescription.h"
 
@@ -26,7 +27,7 @@ void KivStreamEventAggregator::populateMetricValuesForEntry(Entries::iterator en
                          std::string(aggregationMethodToString(aggregation_type_)));
   populateTelemetryField("aggregated_count", data.count);
   populateTelemetryField("kiv_session_id", key.session.toString());
-  populateTelemetryField("pcm_format", std::string(audio_format_to_string(key.format)));
+  populateTelemetryField("pcm_format", std::string(audioFormatName(key.format)));
   populateTelemetryField("stream_type", streamTypeToString(key.streamType));
   populateTelemetryField("sample_rate", key.sampleRate);
   populateTelemetryField("samples", key.samples);

@@ -5,8 +5,6 @@
 
 #include <cstdint>
 
-#include "kiv/Export.h"
-
 namespace kiv {
 
 /// What a stream carries.
@@ -57,4 +55,5 @@ struct KivPcmInfoExt {
 
 /// The name of the constant with exactly this value, such as "AUDIO_FORMAT_PCM_16_BIT"; "" for a
 /// value that is none of Android's formats. Never null; the text is static.
-extern "C" KIV_EXPORT const char* audio_format_to_string(audio_format_t format);
+// Without a mark for export: where Android's <system/audio.h> defines it, a mark comes too late.
+extern "C" const char* audio_format_to_string(audio_format_t format);

@@ -25,6 +25,7 @@ class KIV_EXPORT KivSessionId {
   int compare(const KivSessionId& other) const;
 
  private:
+  friend struct DeviceLayout;
   friend class KivSessionIdTestPeer;
 
   std::string id_;

@@ -51,6 +51,8 @@ class KIV_EXPORT TimedAggregationManager {
   bool stop();
 
  private:
+  friend struct DeviceLayout;
+
   struct Window {
     std::chrono::steady_clock::time_point started_steady;
     std::chrono::system_clock::time_point started_system;

@@ -1,0 +1,124 @@
+// What Android's own build system makes of our Android.bp files, for a 32-bit ARM device.
+//
+// Usage: soong_compiles OUR_TREE PLATFORM_MODULES
+//
+// Prints a line for every source that it compiles, and one for the library that it links:
+//
+//	compile PARTITION SOURCE FLAGS...
+//	link PARTITION LIBRARY FLAGS...
+//
+// with those flags that our modules set; what the platform sets for all modules is left out.
+package main
+
+import (
+	"fmt"
+	"io/ioutil"
+	"os"
+	"path/filepath"
+	"strings"
+
+	"android/soong/android"
+	"android/soong/cc"
+)
+
+// Our modules: where they are defined, and as what they are built.
+var modules = []struct{ name, dir, kind string }{
+	{"libtamsa_binding", "tamsa", "static"},
+	{"libkivtelemetry", "services/kiv/telemetry", "shared"},
+}
+
+// The platform's own processes and those of the vendor's, by Soong's names for them.
+var partitions = []struct{ name, variant string }{
+	{"system", "android"},
+	{"vendor", "android_vendor.30"},
+}
+
+func failOn(errs ...error) {
+	failed := false
+	for _, err := range errs {
+		if err != nil {
+			fmt.Fprintln(os.Stderr, err)
+			failed = true
+		}
+	}
+	if failed {
+		os.Exit(1)
+	}
+}
+
+func read(path string) []byte {
+	text, err := ioutil.ReadFile(path)
+	failOn(err)
+	return text
+}
+
+// Resolves all modules, as a build would before its first compile.
+func analyse(tree, platform string) *android.TestContext {
+	blueprints := map[string][]byte{}
+	paths := []string{"Android.bp"}
+	for _, module := range modules {
+		path := filepath.Join(module.dir, "Android.bp")
+		blueprints[path] = read(filepath.Join(tree, path))
+		paths = append(paths, path)
+	}
+	out, err := ioutil.TempDir("", "soong")
+	failOn(err)
+	defer os.RemoveAll(out)
+	config := cc.TestConfig(out, android.Android, nil, string(read(platform)), blueprints)
+	vndk, version := "current", "30"
+	config.TestProductVariables.DeviceVndkVersion = &vndk
+	config.TestProductVariables.Platform_vndk_version = &version
+	context := cc.CreateTestContext()
+	context.Register(config)
+	_, errs := context.ParseFileList(".", paths)
+	failOn(errs...)
+	_, errs = context.PrepareBuildActions(config)
+	failOn(errs...)
+	return context
+}
+
+// A module as it is built for a partition.
+func find(context *android.TestContext, name, variant string) android.TestingModule {
+	for _, existing := range context.ModuleVariantsForTests(name) {
+		if existing == variant {
+			return context.ModuleForTests(name, variant)
+		}
+	}
+	failOn(fmt.Errorf("%s is not built as %s", name, variant))
+	panic("unreachable")
+}
+
+// A module's own flags stand in variables of its own; other variables hold the platform's.
+func ownFlags(module android.TestingModule, flags string) string {
+	var own []string
+	for _, flag := range strings.Fields(flags) {
+		if strings.HasPrefix(flag, "$") && !strings.HasPrefix(flag, "${") {
+			own = append(own, module.Module().VariablesForTests()[flag[1:]])
+		} else if !strings.Contains(flag, "${") {
+			own = append(own, flag)
+		}
+	}
+	return strings.Join(own, " ")
+}
+
+func main() {
+	if len(os.Args) != 3 {
+		fmt.Fprintln(os.Stderr, "usage: soong_compiles OUR_TREE PLATFORM_MODULES")
+		os.Exit(2)
+	}
+	context := analyse(os.Args[1], os.Args[2])
+	for _, ours := range modules {
+		for _, partition := range partitions {
+			variant := partition.variant + "_arm_armv7-a-neon_" + ours.kind
+			module := find(context, ours.name, variant)
+			for _, output := range module.AllOutputs() {
+				build := module.Output(output)
+				if flags, compiles := build.Args["cFlags"]; compiles {
+					fmt.Println("compile", partition.name, build.Input, ownFlags(module, flags))
+				} else if flags, links := build.Args["ldFlags"]; links {
+					fmt.Println("link", partition.name, ours.name, ownFlags(module, flags))
+				}
+			}
+		}
+	}
+}
