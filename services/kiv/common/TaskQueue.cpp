@@ -98,6 +98,7 @@ void TaskQueue::runWaited(Waited& waited) {
 
 bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   if (!hasWorker()) return false;
+  if (exiting_.load(std::memory_order_acquire) && !admitsDuringExit()) return false;
   auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
   const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
   uintptr_t posted = posted_.load(std::memory_order_relaxed);
@@ -111,6 +112,16 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   static_cast<void>(newest.release());
   if ((posted & wakes) != 0) woken_.signal();
   return true;
+}
+
+void TaskQueue::beginExit() {
+  exiting_thread_ = std::this_thread::get_id();
+  exiting_.store(true, std::memory_order_release);
+}
+
+bool TaskQueue::admitsDuringExit() {
+  return std::this_thread::get_id() == exiting_thread_ || isRunningOnCurrentThread() ||
+         posted_during_exit_.fetch_add(1, std::memory_order_relaxed) < kTasksDuringExit;
 }
 
 void TaskQueue::close() {
