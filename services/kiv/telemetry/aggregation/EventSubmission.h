@@ -1,5 +1,5 @@
-/// Handing one event to the telemetry module: the part of submission that does not depend on the
-/// kind of event.
+/// Handing events to the telemetry module: the part of submission that does not depend on the kind
+/// of event.
 #pragma once
 
 #include <chrono>
@@ -7,6 +7,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "AggregateTable.h"
+#include "EventFields.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace android::kiv {
@@ -20,5 +22,18 @@ void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const 
                  const std::unordered_map<std::string, int64_t>& int_fields,
                  const std::unordered_map<std::string, float>& float_fields,
                  const std::unordered_map<std::string, std::string>& string_fields);
+
+/// What the events of one window have in common.
+struct WindowDescription {
+  const char* event_name;
+  Describe describe;
+  NumericAggregationType method;
+  std::chrono::system_clock::time_point start;
+  std::chrono::system_clock::time_point end;
+};
+
+/// Does the same for every entry of a table, in key order.
+void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler,
+                 const AggregateTable& table, const WindowDescription& window);
 
 }  // namespace android::kiv

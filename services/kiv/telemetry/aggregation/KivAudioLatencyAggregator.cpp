@@ -1,9 +1,20 @@
 #include "kiv/KivAudioLatencyAggregator.h"
 
+#include "AggregationManagers.h"
 #include "KivBaseAggregatorImpl.h"
+#include "PackedAggregator.h"
+#include "ReportKeys.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
+
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
+  beginFields(aggregate, aggregate.method, fields);
+}
+
+}  // namespace
 
 template <>
 const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
@@ -33,13 +44,16 @@ NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
 }
 
 void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateTelemetryField("aggregation_method",
-                         std::string(aggregationMethodToString(aggregation_type_)));
-  populateTelemetryField("aggregated_count", data.count);
-  populateTelemetryField("kiv_session_id", key.session.toString());
+  stageFields<KivAudioLatencyBaseAggregator>(*this, describe, AudioLatencyKey(entry->first),
+                                             aggregation_type_, entry->second);
 }
 
 const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }
+
+std::shared_ptr<TimedAggregationManager<KivAudioLatencyEvent>> makeAudioLatencyManager() {
+  constexpr auto kMethod = NumericAggregationType::AVG;
+  return makePackedManager<KivAudioLatencyAggregator, KivAudioLatencyEvent, AudioLatencyKey,
+                           describe>(kMethod, kMethod);
+}
 
 }  // namespace android::kiv

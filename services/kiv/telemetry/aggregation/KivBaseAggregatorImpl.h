@@ -5,12 +5,41 @@
 #include <utility>
 
 #include "AggregationMethod.h"
+#include "EventFields.h"
 #include "EventSubmission.h"
 #include "Ptr.h"
 #include "kiv/KivBaseAggregator.h"
 #include "kiv/TelemetrySwitch.h"
 
 namespace android::kiv {
+
+/// Stages the fields that describe an aggregate.
+template <typename Aggregator, typename Value>
+void stageFields(Aggregator& aggregator, Describe describe, const TableKey& key,
+                 NumericAggregationType method, const AggregationData<Value>& data) {
+  const std::string session = key.session->toString();
+  EventFields fields;
+  describe({key, session, method, data.value, data.count}, fields);
+  for (const EventFields::Field& field : fields) {
+    switch (field.type) {
+      case EventFields::Type::UNSIGNED:
+        aggregator.populateTelemetryField(field.name, static_cast<unsigned int>(field.integer));
+        break;
+      case EventFields::Type::INT64:
+        aggregator.populateTelemetryField(field.name, field.integer);
+        break;
+      case EventFields::Type::BOOL:
+        aggregator.populateTelemetryField(field.name, field.integer != 0);
+        break;
+      case EventFields::Type::FLOAT:
+        aggregator.populateTelemetryField(field.name, field.number);
+        break;
+      case EventFields::Type::STRING:
+        aggregator.populateTelemetryField(field.name, std::string(field.text));
+        break;
+    }
+  }
+}
 
 template <typename Event, typename Key, typename Value>
 KivBaseAggregator<Event, Key, Value>::KivBaseAggregator() = default;

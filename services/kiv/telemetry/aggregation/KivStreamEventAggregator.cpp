@@ -1,10 +1,32 @@
 #include "kiv/KivStreamEventAggregator.h"
 
+#include "AggregationManagers.h"
 #include "AudioFormatNames.h"
 #include "KivBaseAggregatorImpl.h"
+#include "PackedAggregator.h"
+#include "ReportKeys.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
+
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
+  const std::string_view numbers = aggregate.key.parts[StreamEventKey::NUMBERS];
+  const auto number = [numbers](StreamNumbers::Number which) {
+    return StreamNumbers::get(numbers, which);
+  };
+  beginFields(aggregate, aggregate.method, fields);
+  fields.add("pcm_format", audioFormatName(number(StreamNumbers::FORMAT)));
+  fields.add("stream_type", fields.keep(streamTypeToString(StreamNumbers::getType(numbers))));
+  fields.add("sample_rate", number(StreamNumbers::SAMPLE_RATE));
+  fields.add("samples", number(StreamNumbers::SAMPLES));
+  fields.add("channels", number(StreamNumbers::CHANNELS));
+  fields.add("interleaved", number(StreamNumbers::INTERLEAVED) != 0);
+  fields.add("kiv_event", aggregate.key.parts[StreamEventKey::EVENT]);
+}
+
+}  // namespace
 
 template <>
 const char KivStreamEventBaseAggregator::kKivStreamEvent[] = "wexo_kiv_stream_event";
@@ -22,20 +44,16 @@ KivStreamEventAggregator::KivStreamEventAggregator(NumericAggregationType aggreg
 KivStreamEventAggregator::~KivStreamEventAggregator() = default;
 
 void KivStreamEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateTelemetryField("aggregation_method",
-                         std::string(aggregationMethodToString(aggregation_type_)));
-  populateTelemetryField("aggregated_count", data.count);
-  populateTelemetryField("kiv_session_id", key.session.toString());
-  populateTelemetryField("pcm_format", std::string(audioFormatName(key.format)));
-  populateTelemetryField("stream_type", streamTypeToString(key.streamType));
-  populateTelemetryField("sample_rate", key.sampleRate);
-  populateTelemetryField("samples", key.samples);
-  populateTelemetryField("channels", key.channels);
-  populateTelemetryField("interleaved", key.interleaved);
-  populateTelemetryField("kiv_event", key.event);
+  stageFields<KivStreamEventBaseAggregator>(*this, describe, StreamEventKey(entry->first),
+                                            aggregation_type_, entry->second);
 }
 
 const char* KivStreamEventAggregator::getEventName() const { return kKivStreamEvent; }
+
+std::shared_ptr<TimedAggregationManager<KivStreamEvent>> makeStreamEventManager() {
+  constexpr auto kMethod = NumericAggregationType::COUNT;
+  return makePackedManager<KivStreamEventAggregator, KivStreamEvent, StreamEventKey, describe>(
+      kMethod, kMethod);
+}
 
 }  // namespace android::kiv

@@ -1,6 +1,7 @@
 /// Names of telemetry sessions.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,9 @@ class KIV_EXPORT KivSessionId {
 
   /// The same order, three-way: negative, zero or positive.
   int compare(const KivSessionId& other) const;
+
+  /// Equal for equal identifiers.
+  KIV_HIDDEN size_t hash() const;
 
  private:
   friend class KivSessionIdTestPeer;

@@ -1,0 +1,76 @@
+/// The fields by which an aggregate is described in its event.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "TableKey.h"
+#include "kiv/NumericAggregationType.h"
+
+namespace android::kiv {
+
+/// The fields of one event but for its interval, in the order in which they are staged. No name is
+/// there twice. Texts are not owned, and have a NUL behind them.
+class EventFields {
+ public:
+  /// The overload of `populateTelemetryField` that a field is staged through.
+  enum class Type : uint8_t { UNSIGNED, INT64, BOOL, FLOAT, STRING };
+
+  struct Field {
+    const char* name;
+    Type type;
+    float number;
+    long long integer;  ///< As it is sent: unsigned values from 2^31 on are negative.
+    std::string_view text;
+  };
+
+  void add(const char* name, unsigned int value) {
+    append(name, Type::UNSIGNED).integer = static_cast<int>(value);
+  }
+  void add(const char* name, long long value) { append(name, Type::INT64).integer = value; }
+  void add(const char* name, bool value) { append(name, Type::BOOL).integer = value ? 1 : 0; }
+  void add(const char* name, float value) { append(name, Type::FLOAT).number = value; }
+  void add(const char* name, std::string_view value) { append(name, Type::STRING).text = value; }
+  void add(const char* name, const char* value) { add(name, std::string_view(value)); }
+
+  /// `value` for as long as these fields live. For one text.
+  std::string_view keep(std::string value) { return kept_ = std::move(value); }
+
+  void clear() { size_ = 0; }
+  const Field* begin() const { return fields_.data(); }
+  const Field* end() const { return fields_.data() + size_; }
+
+ private:
+  Field& append(const char* name, Type type) {
+    Field& field = fields_[size_++];
+    field.name = name;
+    field.type = type;
+    return field;
+  }
+
+  std::array<Field, 10> fields_;
+  size_t size_ = 0;
+  std::string kept_;
+};
+
+/// An aggregate to be described.
+struct AggregateView {
+  const TableKey& key;
+  std::string_view session;  ///< The text of the key's.
+  NumericAggregationType method;
+  float value;
+  uint32_t count;
+};
+
+/// Adds the fields that all kinds begin with.
+void beginFields(const AggregateView& aggregate, NumericAggregationType method,
+                 EventFields& fields);
+
+/// Adds the fields of a kind's aggregate.
+using Describe = void (*)(const AggregateView& aggregate, EventFields& fields);
+
+}  // namespace android::kiv
