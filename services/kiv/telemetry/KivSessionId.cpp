@@ -3,8 +3,6 @@
 #include <uuid/uuid.h>
 
 #include <cstddef>
-#include <functional>
-#include <string_view>
 #include <utility>
 
 namespace android::kiv {
@@ -29,11 +27,6 @@ KivSessionId::KivSessionId(std::shared_ptr<KivSessionId> parent)
 
 std::string KivSessionId::toString() const {
   return parent_ != nullptr ? parent_->toString() + "." + id_ : id_;
-}
-
-size_t KivSessionId::hash() const {
-  // Of a random identifier, so much is as good as all of it.
-  return std::hash<std::string_view>()(std::string_view(id_).substr(0, 16));
 }
 
 int KivSessionId::compare(const KivSessionId& other) const {

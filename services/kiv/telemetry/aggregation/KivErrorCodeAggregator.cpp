@@ -15,8 +15,7 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
   fields.add("kiv_class", parts[ErrorCodeKey::CLASS]);
   fields.add("kiv_api", parts[ErrorCodeKey::API]);
   fields.add("kiv_error_code", parts[ErrorCodeKey::CODE]);
-  fields.add("severity", static_cast<long long>(
-                             static_cast<unsigned char>(parts[ErrorCodeKey::SEVERITY].front())));
+  fields.add("severity", static_cast<long long>(numberAt(parts[ErrorCodeKey::SEVERITY], 0)));
 }
 
 }  // namespace

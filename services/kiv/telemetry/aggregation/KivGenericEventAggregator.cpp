@@ -61,9 +61,9 @@ void describeGeneric(const AggregateView& aggregate, NumericAggregationType meth
 template <typename T>
 void describeNumber(const AggregateView& aggregate, EventFields& fields) {
   constexpr bool kIsFloat = std::is_same_v<T, float>;
-  const char method = aggregate.key.parts[GenericKey::METHOD].front();
-  describeGeneric(aggregate, static_cast<NumericAggregationType>(method),
-                  kIsFloat ? 0 : saturatingCast<long long>(aggregate.value),
+  const auto method =
+      static_cast<NumericAggregationType>(numberAt(aggregate.key.parts[GenericKey::METHOD], 0));
+  describeGeneric(aggregate, method, kIsFloat ? 0 : saturatingCast<long long>(aggregate.value),
                   kIsFloat ? aggregate.value : 0.0F, "", fields);
 }
 

@@ -13,12 +13,12 @@ namespace {
 
 void describe(const AggregateView& aggregate, EventFields& fields) {
   const std::string_view numbers = aggregate.key.parts[StreamEventKey::NUMBERS];
-  const auto number = [numbers](StreamNumbers::Number which) {
-    return StreamNumbers::get(numbers, which);
+  const auto number = [numbers](StreamNumbers::Position position) {
+    return numberAt(numbers, position);
   };
   beginFields(aggregate, aggregate.method, fields);
   fields.add("pcm_format", audioFormatName(number(StreamNumbers::FORMAT)));
-  fields.add("stream_type", fields.keep(streamTypeToString(StreamNumbers::getType(numbers))));
+  fields.add("stream_type", fields.keep(streamTypeToString(StreamNumbers::typeIn(numbers))));
   fields.add("sample_rate", number(StreamNumbers::SAMPLE_RATE));
   fields.add("samples", number(StreamNumbers::SAMPLES));
   fields.add("channels", number(StreamNumbers::CHANNELS));

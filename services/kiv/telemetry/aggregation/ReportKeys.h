@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "TableKey.h"
@@ -12,59 +13,32 @@
 
 namespace android::kiv {
 
-/// A byte as a part of a key.
-inline std::string_view bytePart(const char& byte) { return {&byte, 1}; }
-
 struct ErrorCodeKey : TableKey {
   enum Part : uint8_t { API, CLASS, CODE, SEVERITY };
 
   explicit ErrorCodeKey(const KivErrorCodeEvent& event)
-      : TableKey(event.session_id, 4), severity(static_cast<char>(event.severity)) {
-    parts = {event.api, event.kiv_class, event.error_code, bytePart(severity)};
+      : TableKey(event.session_id, 4), severity(event.severity) {
+    parts = {event.api, event.kiv_class, event.error_code, severity.part()};
   }
 
-  const char severity;
+  const NumberPart<1> severity;
 };
 
-/// The numbers that describe a stream, in a form whose bytes are in their order.
-class StreamNumbers {
- public:
-  enum Number : uint8_t { FORMAT, TYPE, SAMPLE_RATE, SAMPLES, CHANNELS, INTERLEAVED };
+/// The numbers that describe a stream.
+struct StreamNumbers : NumberPart<6> {
+  enum Position : uint8_t { FORMAT, TYPE, SAMPLE_RATE, SAMPLES, CHANNELS, INTERLEAVED };
 
   template <typename Record>
-  explicit StreamNumbers(const Record& record) {
-    put(FORMAT, record.format);
-    put(TYPE, static_cast<uint32_t>(record.streamType) ^ kSign);
-    put(SAMPLE_RATE, record.sampleRate);
-    put(SAMPLES, record.samples);
-    put(CHANNELS, record.channels);
-    put(INTERLEAVED, record.interleaved ? 1 : 0);
+  explicit StreamNumbers(const Record& record)
+      : NumberPart(record.format, static_cast<uint32_t>(record.streamType) ^ kSign,
+                   record.sampleRate, record.samples, record.channels, record.interleaved) {}
+
+  static ::kiv::KivStreamType typeIn(std::string_view part) {
+    return static_cast<::kiv::KivStreamType>(numberAt(part, TYPE) ^ kSign);
   }
 
-  std::string_view part() const { return {bytes_, sizeof bytes_}; }
-
-  static uint32_t get(std::string_view part, Number number) {
-    uint32_t value = 0;
-    for (const char byte : part.substr(number * size_t{4}, 4)) {
-      value = value << 8 | static_cast<unsigned char>(byte);
-    }
-    return value;
-  }
-
-  static ::kiv::KivStreamType getType(std::string_view part) {
-    return static_cast<::kiv::KivStreamType>(get(part, TYPE) ^ kSign);
-  }
-
- private:
+  // Types are ordered as signed numbers.
   static constexpr uint32_t kSign = 0x80000000;
-
-  void put(Number number, uint32_t value) {
-    for (size_t i = 0; i < 4; ++i) {
-      bytes_[number * 4 + i] = static_cast<char>(value >> (24 - 8 * i));
-    }
-  }
-
-  char bytes_[24];
 };
 
 struct StreamEventKey : TableKey {
@@ -79,7 +53,7 @@ struct StreamEventKey : TableKey {
 };
 
 struct AudioLatencyKey : TableKey {
-  /// From an event or a key.
+  /// Of an event or of the key that is made of it.
   template <typename Record>
   explicit AudioLatencyKey(const Record& record) : TableKey(record.session, 1), numbers(record) {
     parts = {numbers.part()};
@@ -91,17 +65,13 @@ struct AudioLatencyKey : TableKey {
 struct GenericKey : TableKey {
   enum Part : uint8_t { NAME, METHOD, VALUE };
 
-  explicit GenericKey(const KivGenericEventKey& key) : GenericKey(key, 2) {}
-
- protected:
-  GenericKey(const KivGenericEventKey& key, size_t part_count)
-      : TableKey(key.session, part_count), method(static_cast<char>(key.aggregationType)) {
+  explicit GenericKey(const KivGenericEventKey& key, size_t part_count = 2)
+      : TableKey(key.session, part_count), method(key.aggregationType) {
     parts[NAME] = key.name;
-    parts[METHOD] = bytePart(method);
+    parts[METHOD] = method.part();
   }
 
- private:
-  const char method;
+  const NumberPart<1> method;
 };
 
 struct GenericStringKey : GenericKey {

@@ -10,9 +10,8 @@
 
 namespace android::kiv {
 
-/// A session and up to four parts, each a string of bytes. Keys of one kind have equally many. They
-/// are ordered by session and then by one part after the other, bytewise, a proper prefix first.
-/// Numbers are parts too, written such that their bytes have the order of the numbers.
+/// A session and up to four parts, each a text. Keys of one kind have equally many. They are
+/// ordered by session and then by one part after the other, bytewise, a proper prefix first.
 ///
 /// Owns none of it.
 struct TableKey {
@@ -21,7 +20,7 @@ struct TableKey {
   TableKey(const KivSessionId& session_id, size_t part_count)
       : session(&session_id), size(part_count) {}
 
-  // A kind's key refers to bytes of its own.
+  // A kind's key refers to numbers of its own.
   TableKey(const TableKey&) = delete;
   TableKey& operator=(const TableKey&) = delete;
 
@@ -31,5 +30,34 @@ struct TableKey {
   size_t size;
   std::array<std::string_view, kMaxParts> parts;
 };
+
+/// Numbers as a part of a key: texts of equal length, in the order of the numbers, and without the
+/// NUL that would make comparing them more work.
+template <size_t N>
+class NumberPart {
+ public:
+  template <typename... Numbers>
+  explicit NumberPart(Numbers... numbers) {
+    static_assert(sizeof...(numbers) == N);
+    char* text = text_;
+    for (const uint32_t number : {static_cast<uint32_t>(numbers)...}) {
+      for (int shift = 28; shift >= 0; shift -= 7) {
+        *text++ = static_cast<char>(0x80 | (number >> shift & 0x7F));
+      }
+    }
+  }
+
+  std::string_view part() const { return {text_, sizeof text_}; }
+
+ private:
+  char text_[5 * N];
+};
+
+/// The number at a position of such a part.
+inline uint32_t numberAt(std::string_view part, size_t position) {
+  uint32_t number = 0;
+  for (const char digit : part.substr(5 * position, 5)) number = number << 7 | (digit & 0x7F);
+  return number;
+}
 
 }  // namespace android::kiv

@@ -1,7 +1,6 @@
 /// Names of telemetry sessions.
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -25,8 +24,8 @@ class KIV_EXPORT KivSessionId {
   /// The same order, three-way: negative, zero or positive.
   int compare(const KivSessionId& other) const;
 
-  /// Equal for equal identifiers.
-  KIV_HIDDEN size_t hash() const;
+  /// The own identifier, without its chain.
+  KIV_HIDDEN const std::string& id() const { return id_; }
 
  private:
   friend class KivSessionIdTestPeer;
