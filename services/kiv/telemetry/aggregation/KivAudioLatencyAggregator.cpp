@@ -1,20 +1,15 @@
 #include "kiv/KivAudioLatencyAggregator.h"
 
-#include "AggregationManagers.h"
 #include "KivBaseAggregatorImpl.h"
-#include "PackedAggregator.h"
-#include "ReportKeys.h"
+#include "ReportKinds.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
 
-namespace {
-
-void describe(const AggregateView& aggregate, EventFields& fields) {
+void ReportKind<KivAudioLatencyEvent>::describe(const AggregateView& aggregate,
+                                                EventFields& fields) {
   beginFields(aggregate, aggregate.method, fields);
 }
-
-}  // namespace
 
 template <>
 const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
@@ -44,16 +39,11 @@ NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
 }
 
 void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivAudioLatencyBaseAggregator>(*this, describe, AudioLatencyKey(entry->first),
-                                             aggregation_type_, entry->second);
+  stageFields<KivAudioLatencyBaseAggregator>(*this, &ReportKind<KivAudioLatencyEvent>::describe,
+                                             AudioLatencyKey(entry->first), aggregation_type_,
+                                             entry->second);
 }
 
 const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }
-
-std::shared_ptr<TimedAggregationManager<KivAudioLatencyEvent>> makeAudioLatencyManager() {
-  constexpr auto kMethod = NumericAggregationType::AVG;
-  return makePackedManager<KivAudioLatencyAggregator, KivAudioLatencyEvent, AudioLatencyKey,
-                           describe>(kMethod, kMethod);
-}
 
 }  // namespace android::kiv

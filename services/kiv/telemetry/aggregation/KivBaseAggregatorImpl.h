@@ -58,8 +58,11 @@ void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time_point start,
                                                  std::chrono::system_clock::time_point end) {
-  submitEvents(start, end);
+  Entries reported_meanwhile;
+  submitEntries(start, end, &reported_meanwhile);
   this->reset();
+  // Unless a client's reset keeps its entries.
+  if (aggregated_data_.empty()) aggregated_data_.swap(reported_meanwhile);
 }
 
 template <typename Event, typename Key, typename Value>
@@ -103,6 +106,13 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
+  submitEntries(start, end, nullptr);
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::submitEntries(
+    std::chrono::system_clock::time_point start, std::chrono::system_clock::time_point end,
+    Entries* reported_meanwhile) {
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -119,7 +129,9 @@ void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_cloc
     const auto& handler = getUnifiedTelemetryHandler();
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
     if (handler == nullptr) return;
+    if (reported_meanwhile != nullptr) aggregated_data_.swap(*reported_meanwhile);
     submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
+    if (reported_meanwhile != nullptr) aggregated_data_.swap(*reported_meanwhile);
   }
 }
 

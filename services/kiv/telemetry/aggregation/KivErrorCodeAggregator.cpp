@@ -1,15 +1,11 @@
 #include "kiv/KivErrorCodeAggregator.h"
 
-#include "AggregationManagers.h"
 #include "KivBaseAggregatorImpl.h"
-#include "PackedAggregator.h"
-#include "ReportKeys.h"
+#include "ReportKinds.h"
 
 namespace android::kiv {
 
-namespace {
-
-void describe(const AggregateView& aggregate, EventFields& fields) {
+void ReportKind<KivErrorCodeEvent>::describe(const AggregateView& aggregate, EventFields& fields) {
   const auto& parts = aggregate.key.parts;
   beginFields(aggregate, aggregate.method, fields);
   fields.add("kiv_class", parts[ErrorCodeKey::CLASS]);
@@ -17,8 +13,6 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
   fields.add("kiv_error_code", parts[ErrorCodeKey::CODE]);
   fields.add("severity", static_cast<long long>(numberAt(parts[ErrorCodeKey::SEVERITY], 0)));
 }
-
-}  // namespace
 
 template <>
 const char KivErrorCodeBaseAggregator::kKivErrorCodeEvent[] = "wexo_kiv_error_code";
@@ -39,16 +33,11 @@ KivErrorCodeAggregator::KivErrorCodeAggregator(NumericAggregationType aggregatio
 KivErrorCodeAggregator::~KivErrorCodeAggregator() = default;
 
 void KivErrorCodeAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivErrorCodeBaseAggregator>(*this, describe, ErrorCodeKey(entry->first),
-                                          aggregation_type_, entry->second);
+  stageFields<KivErrorCodeBaseAggregator>(*this, &ReportKind<KivErrorCodeEvent>::describe,
+                                          ErrorCodeKey(entry->first), aggregation_type_,
+                                          entry->second);
 }
 
 const char* KivErrorCodeAggregator::getEventName() const { return kKivErrorCodeEvent; }
-
-std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> makeErrorCodeManager() {
-  constexpr auto kMethod = NumericAggregationType::COUNT;
-  return makePackedManager<KivErrorCodeAggregator, KivErrorCodeEvent, ErrorCodeKey, describe>(
-      kMethod, kMethod);
-}
 
 }  // namespace android::kiv

@@ -2,10 +2,8 @@
 
 #include <type_traits>
 
-#include "AggregationManagers.h"
 #include "KivBaseAggregatorImpl.h"
-#include "PackedAggregator.h"
-#include "ReportKeys.h"
+#include "ReportKinds.h"
 #include "SaturatingCast.h"
 
 namespace {
@@ -58,8 +56,10 @@ void describeGeneric(const AggregateView& aggregate, NumericAggregationType meth
   fields.add("value_string", value_string);
 }
 
+}  // namespace
+
 template <typename T>
-void describeNumber(const AggregateView& aggregate, EventFields& fields) {
+void ReportKind<KivGenericEvent<T>>::describe(const AggregateView& aggregate, EventFields& fields) {
   constexpr bool kIsFloat = std::is_same_v<T, float>;
   const auto method =
       static_cast<NumericAggregationType>(numberAt(aggregate.key.parts[GenericKey::METHOD], 0));
@@ -67,12 +67,11 @@ void describeNumber(const AggregateView& aggregate, EventFields& fields) {
                   kIsFloat ? aggregate.value : 0.0F, "", fields);
 }
 
-void describeString(const AggregateView& aggregate, EventFields& fields) {
+void ReportKind<KivGenericEvent<std::string>>::describe(const AggregateView& aggregate,
+                                                        EventFields& fields) {
   describeGeneric(aggregate, aggregate.method, 0, 0.0F, aggregate.key.parts[GenericKey::VALUE],
                   fields);
 }
-
-}  // namespace
 
 template <typename T>
 KivGenericNumericEventAggregator<T>::KivGenericNumericEventAggregator() = default;
@@ -100,8 +99,8 @@ template <typename T>
 void KivGenericNumericEventAggregator<T>::populateMetricValuesForEntry(
     typename Entries::iterator entry) {
   stageFields<KivBaseAggregator<KivGenericEvent<T>, KivGenericEventKey, T>>(
-      *this, describeNumber<T>, GenericKey(entry->first), entry->first.aggregationType,
-      entry->second);
+      *this, &ReportKind<KivGenericEvent<T>>::describe, GenericKey(entry->first),
+      entry->first.aggregationType, entry->second);
 }
 
 template <typename T>
@@ -109,6 +108,8 @@ const char* KivGenericNumericEventAggregator<T>::getEventName() const {
   return this->kKivGenericEvent;
 }
 
+template struct ReportKind<KivGenericEvent<long long>>;
+template struct ReportKind<KivGenericEvent<float>>;
 template class KivGenericNumericEventAggregator<long long>;
 template class KivGenericNumericEventAggregator<float>;
 
@@ -119,28 +120,11 @@ KivGenericStringEventAggregator::KivGenericStringEventAggregator(
 KivGenericStringEventAggregator::~KivGenericStringEventAggregator() = default;
 
 void KivGenericStringEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivGenericStringBaseAggregator>(*this, describeString, GenericStringKey(entry->first),
-                                              aggregation_type_, entry->second);
+  stageFields<KivGenericStringBaseAggregator>(
+      *this, &ReportKind<KivGenericEvent<std::string>>::describe, GenericStringKey(entry->first),
+      aggregation_type_, entry->second);
 }
 
 const char* KivGenericStringEventAggregator::getEventName() const { return kKivGenericEvent; }
-
-template <typename T>
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<T>>> makeNumericEventManager() {
-  // The method is each key's own.
-  return makePackedManager<KivGenericNumericEventAggregator<T>, KivGenericEvent<T>, GenericKey,
-                           describeNumber<T>>(NumericAggregationType::COUNT);
-}
-
-template std::shared_ptr<TimedAggregationManager<KivGenericEvent<long long>>>
-makeNumericEventManager<long long>();
-template std::shared_ptr<TimedAggregationManager<KivGenericEvent<float>>>
-makeNumericEventManager<float>();
-
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<std::string>>> makeStringEventManager() {
-  constexpr auto kMethod = NumericAggregationType::COUNT;
-  return makePackedManager<KivGenericStringEventAggregator, KivGenericEvent<std::string>,
-                           GenericStringKey, describeString>(kMethod, kMethod);
-}
 
 }  // namespace android::kiv

@@ -1,17 +1,13 @@
 #include "kiv/KivStreamEventAggregator.h"
 
-#include "AggregationManagers.h"
 #include "AudioFormatNames.h"
 #include "KivBaseAggregatorImpl.h"
-#include "PackedAggregator.h"
-#include "ReportKeys.h"
+#include "ReportKinds.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
 
-namespace {
-
-void describe(const AggregateView& aggregate, EventFields& fields) {
+void ReportKind<KivStreamEvent>::describe(const AggregateView& aggregate, EventFields& fields) {
   const std::string_view numbers = aggregate.key.parts[StreamEventKey::NUMBERS];
   const auto number = [numbers](StreamNumbers::Position position) {
     return numberAt(numbers, position);
@@ -25,8 +21,6 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
   fields.add("interleaved", number(StreamNumbers::INTERLEAVED) != 0);
   fields.add("kiv_event", aggregate.key.parts[StreamEventKey::EVENT]);
 }
-
-}  // namespace
 
 template <>
 const char KivStreamEventBaseAggregator::kKivStreamEvent[] = "wexo_kiv_stream_event";
@@ -44,16 +38,11 @@ KivStreamEventAggregator::KivStreamEventAggregator(NumericAggregationType aggreg
 KivStreamEventAggregator::~KivStreamEventAggregator() = default;
 
 void KivStreamEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivStreamEventBaseAggregator>(*this, describe, StreamEventKey(entry->first),
-                                            aggregation_type_, entry->second);
+  stageFields<KivStreamEventBaseAggregator>(*this, &ReportKind<KivStreamEvent>::describe,
+                                            StreamEventKey(entry->first), aggregation_type_,
+                                            entry->second);
 }
 
 const char* KivStreamEventAggregator::getEventName() const { return kKivStreamEvent; }
-
-std::shared_ptr<TimedAggregationManager<KivStreamEvent>> makeStreamEventManager() {
-  constexpr auto kMethod = NumericAggregationType::COUNT;
-  return makePackedManager<KivStreamEventAggregator, KivStreamEvent, StreamEventKey, describe>(
-      kMethod, kMethod);
-}
 
 }  // namespace android::kiv

@@ -5,24 +5,21 @@
 #include <utility>
 
 #include "AggregateTable.h"
-#include "EventFields.h"
 #include "EventSubmission.h"
+#include "ReportKinds.h"
 #include "kiv/TelemetrySwitch.h"
-#include "kiv/TimedAggregationManager.h"
 
 namespace android::kiv {
 
-/// The open window of an aggregator.
+/// The reports that an aggregator took since it was last emptied.
 class PackedWindow {
  public:
-  /// Folds a sample into the aggregate of `key`.
   void add(const TableKey& key, NumericAggregationType method, float sample);
 
-  /// The entries so far; none if there are none. Reports that come while they are submitted, from
-  /// within the telemetry module even, go to the next window.
+  /// Takes all out; null if there is nothing.
   std::unique_ptr<AggregateTable> close();
 
-  /// Takes a closed window's memory for the next, unless it is much or there is some already.
+  /// Reuses the memory of a table that was taken out, if that is little and there is none by now.
   void reuse(std::unique_ptr<AggregateTable> closed);
 
   void reset() { table_ = nullptr; }
@@ -31,30 +28,39 @@ class PackedWindow {
   std::unique_ptr<AggregateTable> table_;
 };
 
-/// One of the public aggregators, with the same results at less cost. Nobody can override what lies
-/// beneath `add` and `flush` here, so they need neither copies of the key nor staged fields.
-template <typename Base, typename Event, typename Key, Describe describe>
-class PackedAggregator final : public Base {
+/// The public aggregator of a kind, with the same results at less cost. Being final, it need not
+/// reach what lies beneath `add` and `flush` through virtual operations that a client may have
+/// overridden: it makes no copies of keys, and hands fields to the module without staging them.
+template <typename Event>
+class PackedAggregator final : public ReportKind<Event>::Aggregator {
  public:
+  using Kind = ReportKind<Event>;
+
+  /// `method` is what the events name, where it is not each key's own. The rest is the base's.
   template <typename... Args>
   explicit PackedAggregator(NumericAggregationType method, Args... args)
-      : Base(args...), method_(method) {}
+      : Kind::Aggregator(args...), method_(method) {}
 
   void add(const Event& event) override {
-    window_.add(Key(event), this->getAggregationType(event),
-                static_cast<float>(this->getValue(event)));
+    addKey(typename Kind::Key(event), this->getAggregationType(event),
+           static_cast<float>(this->getValue(event)));
+  }
+
+  /// The same for a report of which there is no record.
+  void addKey(const TableKey& key, NumericAggregationType method, float sample) {
+    window_.add(key, method, sample);
   }
 
   void flush(std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end) override {
     const bool enabled = isTelemetryEnabled();
+    // Out of the table first: the module may report in turn, and flush.
     auto closed = window_.close();
     if (closed == nullptr) return;
     if (enabled) {
-      // Shared, and not merely referred to, for the same reason.
-      const auto handler = this->getUnifiedTelemetryHandler();
-      if (handler != nullptr) {
-        submitTable(*handler, *closed, {this->getEventName(), describe, method_, start, end});
+      if (const auto handler = this->getUnifiedTelemetryHandler(); handler != nullptr) {
+        submitTable(*handler, *closed,
+                    {this->getEventName(), &Kind::describe, method_, start, end});
       }
     }
     window_.reuse(std::move(closed));
@@ -66,14 +72,5 @@ class PackedAggregator final : public Base {
   const NumericAggregationType method_;
   PackedWindow window_;
 };
-
-/// A stopped manager over such an aggregator.
-template <typename Base, typename Event, typename Key, Describe describe, typename... Args>
-std::shared_ptr<TimedAggregationManager<Event>> makePackedManager(NumericAggregationType method,
-                                                                  Args... args) {
-  using Aggregator = PackedAggregator<Base, Event, Key, describe>;
-  return std::make_shared<TimedAggregationManager<Event>>(
-      std::make_shared<Aggregator>(method, args...), kAggregationPeriod);
-}
 
 }  // namespace android::kiv

@@ -110,6 +110,14 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   std::unordered_map<std::string, std::string> string_fields_;
 
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
+
+ private:
+  /// Does what `submitEvents` says. While the module has the word, `reported_meanwhile`, if given,
+  /// takes the table's place, so that the entries stay as they are if it reports or flushes in
+  /// turn.
+  KIV_HIDDEN void submitEntries(std::chrono::system_clock::time_point start,
+                                std::chrono::system_clock::time_point end,
+                                Entries* reported_meanwhile);
 };
 
 /// Base of the aggregators that count equal reports: the report is its own key.

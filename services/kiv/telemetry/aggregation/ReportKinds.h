@@ -1,0 +1,159 @@
+/// What the kinds of reports differ in: their keys, and the fields of their events.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "EventFields.h"
+#include "SaturatingCast.h"
+#include "TableKey.h"
+#include "kiv/KivAudioLatencyAggregator.h"
+#include "kiv/KivErrorCodeAggregator.h"
+#include "kiv/KivGenericEventAggregator.h"
+#include "kiv/KivStreamEventAggregator.h"
+
+namespace android::kiv {
+
+struct ErrorCodeKey : TableKey {
+  enum Part : uint8_t { API, CLASS, CODE, SEVERITY };
+
+  ErrorCodeKey(const KivSessionId& session_id, std::string_view api, std::string_view kiv_class,
+               std::string_view error_code, KivErrorSeverity level)
+      : TableKey(session_id, 4), severity(level) {
+    parts = {api, kiv_class, error_code, severity.part()};
+  }
+
+  explicit ErrorCodeKey(const KivErrorCodeEvent& event)
+      : ErrorCodeKey(event.session_id, event.api, event.kiv_class, event.error_code,
+                     event.severity) {}
+
+  const NumberPart<1> severity;
+};
+
+/// The numbers that describe a stream.
+struct StreamNumbers : NumberPart<6> {
+  enum Position : uint8_t { FORMAT, TYPE, SAMPLE_RATE, SAMPLES, CHANNELS, INTERLEAVED };
+
+  template <typename Record>
+  explicit StreamNumbers(const Record& record)
+      : NumberPart(record.format, static_cast<uint32_t>(record.streamType) ^ kSign,
+                   record.sampleRate, record.samples, record.channels, record.interleaved) {}
+
+  StreamNumbers(const KivPcmInfoExt& info, ::kiv::KivStreamType type)
+      : NumberPart(info.format, static_cast<uint32_t>(type) ^ kSign,
+                   saturatingCast<uint32_t>(info.sampleRate), info.samples, info.channels,
+                   info.interleaved) {}
+
+  static ::kiv::KivStreamType typeIn(std::string_view part) {
+    return static_cast<::kiv::KivStreamType>(numberAt(part, TYPE) ^ kSign);
+  }
+
+  // Types are ordered as signed numbers.
+  static constexpr uint32_t kSign = 0x80000000;
+};
+
+struct StreamEventKey : TableKey {
+  enum Part : uint8_t { NUMBERS, EVENT };
+
+  StreamEventKey(const KivSessionId& session_id, const KivPcmInfoExt& info,
+                 ::kiv::KivStreamType type, std::string_view event)
+      : TableKey(session_id, 2), numbers(info, type) {
+    parts = {numbers.part(), event};
+  }
+
+  explicit StreamEventKey(const KivStreamEvent& event)
+      : TableKey(event.session, 2), numbers(event) {
+    parts = {numbers.part(), event.event};
+  }
+
+  const StreamNumbers numbers;
+};
+
+struct AudioLatencyKey : TableKey {
+  AudioLatencyKey(const KivSessionId& session_id, const KivPcmInfoExt& info,
+                  ::kiv::KivStreamType type)
+      : TableKey(session_id, 1), numbers(info, type) {
+    parts = {numbers.part()};
+  }
+
+  /// Of an event, or of the key that is made of it.
+  template <typename Record>
+  explicit AudioLatencyKey(const Record& record) : TableKey(record.session, 1), numbers(record) {
+    parts = {numbers.part()};
+  }
+
+  const StreamNumbers numbers;
+};
+
+struct GenericKey : TableKey {
+  enum Part : uint8_t { NAME, METHOD, VALUE };
+
+  GenericKey(const KivSessionId& session_id, std::string_view name, NumericAggregationType type)
+      : GenericKey(session_id, name, type, 2) {}
+
+  explicit GenericKey(const KivGenericEventKey& key)
+      : GenericKey(key.session, key.name, key.aggregationType) {}
+
+  const NumberPart<1> method;
+
+ protected:
+  GenericKey(const KivSessionId& session_id, std::string_view name, NumericAggregationType type,
+             size_t part_count)
+      : TableKey(session_id, part_count), method(type) {
+    parts = {name, method.part()};
+  }
+};
+
+struct GenericStringKey : GenericKey {
+  GenericStringKey(const KivSessionId& session_id, std::string_view name,
+                   NumericAggregationType type, std::string_view value)
+      : GenericKey(session_id, name, type, 3) {
+    parts[VALUE] = value;
+  }
+
+  explicit GenericStringKey(const KivGenericEvent<std::string>& event)
+      : GenericStringKey(event.session, event.name, event.aggregationType, event.value) {}
+};
+
+/// The public aggregator of a kind, its key, and what describes an aggregate of it: the fields are
+/// added in the order in which they are staged.
+template <typename Event>
+struct ReportKind;
+
+template <>
+struct ReportKind<KivErrorCodeEvent> {
+  using Aggregator = KivErrorCodeAggregator;
+  using Key = ErrorCodeKey;
+  static void describe(const AggregateView& aggregate, EventFields& fields);
+};
+
+template <>
+struct ReportKind<KivStreamEvent> {
+  using Aggregator = KivStreamEventAggregator;
+  using Key = StreamEventKey;
+  static void describe(const AggregateView& aggregate, EventFields& fields);
+};
+
+template <>
+struct ReportKind<KivAudioLatencyEvent> {
+  using Aggregator = KivAudioLatencyAggregator;
+  using Key = AudioLatencyKey;
+  static void describe(const AggregateView& aggregate, EventFields& fields);
+};
+
+template <typename T>
+struct ReportKind<KivGenericEvent<T>> {
+  using Aggregator = KivGenericNumericEventAggregator<T>;
+  using Key = GenericKey;
+  static void describe(const AggregateView& aggregate, EventFields& fields);
+};
+
+template <>
+struct ReportKind<KivGenericEvent<std::string>> {
+  using Aggregator = KivGenericStringEventAggregator;
+  using Key = GenericStringKey;
+  static void describe(const AggregateView& aggregate, EventFields& fields);
+};
+
+}  // namespace android::kiv
