@@ -28,8 +28,12 @@ class TextHash {
  private:
   static constexpr size_t kWord = sizeof(size_t);
   static constexpr int kBits = kWord * CHAR_BIT;
-  __extension__ using DoubleWord =
-      std::conditional_t<kWord == sizeof(uint32_t), uint64_t, unsigned __int128>;
+#ifdef __SIZEOF_INT128__
+  __extension__ using DoubleWord = unsigned __int128;
+#else
+  using DoubleWord = uint64_t;
+#endif
+  static_assert(sizeof(DoubleWord) == 2 * kWord);
 
   template <typename Word>
   static Word load(const char* text) {
