@@ -4,6 +4,8 @@
 #include <android/log.h>
 #include <dlfcn.h>
 
+#include <cstddef>
+
 namespace TAMSA::internal {
 
 namespace {
@@ -54,5 +56,13 @@ void Loader::open() {
     __android_log_print(ANDROID_LOG_ERROR, kLogTag, "TAMSA module '%s' not found", module_name_);
   }
 }
+
+// The order of the record's fields is fixed.
+struct LoaderLayout {
+  static_assert(offsetof(Loader, module_name_) == 0 * sizeof(void*));
+  static_assert(offsetof(Loader, module_) == 1 * sizeof(void*));
+  static_assert(offsetof(Loader, loaded_) == 2 * sizeof(void*));
+  static_assert(sizeof(Loader) == 3 * sizeof(void*));
+};
 
 }  // namespace TAMSA::internal

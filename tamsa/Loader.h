@@ -19,6 +19,8 @@ class Loader {
   void* findSymbol(const char* name);
 
  private:
+  friend struct LoaderLayout;
+
   constexpr Loader() = default;
 
   void open();

@@ -8,13 +8,16 @@
 #include <vector>
 
 #include "Latch.h"
+#include "VtableEntry.h"
 #include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
 
 namespace android::kiv {
 namespace {
 
+using ::kiv_test::callEntry;
 using ::kiv_test::Latch;
+using ::kiv_test::Watched;
 using ::kiv_test::WorkerHold;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
@@ -295,6 +298,18 @@ TEST_F(TaskRunnerDeathTest, AnEmptyTaskWithAResultEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(runner.postTaskAndWait<bool>(std::function<bool()>()),
               testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(TaskRunnerTest, IsDestroyedThroughTheFirstVirtualEntry) {
+  callEntry<void()>(new Watched<TaskRunner>(thread), 1);
+  EXPECT_EQ(Watched<TaskRunner>::destroyed, 1);
+  EXPECT_EQ(Watched<TaskRunner>::freed, 0);
+}
+
+TEST_F(TaskRunnerTest, IsFreedThroughTheSecondVirtualEntry) {
+  callEntry<void()>(new Watched<TaskRunner>(thread), 2);
+  EXPECT_EQ(Watched<TaskRunner>::destroyed, 1);
+  EXPECT_EQ(Watched<TaskRunner>::freed, 1);
 }
 
 }  // namespace

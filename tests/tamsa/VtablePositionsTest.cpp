@@ -8,11 +8,13 @@
 #include <string>
 
 #include "Recorder.h"
+#include "VtableEntry.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace TAMSA::UnifiedTelemetry {
 namespace {
 
+using ::kiv_test::callEntry;
 using v7::ITelemetryEvent;
 using v9::ITelemetryHandler;
 
@@ -28,6 +30,9 @@ struct RawObject {
   int64_t integer = 0;
   void* event = nullptr;
   int32_t flag = 0;
+
+  // What the next call answers.
+  bool accepts = true;
 };
 
 [[noreturn]] void unusedEntry() { std::abort(); }
@@ -49,7 +54,7 @@ bool rawReportEvent(RawObject* self, void* event, int32_t flag) {
   self->position = 10;
   self->event = event;
   self->flag = flag;
-  return true;
+  return self->accepts;
 }
 
 void rawSetString(RawObject* self, const char* name, const char* value) {
@@ -98,6 +103,11 @@ TEST_F(CallsIntoModuleTest, ReportEventIsTheTenthEntry) {
   EXPECT_EQ(raw_handler.flag, 1);
 }
 
+TEST_F(CallsIntoModuleTest, ReportEventBringsBackThatAnEventWasRefused) {
+  raw_handler.accepts = false;
+  EXPECT_FALSE(handler.reportEvent(&event, 1));
+}
+
 TEST_F(CallsIntoModuleTest, SetStringFieldIsTheFifthEntry) {
   event.setStringField("field", "value");
   EXPECT_EQ(raw_event.position, 5);
@@ -119,14 +129,6 @@ TEST_F(CallsIntoModuleTest, SetInt64FieldIsTheNinthEntry) {
   EXPECT_EQ(raw_event.integer, INT64_MIN);
 }
 
-/// Calls the entry at `position`, counted from 1, of the object's virtual table.
-template <typename Result, typename... Args>
-Result callEntry(void* object, int position, Args... args) {
-  void* const* const table = *static_cast<void* const* const*>(object);
-  auto* const function = reinterpret_cast<Result (*)(void*, Args...)>(table[position - 1]);
-  return function(object, args...);
-}
-
 class CallsIntoOurImplementationTest : public testing::Test {
  protected:
   CallsIntoOurImplementationTest() { recorder.reset(); }
@@ -140,14 +142,14 @@ class CallsIntoOurImplementationTest : public testing::Test {
   }
 
   recording::Event report() {
-    EXPECT_TRUE((callEntry<bool, void*, int32_t>(handler, 10, event, 1)));
+    EXPECT_TRUE(callEntry<bool(void*, int32_t)>(handler, 10, event, 1));
     return recorder.events().at(0);
   }
 
   recording::Recorder& recorder = recording::Recorder::getInstance();
   void* const handler =
       reinterpret_cast<void* (*)(int64_t)>(dlsym(RTLD_DEFAULT, "createTelemetryHandler"))(9);
-  void* const event = callEntry<void*, const char*>(handler, 4, "name");
+  void* const event = callEntry<void*(const char*)>(handler, 4, "name");
 };
 
 TEST_F(CallsIntoOurImplementationTest, TheFourthEntryCreatesAnEvent) {
@@ -156,18 +158,23 @@ TEST_F(CallsIntoOurImplementationTest, TheFourthEntryCreatesAnEvent) {
 
 TEST_F(CallsIntoOurImplementationTest, TheTenthEntryReportsAnEvent) { EXPECT_EQ(report().flag, 1); }
 
+TEST_F(CallsIntoOurImplementationTest, TheTenthEntryTellsThatAnEventWasRefused) {
+  recorder.refuseReport(1);
+  EXPECT_FALSE(callEntry<bool(void*, int32_t)>(handler, 10, event, 1));
+}
+
 TEST_F(CallsIntoOurImplementationTest, TheFifthEntrySetsAString) {
-  callEntry<void, const char*, const char*>(event, 5, "field", "value");
+  callEntry<void(const char*, const char*)>(event, 5, "field", "value");
   EXPECT_EQ(report().strings.at("field"), "value");
 }
 
 TEST_F(CallsIntoOurImplementationTest, TheSeventhEntrySetsAFloat) {
-  callEntry<void, const char*, float>(event, 7, "field", 1.5F);
+  callEntry<void(const char*, float)>(event, 7, "field", 1.5F);
   EXPECT_EQ(report().floats.at("field"), 1.5F);
 }
 
 TEST_F(CallsIntoOurImplementationTest, TheNinthEntrySetsAnInteger) {
-  callEntry<void, const char*, int64_t>(event, 9, "field", INT64_MIN);
+  callEntry<void(const char*, int64_t)>(event, 9, "field", INT64_MIN);
   EXPECT_EQ(report().ints.at("field"), INT64_MIN);
 }
 

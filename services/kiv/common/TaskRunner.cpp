@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <mutex>
 #include <vector>
@@ -100,5 +101,17 @@ KivStatus TaskRunner::postTaskAndWait(std::function<void()> task) {
 bool TaskRunner::isRunningOnCurrentThread() const {
   return queue_ != nullptr && queue_->isRunningOnCurrentThread();
 }
+
+// Clients were built against this layout: loggers hold a runner by value. A shared or weak pointer
+// is two pointers in every standard library. The warning is about offsets in classes with virtual
+// operations, which our compilers do know.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+struct TaskRunnerLayout {
+  static_assert(offsetof(TaskRunner, thread_) == 1 * sizeof(void*));
+  static_assert(offsetof(TaskRunner, queue_) == 3 * sizeof(void*));
+  static_assert(sizeof(TaskRunner) == 5 * sizeof(void*));
+};
+#pragma GCC diagnostic pop
 
 }  // namespace android::kiv

@@ -55,6 +55,8 @@ class KivStatusOr {
   }
 
  private:
+  friend struct KivStatusLayout;
+
   KivStatus status_;
   std::optional<T> value_;
 };

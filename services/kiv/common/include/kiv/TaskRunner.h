@@ -121,6 +121,8 @@ class KIV_EXPORT TaskRunner {
   }
 
  private:
+  friend struct TaskRunnerLayout;
+
   template <typename Method, typename Object, typename... Args>
   static std::function<void()> bindTask(Method method, Object object, Args&&... args) {
     return std::bind(method, std::move(object), std::forward<Args>(args)...);

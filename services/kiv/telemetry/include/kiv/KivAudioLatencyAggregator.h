@@ -58,6 +58,8 @@ class KIV_EXPORT KivAudioLatencyAggregator
   const char* getEventName() const override;
 
  private:
+  friend struct DeviceLayout;
+
   const NumericAggregationType aggregation_type_;
 };
 

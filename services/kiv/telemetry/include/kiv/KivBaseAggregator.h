@@ -95,6 +95,8 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   static const char kKivGenericEvent[];
 
  protected:
+  friend struct DeviceLayout;
+
   /// Hands one event per entry to the telemetry module, in key order. The entries stay.
   void submitEvents(std::chrono::system_clock::time_point start,
                     std::chrono::system_clock::time_point end);
@@ -132,6 +134,8 @@ class KIV_EXPORT KivCountedAggregator : public KivBaseAggregator<Event, Event, u
   NumericAggregationType getAggregationType(const Event& event) override;
 
  protected:
+  friend struct DeviceLayout;
+
   const NumericAggregationType aggregation_type_;
 };
 

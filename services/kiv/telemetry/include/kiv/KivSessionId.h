@@ -28,6 +28,7 @@ class KIV_EXPORT KivSessionId {
   KIV_HIDDEN const std::string& id() const { return id_; }
 
  private:
+  friend struct DeviceLayout;
   friend class KivSessionIdTestPeer;
 
   std::string id_;

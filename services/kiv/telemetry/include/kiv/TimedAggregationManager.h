@@ -57,6 +57,8 @@ class KIV_EXPORT TimedAggregationManager {
   bool stop();
 
  private:
+  friend struct DeviceLayout;
+
   struct Window {
     std::chrono::steady_clock::time_point started_steady;
     std::chrono::system_clock::time_point started_system;

@@ -1,0 +1,333 @@
+// The positions of the aggregators' virtual operations. Derived aggregators on the device call
+// them, and are called, by position.
+#include <gmock/gmock.h>
+
+#include <climits>
+#include <functional>
+#include <string>
+#include <type_traits>
+
+#include "RecorderTest.h"
+#include "TestSessions.h"
+#include "VtableEntry.h"
+#include "kiv/KivAudioLatencyAggregator.h"
+#include "kiv/KivErrorCodeAggregator.h"
+#include "kiv/KivGenericEventAggregator.h"
+#include "kiv/KivStreamEventAggregator.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv::KivStreamType;
+using ::kiv_test::callEntry;
+using ::kiv_test::RecorderTest;
+using ::kiv_test::session;
+using ::kiv_test::timeAt;
+using ::kiv_test::Watched;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using TimePoint = std::chrono::system_clock::time_point;
+using Type = NumericAggregationType;
+
+// What each kind makes of one report.
+
+struct ErrorCodes {
+  using Aggregator = KivErrorCodeAggregator;
+  static KivErrorCodeEvent event() {
+    return {session("s"), "api", "class", "code", KivErrorSeverity::ERROR};
+  }
+  static KivErrorCodeEvent key() { return event(); }
+  static constexpr unsigned int kValue = 1;
+  static constexpr Type kType = Type::COUNT;
+  static constexpr char kName[] = "wexo_kiv_error_code";
+};
+
+struct StreamEvents {
+  using Aggregator = KivStreamEventAggregator;
+  static KivStreamEvent event() {
+    return {session("s"),
+            AUDIO_FORMAT_PCM_FLOAT,
+            KivStreamType::KIV_STREAM_TYPE_OBJECT,
+            48000,
+            960,
+            2,
+            true,
+            "start"};
+  }
+  static KivStreamEvent key() { return event(); }
+  static constexpr unsigned int kValue = 1;
+  static constexpr Type kType = Type::COUNT;
+  static constexpr char kName[] = "wexo_kiv_stream_event";
+};
+
+struct Latencies {
+  using Aggregator = KivAudioLatencyAggregator;
+  static KivAudioLatencyEvent event() {
+    return {session("s"),
+            AUDIO_FORMAT_PCM_FLOAT,
+            KivStreamType::KIV_STREAM_TYPE_OBJECT,
+            48000,
+            960,
+            2,
+            true,
+            std::chrono::milliseconds(5'000'000'000)};
+  }
+  static KivAudioLatencyEventKey key() {
+    return {
+        session("s"), AUDIO_FORMAT_PCM_FLOAT, KivStreamType::KIV_STREAM_TYPE_OBJECT, 48000, 960, 2,
+        true};
+  }
+  static constexpr unsigned int kValue = 705'032'704;
+  static constexpr Type kType = Type::AVG;
+  static constexpr char kName[] = "";
+};
+
+struct Integers {
+  using Aggregator = KivGenericNumericEventAggregator<long long>;
+  static KivGenericEvent<long long> event() { return {key(), kValue}; }
+  static KivGenericEventKey key() { return {session("s"), "name", kType}; }
+  static constexpr long long kValue = -5'000'000'000;
+  static constexpr Type kType = Type::MIN;
+  static constexpr char kName[] = "wexo_kiv_generic";
+};
+
+struct Floats {
+  using Aggregator = KivGenericNumericEventAggregator<float>;
+  static KivGenericEvent<float> event() { return {key(), kValue}; }
+  static KivGenericEventKey key() { return {session("s"), "name", kType}; }
+  static constexpr float kValue = -0.25F;
+  static constexpr Type kType = Type::MAX;
+  static constexpr char kName[] = "wexo_kiv_generic";
+};
+
+struct Texts {
+  using Aggregator = KivGenericStringEventAggregator;
+  static KivGenericEvent<std::string> event() {
+    return {{session("s"), "name", Type::SUM}, "value"};
+  }
+  static KivGenericEvent<std::string> key() { return event(); }
+  static constexpr unsigned int kValue = 1;
+  static constexpr Type kType = Type::COUNT;
+  static constexpr char kName[] = "wexo_kiv_generic";
+};
+
+template <typename Kind, typename Aggregator = typename Kind::Aggregator>
+Aggregator make() {
+  if constexpr (std::is_constructible_v<Aggregator, Type>) {
+    return Aggregator(Kind::kType);
+  } else {
+    return Aggregator();
+  }
+}
+
+/// What an aggregator's table of virtual operations offers, by position alone.
+template <typename Kind>
+class RawTable {
+ public:
+  using Event = decltype(Kind::event());
+  using Key = decltype(Kind::key());
+  using Value = std::remove_const_t<decltype(Kind::kValue)>;
+  using Iterator = typename Kind::Aggregator::Entries::iterator;
+
+  explicit RawTable(typename Kind::Aggregator* object) : object_(object) {}
+
+  void destroy() { callEntry<void()>(object_, 1); }
+  void destroyAndFree() { callEntry<void()>(object_, 2); }
+  void add(const Event& event) { callEntry<void(const Event&)>(object_, 3, event); }
+  void flush(TimePoint start, TimePoint end) {
+    callEntry<void(TimePoint, TimePoint)>(object_, 4, start, end);
+  }
+  void reset() { callEntry<void()>(object_, 5); }
+  Key getKey(const Event& event) { return callEntry<Key(const Event&)>(object_, 6, event); }
+  Value getValue(const Event& event) { return callEntry<Value(const Event&)>(object_, 7, event); }
+  Type getAggregationType(const Event& event) {
+    return callEntry<Type(const Event&)>(object_, 8, event);
+  }
+  void populateMetricValuesForEntry(Iterator entry) {
+    callEntry<void(Iterator)>(object_, 9, entry);
+  }
+  const char* getEventName() { return callEntry<const char*()>(object_, 10); }
+  void populateInt(int value) { populate(11, value); }
+  void populateUnsignedInt(unsigned int value) { populate(12, value); }
+  void populateLongLong(long long value) { populate(13, value); }
+  void populateFloat(float value) { populate(14, value); }
+  void populateString(std::string value) { populate(15, std::move(value)); }
+  void populateBool(bool value) { populate(16, value); }
+
+ private:
+  template <typename T>
+  void populate(int position, T value) {
+    callEntry<void(std::string, T)>(object_, position, "field", std::move(value));
+  }
+
+  void* object_;
+};
+
+/// Notes which of the overloads is called, and with what.
+template <typename Aggregator>
+class NotingAggregator : public Aggregator {
+ public:
+  using Aggregator::Aggregator;
+
+  void populateTelemetryField(std::string name, int value) override { note("int", name, value); }
+  void populateTelemetryField(std::string name, unsigned int value) override {
+    note("unsigned int", name, value);
+  }
+  void populateTelemetryField(std::string name, long long value) override {
+    note("long long", name, value);
+  }
+  void populateTelemetryField(std::string name, float value) override {
+    note("float", name, value);
+  }
+  void populateTelemetryField(std::string name, std::string value) override {
+    note("string", name, value);
+  }
+  void populateTelemetryField(std::string name, bool value) override { note("bool", name, value); }
+
+  std::string noted;
+
+ private:
+  template <typename T>
+  void note(const char* type, const std::string& name, const T& value) {
+    std::ostringstream text;
+    text << type << " " << name << " " << value;
+    noted = text.str();
+  }
+};
+
+template <typename Kind>
+class AggregatorVtableTest : public RecorderTest {
+ protected:
+  using Aggregator = typename Kind::Aggregator;
+
+  /// Shows what aggregators keep to themselves.
+  struct Open : Aggregator {
+    static auto& entries(Aggregator& aggregator) { return aggregator.*(&Open::aggregated_data_); }
+    static auto& ints(Aggregator& aggregator) { return aggregator.*(&Open::int_fields_); }
+    static auto& floats(Aggregator& aggregator) { return aggregator.*(&Open::float_fields_); }
+    static auto& strings(Aggregator& aggregator) { return aggregator.*(&Open::string_fields_); }
+  };
+
+  auto& entries() { return Open::entries(aggregator); }
+  auto& stagedInts() { return Open::ints(aggregator); }
+  auto& stagedFloats() { return Open::floats(aggregator); }
+  auto& stagedStrings() { return Open::strings(aggregator); }
+
+  Aggregator aggregator = make<Kind>();
+  RawTable<Kind> raw{&aggregator};
+};
+
+using Kinds = testing::Types<ErrorCodes, StreamEvents, Latencies, Integers, Floats, Texts>;
+
+struct KindNames {
+  template <typename Kind>
+  static std::string GetName(int index) {
+    constexpr const char* kNames[] = {"ErrorCodes", "StreamEvents", "Latencies",
+                                      "Integers",   "Floats",       "Texts"};
+    return kNames[index];
+  }
+};
+
+TYPED_TEST_SUITE(AggregatorVtableTest, Kinds, KindNames);
+
+TYPED_TEST(AggregatorVtableTest, TheFirstEntryDestroys) {
+  using Object = Watched<typename TypeParam::Aggregator>;
+  RawTable<TypeParam>(new Object(make<TypeParam, Object>())).destroy();
+  EXPECT_EQ(Object::destroyed, 1);
+  EXPECT_EQ(Object::freed, 0);
+}
+
+TYPED_TEST(AggregatorVtableTest, TheSecondEntryDestroysAndFrees) {
+  using Object = Watched<typename TypeParam::Aggregator>;
+  RawTable<TypeParam>(new Object(make<TypeParam, Object>())).destroyAndFree();
+  EXPECT_EQ(Object::destroyed, 1);
+  EXPECT_EQ(Object::freed, 1);
+}
+
+TYPED_TEST(AggregatorVtableTest, AddFoldsAReport) {
+  this->raw.add(TypeParam::event());
+  ASSERT_EQ(this->entries().size(), 1u);
+  EXPECT_EQ(this->entries().begin()->second.value, static_cast<float>(TypeParam::kValue));
+  EXPECT_EQ(this->entries().begin()->second.count, 1u);
+}
+
+TYPED_TEST(AggregatorVtableTest, FlushSubmitsTheIntervalItIsGiven) {
+  this->aggregator.add(TypeParam::event());
+  this->raw.flush(timeAt(1'700'000'000'123'999), timeAt(1'700'000'005'123'999));
+  EXPECT_THAT(this->ints("start_time_since_epoch"), ElementsAre(1'700'000'000'123));
+  EXPECT_THAT(this->ints("end_time_since_epoch"), ElementsAre(1'700'000'005'123));
+}
+
+TYPED_TEST(AggregatorVtableTest, ResetForgetsWithoutSubmitting) {
+  this->aggregator.add(TypeParam::event());
+  this->raw.reset();
+  EXPECT_THAT(this->entries(), IsEmpty());
+  EXPECT_THAT(this->events(), IsEmpty());
+}
+
+TYPED_TEST(AggregatorVtableTest, GetKeyReturnsTheKey) {
+  const auto key = this->raw.getKey(TypeParam::event());
+  const auto expected = TypeParam::key();
+  const std::less<std::remove_const_t<decltype(key)>> less;
+  EXPECT_FALSE(less(key, expected));
+  EXPECT_FALSE(less(expected, key));
+}
+
+TYPED_TEST(AggregatorVtableTest, GetValueReturnsTheSample) {
+  EXPECT_EQ(this->raw.getValue(TypeParam::event()), TypeParam::kValue);
+}
+
+TYPED_TEST(AggregatorVtableTest, GetAggregationTypeReturnsTheMethod) {
+  EXPECT_EQ(this->raw.getAggregationType(TypeParam::event()), TypeParam::kType);
+}
+
+TYPED_TEST(AggregatorVtableTest, PopulateMetricValuesForEntryStagesItsFields) {
+  this->aggregator.add(TypeParam::event());
+  this->aggregator.add(TypeParam::event());
+  this->raw.populateMetricValuesForEntry(this->entries().begin());
+  EXPECT_EQ(this->stagedInts()["aggregated_count"], 2);
+  EXPECT_EQ(this->stagedStrings()["kiv_session_id"], "s");
+}
+
+TYPED_TEST(AggregatorVtableTest, GetEventNameReturnsTheName) {
+  EXPECT_STREQ(this->raw.getEventName(), TypeParam::kName);
+}
+
+TYPED_TEST(AggregatorVtableTest, PopulateTelemetryFieldStagesEveryType) {
+  this->raw.populateInt(-5);
+  EXPECT_THAT(this->stagedInts(), ElementsAre(Pair("field", -5)));
+  this->raw.populateUnsignedInt(UINT_MAX);
+  EXPECT_THAT(this->stagedInts(), ElementsAre(Pair("field", -1)));
+  this->raw.populateLongLong(LLONG_MIN);
+  EXPECT_THAT(this->stagedInts(), ElementsAre(Pair("field", LLONG_MIN)));
+  this->raw.populateBool(true);
+  EXPECT_THAT(this->stagedInts(), ElementsAre(Pair("field", 1)));
+  this->raw.populateBool(false);
+  EXPECT_THAT(this->stagedInts(), ElementsAre(Pair("field", 0)));
+  this->raw.populateFloat(1.5F);
+  EXPECT_THAT(this->stagedFloats(), ElementsAre(Pair("field", 1.5F)));
+  this->raw.populateString("text");
+  EXPECT_THAT(this->stagedStrings(), ElementsAre(Pair("field", "text")));
+}
+
+TYPED_TEST(AggregatorVtableTest, EachPopulateTelemetryFieldCanBeOverridden) {
+  using Noting = NotingAggregator<typename TypeParam::Aggregator>;
+  Noting noting = make<TypeParam, Noting>();
+  RawTable<TypeParam> table(&noting);
+  table.populateInt(-5);
+  EXPECT_EQ(noting.noted, "int field -5");
+  table.populateUnsignedInt(UINT_MAX);
+  EXPECT_EQ(noting.noted, "unsigned int field 4294967295");
+  table.populateLongLong(LLONG_MIN);
+  EXPECT_EQ(noting.noted, "long long field -9223372036854775808");
+  table.populateFloat(1.5F);
+  EXPECT_EQ(noting.noted, "float field 1.5");
+  table.populateString("text");
+  EXPECT_EQ(noting.noted, "string field text");
+  table.populateBool(true);
+  EXPECT_EQ(noting.noted, "bool field 1");
+}
+
+}  // namespace
+}  // namespace android::kiv
