@@ -8,28 +8,13 @@
 
 namespace android::kiv {
 
-namespace {
-
-/// What is hashed of a session. Of a random identifier, so much is as good as all of it.
-std::string_view hashed(const KivSessionId& session) {
-  return std::string_view(session.id()).substr(0, 16);
-}
-
-}  // namespace
-
-uint32_t TableKey::hash() const {
-  TextHash hash;
-  hash.add(hashed(*session));
-  for (size_t i = 0; i < size; ++i) hash.add(parts[i]);
-  return hash.get();
-}
-
 AggregateTable::Aggregate& AggregateTable::find(const TableKey& key, uint32_t hash) {
-  Entry*& entry = index_.find(hash, [&key](const Entry& known) { return isOf(known, key); });
-  if (entry == nullptr) {
-    entry = makeEntry(key);
-    order_.insert(entry);
-  }
+  const void*& known = index_.find(
+      hash, [&key](const void* item) { return isOf(*static_cast<const Entry*>(item), key); });
+  if (known != nullptr) return const_cast<Entry*>(static_cast<const Entry*>(known))->aggregate;
+  Entry* const entry = makeEntry(key);
+  known = entry;
+  order_.insert(entry);
   return entry->aggregate;
 }
 
@@ -92,14 +77,13 @@ AggregateTable::Entry* AggregateTable::makeEntry(const TableKey& key) {
 }
 
 const KivSessionId* AggregateTable::findSession(const KivSessionId& session) {
-  const auto is_same = [&session](const KivSessionId& known) {
-    return known.compare(session) == 0;
-  };
   TextHash hash;
-  hash.add(hashed(session));
-  const KivSessionId*& known = session_index_.find(hash.get(), is_same);
+  hash.add(hashedPart(session));
+  const void*& known = session_index_.find(hash.get(), [&session](const void* item) {
+    return static_cast<const KivSessionId*>(item)->compare(session) == 0;
+  });
   if (known == nullptr) known = &sessions_.emplace_front(session);
-  return known;
+  return static_cast<const KivSessionId*>(known);
 }
 
 }  // namespace android::kiv

@@ -74,8 +74,8 @@ class AggregateTable {
   const size_t key_size_;
   bool has_nul_ = false;  ///< Whether a part contains a NUL.
   std::set<Entry*, Less> order_;
-  HashIndex<Entry> index_;
-  HashIndex<const KivSessionId> session_index_;
+  HashIndex index_;
+  HashIndex session_index_;
   std::forward_list<KivSessionId> sessions_;
   Arena entries_;
 };

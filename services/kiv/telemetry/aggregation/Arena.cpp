@@ -1,36 +1,42 @@
 #include "Arena.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 namespace android::kiv {
 
 namespace {
 
-constexpr size_t kAlignment = alignof(void*);
 constexpr size_t kFirstBlock = 1024;
 constexpr size_t kLargestBlock = 65536;
+
+constexpr size_t roundUp(size_t bytes) {
+  return (bytes + alignof(void*) - 1) / alignof(void*) * alignof(void*);
+}
 
 }  // namespace
 
 void* Arena::allocate(size_t bytes) {
-  bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
-  if (blocks_.empty() || blocks_.back().size - used_ < bytes) {
+  bytes = roundUp(bytes);
+  if (left_ < bytes) {
     // In proportion, so that what lies idle at the end is little and the blocks are few.
-    const size_t size = std::max(bytes, std::clamp(total_ / 8, kFirstBlock, kLargestBlock));
-    blocks_.push_back({std::unique_ptr<char[]>(new char[size]), size});
-    total_ += size;
-    used_ = 0;
+    left_ = std::max(bytes, std::clamp(roundUp(total_ / 8), kFirstBlock, kLargestBlock));
+    last_ = new (::operator new(sizeof(Block) + left_)) Block{last_};
+    total_ += left_;
   }
-  char* const piece = blocks_.back().bytes.get() + used_;
-  used_ += bytes;
-  return piece;
+  left_ -= bytes;
+  return reinterpret_cast<char*>(last_ + 1) + left_;
 }
 
 void Arena::clear() {
-  const bool keep = !blocks_.empty() && blocks_.front().size == kFirstBlock;
-  blocks_.resize(keep ? 1 : 0);
-  used_ = 0;
-  total_ = keep ? kFirstBlock : 0;
+  if (total_ != kFirstBlock) release();
+  left_ = total_;
+}
+
+void Arena::release() {
+  while (last_ != nullptr) ::operator delete(std::exchange(last_, last_->previous));
+  total_ = 0;
 }
 
 }  // namespace android::kiv

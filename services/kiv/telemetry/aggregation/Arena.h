@@ -2,13 +2,17 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
-#include <vector>
 
 namespace android::kiv {
 
 class Arena {
  public:
+  Arena() = default;
+  ~Arena() { release(); }
+
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+
   /// Memory for any object of up to a pointer's alignment.
   void* allocate(size_t bytes);
 
@@ -16,13 +20,15 @@ class Arena {
   void clear();
 
  private:
+  /// Followed by what it holds.
   struct Block {
-    std::unique_ptr<char[]> bytes;
-    size_t size = 0;
+    Block* previous;
   };
 
-  std::vector<Block> blocks_;
-  size_t used_ = 0;   // of the last block
+  void release();
+
+  Block* last_ = nullptr;
+  size_t left_ = 0;   // in the last block
   size_t total_ = 0;  // in all blocks
 };
 

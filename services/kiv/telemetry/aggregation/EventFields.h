@@ -71,6 +71,13 @@ void beginFields(const AggregateView& aggregate, NumericAggregationType method,
                  EventFields& fields);
 
 /// Adds the fields of a kind's aggregate.
-using Describe = void (*)(const AggregateView& aggregate, EventFields& fields);
+using Describe = void(const AggregateView& aggregate, EventFields& fields);
+
+/// What the events of one kind have in common.
+struct EventKind {
+  const char* name;
+  NumericAggregationType method;  ///< What they name, unless that is each key's own.
+  Describe* describe;
+};
 
 }  // namespace android::kiv

@@ -63,10 +63,11 @@ void submitEvent(ITelemetryHandler& handler, const char* event_name,
   });
 }
 
-void submitTable(ITelemetryHandler& handler, const AggregateTable& table,
-                 const WindowDescription& window) {
-  const long long start = toEpochMilliseconds(window.start);
-  const long long end = toEpochMilliseconds(window.end);
+void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventKind& kind,
+                 std::chrono::system_clock::time_point start,
+                 std::chrono::system_clock::time_point end) {
+  const long long start_milliseconds = toEpochMilliseconds(start);
+  const long long end_milliseconds = toEpochMilliseconds(end);
   const KivSessionId* session = nullptr;
   std::string session_text;
   EventFields fields;
@@ -76,10 +77,10 @@ void submitTable(ITelemetryHandler& handler, const AggregateTable& table,
       session_text = session->toString();
     }
     fields.clear();
-    window.describe({key, session_text, window.method, aggregate.value, aggregate.count}, fields);
-    submit(handler, window.event_name, [&](ITelemetryEvent& event) {
-      event.setInt64Field("start_time_since_epoch", start);
-      event.setInt64Field("end_time_since_epoch", end);
+    kind.describe({key, session_text, kind.method, aggregate.value, aggregate.count}, fields);
+    submit(handler, kind.name, [&](ITelemetryEvent& event) {
+      event.setInt64Field("start_time_since_epoch", start_milliseconds);
+      event.setInt64Field("end_time_since_epoch", end_milliseconds);
       setFields(event, fields);
     });
   });

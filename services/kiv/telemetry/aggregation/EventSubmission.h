@@ -23,17 +23,10 @@ void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const 
                  const std::unordered_map<std::string, float>& float_fields,
                  const std::unordered_map<std::string, std::string>& string_fields);
 
-/// What the events of one window have in common.
-struct WindowDescription {
-  const char* event_name;
-  Describe describe;
-  NumericAggregationType method;
-  std::chrono::system_clock::time_point start;
-  std::chrono::system_clock::time_point end;
-};
-
 /// Does the same for every entry of a table, in key order.
 void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler,
-                 const AggregateTable& table, const WindowDescription& window);
+                 const AggregateTable& table, const EventKind& kind,
+                 std::chrono::system_clock::time_point start,
+                 std::chrono::system_clock::time_point end);
 
 }  // namespace android::kiv

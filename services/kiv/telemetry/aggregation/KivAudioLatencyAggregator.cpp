@@ -6,10 +6,16 @@
 
 namespace android::kiv {
 
-void ReportKind<KivAudioLatencyEvent>::describe(const AggregateView& aggregate,
-                                                EventFields& fields) {
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
   beginFields(aggregate, aggregate.method, fields);
 }
+
+}  // namespace
+
+const EventKind ReportKind<KivAudioLatencyEvent>::kEvents{
+    KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, NumericAggregationType::AVG, describe};
 
 template <>
 const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
@@ -39,9 +45,8 @@ NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
 }
 
 void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivAudioLatencyBaseAggregator>(*this, &ReportKind<KivAudioLatencyEvent>::describe,
-                                             AudioLatencyKey(entry->first), aggregation_type_,
-                                             entry->second);
+  stageFields<KivAudioLatencyBaseAggregator>(*this, describe, AudioLatencyKey(entry->first),
+                                             aggregation_type_, entry->second);
 }
 
 const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }

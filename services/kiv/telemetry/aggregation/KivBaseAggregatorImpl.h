@@ -15,27 +15,29 @@ namespace android::kiv {
 
 /// Stages the fields that describe an aggregate.
 template <typename Aggregator, typename Value>
-void stageFields(Aggregator& aggregator, Describe describe, const TableKey& key,
+void stageFields(Aggregator& aggregator, Describe* describe, const TableKey& key,
                  NumericAggregationType method, const AggregationData<Value>& data) {
   const std::string session = key.session->toString();
   EventFields fields;
   describe({key, session, method, data.value, data.count}, fields);
   for (const EventFields::Field& field : fields) {
+    std::string name = field.name;
     switch (field.type) {
       case EventFields::Type::UNSIGNED:
-        aggregator.populateTelemetryField(field.name, static_cast<unsigned int>(field.integer));
+        aggregator.populateTelemetryField(std::move(name),
+                                          static_cast<unsigned int>(field.integer));
         break;
       case EventFields::Type::INT64:
-        aggregator.populateTelemetryField(field.name, field.integer);
+        aggregator.populateTelemetryField(std::move(name), field.integer);
         break;
       case EventFields::Type::BOOL:
-        aggregator.populateTelemetryField(field.name, field.integer != 0);
+        aggregator.populateTelemetryField(std::move(name), field.integer != 0);
         break;
       case EventFields::Type::FLOAT:
-        aggregator.populateTelemetryField(field.name, field.number);
+        aggregator.populateTelemetryField(std::move(name), field.number);
         break;
       case EventFields::Type::STRING:
-        aggregator.populateTelemetryField(field.name, std::string(field.text));
+        aggregator.populateTelemetryField(std::move(name), std::string(field.text));
         break;
     }
   }

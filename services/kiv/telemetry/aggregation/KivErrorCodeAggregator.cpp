@@ -5,7 +5,9 @@
 
 namespace android::kiv {
 
-void ReportKind<KivErrorCodeEvent>::describe(const AggregateView& aggregate, EventFields& fields) {
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
   const auto& parts = aggregate.key.parts;
   beginFields(aggregate, aggregate.method, fields);
   fields.add("kiv_class", parts[ErrorCodeKey::CLASS]);
@@ -13,6 +15,11 @@ void ReportKind<KivErrorCodeEvent>::describe(const AggregateView& aggregate, Eve
   fields.add("kiv_error_code", parts[ErrorCodeKey::CODE]);
   fields.add("severity", static_cast<long long>(numberAt(parts[ErrorCodeKey::SEVERITY], 0)));
 }
+
+}  // namespace
+
+const EventKind ReportKind<KivErrorCodeEvent>::kEvents{
+    KivErrorCodeBaseAggregator::kKivErrorCodeEvent, NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivErrorCodeBaseAggregator::kKivErrorCodeEvent[] = "wexo_kiv_error_code";
@@ -33,9 +40,8 @@ KivErrorCodeAggregator::KivErrorCodeAggregator(NumericAggregationType aggregatio
 KivErrorCodeAggregator::~KivErrorCodeAggregator() = default;
 
 void KivErrorCodeAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivErrorCodeBaseAggregator>(*this, &ReportKind<KivErrorCodeEvent>::describe,
-                                          ErrorCodeKey(entry->first), aggregation_type_,
-                                          entry->second);
+  stageFields<KivErrorCodeBaseAggregator>(*this, describe, ErrorCodeKey(entry->first),
+                                          aggregation_type_, entry->second);
 }
 
 const char* KivErrorCodeAggregator::getEventName() const { return kKivErrorCodeEvent; }

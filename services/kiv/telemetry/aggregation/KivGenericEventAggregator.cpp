@@ -56,10 +56,8 @@ void describeGeneric(const AggregateView& aggregate, NumericAggregationType meth
   fields.add("value_string", value_string);
 }
 
-}  // namespace
-
 template <typename T>
-void ReportKind<KivGenericEvent<T>>::describe(const AggregateView& aggregate, EventFields& fields) {
+void describeNumber(const AggregateView& aggregate, EventFields& fields) {
   constexpr bool kIsFloat = std::is_same_v<T, float>;
   const auto method =
       static_cast<NumericAggregationType>(numberAt(aggregate.key.parts[GenericKey::METHOD], 0));
@@ -67,11 +65,24 @@ void ReportKind<KivGenericEvent<T>>::describe(const AggregateView& aggregate, Ev
                   kIsFloat ? aggregate.value : 0.0F, "", fields);
 }
 
-void ReportKind<KivGenericEvent<std::string>>::describe(const AggregateView& aggregate,
-                                                        EventFields& fields) {
+void describeString(const AggregateView& aggregate, EventFields& fields) {
   describeGeneric(aggregate, aggregate.method, 0, 0.0F, aggregate.key.parts[GenericKey::VALUE],
                   fields);
 }
+
+}  // namespace
+
+template <>
+const EventKind ReportKind<KivGenericEvent<long long>>::kEvents{
+    KivGenericInt64BaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeNumber<long long>};
+template <>
+const EventKind ReportKind<KivGenericEvent<float>>::kEvents{
+    KivGenericFloatBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeNumber<float>};
+const EventKind ReportKind<KivGenericEvent<std::string>>::kEvents{
+    KivGenericStringBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeString};
 
 template <typename T>
 KivGenericNumericEventAggregator<T>::KivGenericNumericEventAggregator() = default;
@@ -99,8 +110,8 @@ template <typename T>
 void KivGenericNumericEventAggregator<T>::populateMetricValuesForEntry(
     typename Entries::iterator entry) {
   stageFields<KivBaseAggregator<KivGenericEvent<T>, KivGenericEventKey, T>>(
-      *this, &ReportKind<KivGenericEvent<T>>::describe, GenericKey(entry->first),
-      entry->first.aggregationType, entry->second);
+      *this, describeNumber<T>, GenericKey(entry->first), entry->first.aggregationType,
+      entry->second);
 }
 
 template <typename T>
@@ -108,8 +119,6 @@ const char* KivGenericNumericEventAggregator<T>::getEventName() const {
   return this->kKivGenericEvent;
 }
 
-template struct ReportKind<KivGenericEvent<long long>>;
-template struct ReportKind<KivGenericEvent<float>>;
 template class KivGenericNumericEventAggregator<long long>;
 template class KivGenericNumericEventAggregator<float>;
 
@@ -120,9 +129,8 @@ KivGenericStringEventAggregator::KivGenericStringEventAggregator(
 KivGenericStringEventAggregator::~KivGenericStringEventAggregator() = default;
 
 void KivGenericStringEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivGenericStringBaseAggregator>(
-      *this, &ReportKind<KivGenericEvent<std::string>>::describe, GenericStringKey(entry->first),
-      aggregation_type_, entry->second);
+  stageFields<KivGenericStringBaseAggregator>(*this, describeString, GenericStringKey(entry->first),
+                                              aggregation_type_, entry->second);
 }
 
 const char* KivGenericStringEventAggregator::getEventName() const { return kKivGenericEvent; }

@@ -7,7 +7,9 @@
 
 namespace android::kiv {
 
-void ReportKind<KivStreamEvent>::describe(const AggregateView& aggregate, EventFields& fields) {
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
   const std::string_view numbers = aggregate.key.parts[StreamEventKey::NUMBERS];
   const auto number = [numbers](StreamNumbers::Position position) {
     return numberAt(numbers, position);
@@ -21,6 +23,11 @@ void ReportKind<KivStreamEvent>::describe(const AggregateView& aggregate, EventF
   fields.add("interleaved", number(StreamNumbers::INTERLEAVED) != 0);
   fields.add("kiv_event", aggregate.key.parts[StreamEventKey::EVENT]);
 }
+
+}  // namespace
+
+const EventKind ReportKind<KivStreamEvent>::kEvents{KivStreamEventBaseAggregator::kKivStreamEvent,
+                                                    NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivStreamEventBaseAggregator::kKivStreamEvent[] = "wexo_kiv_stream_event";
@@ -38,9 +45,8 @@ KivStreamEventAggregator::KivStreamEventAggregator(NumericAggregationType aggreg
 KivStreamEventAggregator::~KivStreamEventAggregator() = default;
 
 void KivStreamEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivStreamEventBaseAggregator>(*this, &ReportKind<KivStreamEvent>::describe,
-                                            StreamEventKey(entry->first), aggregation_type_,
-                                            entry->second);
+  stageFields<KivStreamEventBaseAggregator>(*this, describe, StreamEventKey(entry->first),
+                                            aggregation_type_, entry->second);
 }
 
 const char* KivStreamEventAggregator::getEventName() const { return kKivStreamEvent; }

@@ -116,44 +116,60 @@ struct GenericStringKey : GenericKey {
       : GenericStringKey(event.session, event.name, event.aggregationType, event.value) {}
 };
 
-/// The public aggregator of a kind, its key, and what describes an aggregate of it: the fields are
-/// added in the order in which they are staged.
+/// The key of a kind's reports, how they are folded, and what their events are like.
 template <typename Event>
 struct ReportKind;
 
-template <>
-struct ReportKind<KivErrorCodeEvent> {
-  using Aggregator = KivErrorCodeAggregator;
-  using Key = ErrorCodeKey;
-  static void describe(const AggregateView& aggregate, EventFields& fields);
+/// Of reports that are counted.
+struct CountedKind {
+  template <typename Event>
+  static NumericAggregationType methodOf(const Event& /*event*/) {
+    return NumericAggregationType::COUNT;
+  }
+  template <typename Event>
+  static float sampleOf(const Event& /*event*/) {
+    return 1;
+  }
 };
 
 template <>
-struct ReportKind<KivStreamEvent> {
-  using Aggregator = KivStreamEventAggregator;
+struct ReportKind<KivErrorCodeEvent> : CountedKind {
+  using Key = ErrorCodeKey;
+  static const EventKind kEvents;
+};
+
+template <>
+struct ReportKind<KivStreamEvent> : CountedKind {
   using Key = StreamEventKey;
-  static void describe(const AggregateView& aggregate, EventFields& fields);
+  static const EventKind kEvents;
+};
+
+template <>
+struct ReportKind<KivGenericEvent<std::string>> : CountedKind {
+  using Key = GenericStringKey;
+  static const EventKind kEvents;
 };
 
 template <>
 struct ReportKind<KivAudioLatencyEvent> {
-  using Aggregator = KivAudioLatencyAggregator;
   using Key = AudioLatencyKey;
-  static void describe(const AggregateView& aggregate, EventFields& fields);
+  static NumericAggregationType methodOf(const KivAudioLatencyEvent& /*event*/) {
+    return NumericAggregationType::AVG;
+  }
+  static float sampleOf(const KivAudioLatencyEvent& event) {
+    return static_cast<float>(static_cast<unsigned int>(event.latency.count()));
+  }
+  static const EventKind kEvents;
 };
 
 template <typename T>
 struct ReportKind<KivGenericEvent<T>> {
-  using Aggregator = KivGenericNumericEventAggregator<T>;
   using Key = GenericKey;
-  static void describe(const AggregateView& aggregate, EventFields& fields);
-};
-
-template <>
-struct ReportKind<KivGenericEvent<std::string>> {
-  using Aggregator = KivGenericStringEventAggregator;
-  using Key = GenericStringKey;
-  static void describe(const AggregateView& aggregate, EventFields& fields);
+  static NumericAggregationType methodOf(const KivGenericEvent<T>& event) {
+    return event.aggregationType;
+  }
+  static float sampleOf(const KivGenericEvent<T>& event) { return static_cast<float>(event.value); }
+  static const EventKind kEvents;
 };
 
 }  // namespace android::kiv

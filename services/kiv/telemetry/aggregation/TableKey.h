@@ -31,6 +31,17 @@ struct TableKey {
   std::array<std::string_view, kMaxParts> parts;
 };
 
+/// What is hashed of a session. Of a random identifier, so much is as good as all of it.
+inline std::string_view hashedPart(const KivSessionId& session) {
+  return std::string_view(session.id()).substr(0, 16);
+}
+
+/// What one number takes in a part of numbers.
+inline constexpr size_t kNumberSize = 5;
+
+/// Writes it, and returns its end.
+char* writeNumber(uint32_t number, char* text);
+
 /// Numbers as a part of a key: texts of equal length, in the order of the numbers, and without the
 /// NUL that would make comparing them more work.
 template <size_t N>
@@ -39,25 +50,17 @@ class NumberPart {
   template <typename... Numbers>
   explicit NumberPart(Numbers... numbers) {
     static_assert(sizeof...(numbers) == N);
-    char* text = text_;
-    for (const uint32_t number : {static_cast<uint32_t>(numbers)...}) {
-      for (int shift = 28; shift >= 0; shift -= 7) {
-        *text++ = static_cast<char>(0x80 | (number >> shift & 0x7F));
-      }
-    }
+    char* end = text_;
+    ((end = writeNumber(static_cast<uint32_t>(numbers), end)), ...);
   }
 
   std::string_view part() const { return {text_, sizeof text_}; }
 
  private:
-  char text_[5 * N];
+  char text_[kNumberSize * N];
 };
 
 /// The number at a position of such a part.
-inline uint32_t numberAt(std::string_view part, size_t position) {
-  uint32_t number = 0;
-  for (const char digit : part.substr(5 * position, 5)) number = number << 7 | (digit & 0x7F);
-  return number;
-}
+uint32_t numberAt(std::string_view part, size_t position);
 
 }  // namespace android::kiv
