@@ -28,13 +28,11 @@ class EventFields {
     std::string_view text;
   };
 
-  void add(const char* name, unsigned int value) {
-    append(name, Type::UNSIGNED).integer = static_cast<int>(value);
-  }
-  void add(const char* name, long long value) { append(name, Type::INT64).integer = value; }
-  void add(const char* name, bool value) { append(name, Type::BOOL).integer = value ? 1 : 0; }
-  void add(const char* name, float value) { append(name, Type::FLOAT).number = value; }
-  void add(const char* name, std::string_view value) { append(name, Type::STRING).text = value; }
+  void add(const char* name, unsigned int value);
+  void add(const char* name, long long value);
+  void add(const char* name, bool value);
+  void add(const char* name, float value);
+  void add(const char* name, std::string_view value);
   void add(const char* name, const char* value) { add(name, std::string_view(value)); }
 
   /// `value` for as long as these fields live. For one text.
@@ -45,12 +43,7 @@ class EventFields {
   const Field* end() const { return fields_.data() + size_; }
 
  private:
-  Field& append(const char* name, Type type) {
-    Field& field = fields_[size_++];
-    field.name = name;
-    field.type = type;
-    return field;
-  }
+  Field& append(const char* name, Type type);
 
   std::array<Field, 10> fields_;
   size_t size_ = 0;
@@ -78,6 +71,16 @@ struct EventKind {
   const char* name;
   NumericAggregationType method;  ///< What they name, unless that is each key's own.
   Describe* describe;
+};
+
+/// The fields of one aggregate and what they refer to.
+struct Description {
+  Description(Describe* describe, const TableKey& key, NumericAggregationType method, float value,
+              uint32_t count);
+  ~Description();
+
+  const std::string session;
+  EventFields fields;
 };
 
 }  // namespace android::kiv

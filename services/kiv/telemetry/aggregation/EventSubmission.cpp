@@ -50,6 +50,14 @@ long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
   return duration_cast<std::chrono::milliseconds>(microseconds).count();
 }
 
+void clearFields(std::unordered_map<std::string, int64_t>& int_fields,
+                 std::unordered_map<std::string, float>& float_fields,
+                 std::unordered_map<std::string, std::string>& string_fields) {
+  if (!int_fields.empty()) int_fields.clear();
+  if (!float_fields.empty()) float_fields.clear();
+  if (!string_fields.empty()) string_fields.clear();
+}
+
 void submitEvent(ITelemetryHandler& handler, const char* event_name,
                  const std::unordered_map<std::string, int64_t>& int_fields,
                  const std::unordered_map<std::string, float>& float_fields,

@@ -16,6 +16,11 @@ namespace android::kiv {
 /// Milliseconds since the Unix epoch, truncated from microseconds, on which a device's clock ticks.
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time);
 
+/// Clears those fields that are not empty already.
+void clearFields(std::unordered_map<std::string, int64_t>& int_fields,
+                 std::unordered_map<std::string, float>& float_fields,
+                 std::unordered_map<std::string, std::string>& string_fields);
+
 /// Creates an event, sets the fields, reports it and releases it. A refused event is logged and
 /// dropped.
 void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const char* event_name,

@@ -17,27 +17,23 @@ namespace android::kiv {
 template <typename Aggregator, typename Value>
 void stageFields(Aggregator& aggregator, Describe* describe, const TableKey& key,
                  NumericAggregationType method, const AggregationData<Value>& data) {
-  const std::string session = key.session->toString();
-  EventFields fields;
-  describe({key, session, method, data.value, data.count}, fields);
-  for (const EventFields::Field& field : fields) {
-    std::string name = field.name;
+  const Description description(describe, key, method, data.value, data.count);
+  for (const EventFields::Field& field : description.fields) {
     switch (field.type) {
       case EventFields::Type::UNSIGNED:
-        aggregator.populateTelemetryField(std::move(name),
-                                          static_cast<unsigned int>(field.integer));
+        aggregator.populateTelemetryField(field.name, static_cast<unsigned int>(field.integer));
         break;
       case EventFields::Type::INT64:
-        aggregator.populateTelemetryField(std::move(name), field.integer);
+        aggregator.populateTelemetryField(field.name, field.integer);
         break;
       case EventFields::Type::BOOL:
-        aggregator.populateTelemetryField(std::move(name), field.integer != 0);
+        aggregator.populateTelemetryField(field.name, field.integer != 0);
         break;
       case EventFields::Type::FLOAT:
-        aggregator.populateTelemetryField(std::move(name), field.number);
+        aggregator.populateTelemetryField(field.name, field.number);
         break;
       case EventFields::Type::STRING:
-        aggregator.populateTelemetryField(std::move(name), std::string(field.text));
+        aggregator.populateTelemetryField(field.name, std::string(field.text));
         break;
     }
   }
@@ -64,7 +60,7 @@ void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time
   submitEntries(start, end, &reported_meanwhile);
   this->reset();
   // Unless a client's reset keeps its entries.
-  if (aggregated_data_.empty()) aggregated_data_.swap(reported_meanwhile);
+  if (aggregated_data_.empty()) swapIfGiven(&reported_meanwhile);
 }
 
 template <typename Event, typename Key, typename Value>
@@ -120,9 +116,7 @@ void KivBaseAggregator<Event, Key, Value>::submitEntries(
   const long long start_milliseconds = toEpochMilliseconds(start);
   const long long end_milliseconds = toEpochMilliseconds(end);
   for (auto entry = aggregated_data_.begin(); entry != aggregated_data_.end(); ++entry) {
-    if (!int_fields_.empty()) int_fields_.clear();
-    if (!float_fields_.empty()) float_fields_.clear();
-    if (!string_fields_.empty()) string_fields_.clear();
+    clearFields(int_fields_, float_fields_, string_fields_);
     this->populateTelemetryField("start_time_since_epoch", start_milliseconds);
     this->populateTelemetryField("end_time_since_epoch", end_milliseconds);
     this->populateMetricValuesForEntry(entry);
@@ -131,10 +125,15 @@ void KivBaseAggregator<Event, Key, Value>::submitEntries(
     const auto& handler = getUnifiedTelemetryHandler();
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
     if (handler == nullptr) return;
-    if (reported_meanwhile != nullptr) aggregated_data_.swap(*reported_meanwhile);
+    swapIfGiven(reported_meanwhile);
     submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
-    if (reported_meanwhile != nullptr) aggregated_data_.swap(*reported_meanwhile);
+    swapIfGiven(reported_meanwhile);
   }
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::swapIfGiven(Entries* entries) {
+  if (entries != nullptr) aggregated_data_.swap(*entries);
 }
 
 template <typename Event, typename Key, typename Value>

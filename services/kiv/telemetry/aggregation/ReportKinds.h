@@ -172,4 +172,9 @@ struct ReportKind<KivGenericEvent<T>> {
   static const EventKind kEvents;
 };
 
+template <>
+const EventKind ReportKind<KivGenericEvent<long long>>::kEvents;
+template <>
+const EventKind ReportKind<KivGenericEvent<float>>::kEvents;
+
 }  // namespace android::kiv

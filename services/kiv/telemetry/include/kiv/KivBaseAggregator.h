@@ -120,6 +120,8 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   KIV_HIDDEN void submitEntries(std::chrono::system_clock::time_point start,
                                 std::chrono::system_clock::time_point end,
                                 Entries* reported_meanwhile);
+
+  KIV_HIDDEN void swapIfGiven(Entries* entries);
 };
 
 /// Base of the aggregators that count equal reports: the report is its own key.
