@@ -62,12 +62,11 @@ TEST_F(AggregateTableTest, FindsWhatItKnows) {
 }
 
 TEST_F(AggregateTableTest, KeepsTextsOfItsOwn) {
-  {
-    const KivSessionId passing = session("passing");
-    std::string text = "before";
-    table.find(TextKey(passing, {text, ""})).count = 1;
-    text = "behind";
-  }
+  KivSessionId passing = session("passing");
+  std::string text = "before";
+  table.find(TextKey(passing, {text, ""})).count = 1;
+  text = "behind";
+  passing = session("by");
   EXPECT_THAT(firstParts(), ElementsAre("before"));
   EXPECT_EQ(table.find(TextKey(session("passing"), {"before", ""})).count, 1u);
 }

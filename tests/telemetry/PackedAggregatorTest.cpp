@@ -177,7 +177,7 @@ class EveryPackedAggregatorTest : public RecorderTest {
 };
 
 using Kinds = testing::Types<ErrorCodes, StreamEvents, AudioLatencies, Integers, Floats, Texts>;
-TYPED_TEST_SUITE(EveryPackedAggregatorTest, Kinds);
+TYPED_TEST_SUITE(EveryPackedAggregatorTest, Kinds, );
 
 TYPED_TEST(EveryPackedAggregatorTest, SendsWhatThePublicOneSends) {
   for (int i = 0; i < 3000; ++i) {
