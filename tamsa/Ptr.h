@@ -33,6 +33,7 @@ class Ptr {
   Ptr& operator=(const Ptr&) = delete;
 
   explicit operator bool() const { return object_ != nullptr; }
+  T* get() const { return object_; }
 
   /// Hands the object over to a shared pointer, which destroys it with the same function. Without
   /// such a function the object is the module's to keep.

@@ -8,14 +8,13 @@
 #include "LibraryLogger.h"
 #include "Log.h"
 #include "NullModule.h"
+#include "OwnAggregations.h"
 #include "Require.h"
 
 namespace kiv_bench {
 
 namespace {
 
-using android::kiv::KivErrorCodeAggregator;
-using android::kiv::NumericAggregationType;
 using android::kiv::TelemetryLogger;
 using android::kiv::TelemetrySubmissionModel;
 
@@ -81,14 +80,14 @@ void countWorker() {
 void countTable() {
   const auto keys = libraryKeys(kCount);
   const auto picks = shuffledPicks(kCount, kCount);
-  KivErrorCodeAggregator aggregator(NumericAggregationType::COUNT);
+  const auto aggregator = makeOwnAggregator();
   const auto now = std::chrono::system_clock::now();
-  aggregator.add(keys.front());
-  aggregator.flush(now, now);
-  countEach("fold, new key", [&](uint32_t i) { aggregator.add(keys[i]); });
-  countEach("fold, one of 1000 keys", [&](uint32_t i) { aggregator.add(keys[picks[i]]); });
+  aggregator->add(keys.front());
+  aggregator->flush(now, now);
+  countEach("fold, new key", [&](uint32_t i) { aggregator->add(keys[i]); });
+  countEach("fold, one of 1000 keys", [&](uint32_t i) { aggregator->add(keys[picks[i]]); });
   const uint64_t before = reportedEvents();
-  countSection("submit one key", kCount, [&] { aggregator.flush(now, now); });
+  countSection("submit one key", kCount, [&] { aggregator->flush(now, now); });
   require(reportedEvents() - before == kCount, "a key was not submitted");
 }
 

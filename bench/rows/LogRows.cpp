@@ -7,6 +7,7 @@
 #include "LibraryLogger.h"
 #include "Log.h"
 #include "Measure.h"
+#include "OwnAggregations.h"
 #include "Rows.h"
 
 namespace kiv_bench {
@@ -52,8 +53,8 @@ std::vector<double> runOnWorker(uint32_t batches) {
 
 std::vector<double> runFold(uint32_t batches) {
   const auto event = libraryKeys(1).front();
-  android::kiv::KivErrorCodeAggregator aggregator(android::kiv::NumericAggregationType::COUNT);
-  return {timePerCall(batches, kBatch, [&](uint32_t) { aggregator.add(event); })};
+  const auto aggregator = makeOwnAggregator();
+  return {timePerCall(batches, kBatch, [&](uint32_t) { aggregator->add(event); })};
 }
 
 std::vector<Contestant> logContestants(uint32_t batches) {

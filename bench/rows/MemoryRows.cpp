@@ -3,6 +3,7 @@
 
 #include "Heap.h"
 #include "Keys.h"
+#include "OwnAggregations.h"
 #include "PeerKeys.h"
 #include "Reporter.h"
 #include "Rows.h"
@@ -26,9 +27,9 @@ std::vector<double> bytesEach(uint32_t count, const Fill& fill) {
 std::vector<Contestant> keyContestants(uint32_t count) {
   auto library = [count] {
     const auto keys = libraryKeys(count);
-    android::kiv::KivErrorCodeAggregator aggregator(android::kiv::NumericAggregationType::COUNT);
+    const auto aggregator = makeOwnAggregator();
     return bytesEach(count, [&] {
-      for (const auto& key : keys) aggregator.add(key);
+      for (const auto& key : keys) aggregator->add(key);
     });
   };
   auto prometheus_cpp = [count] {

@@ -6,6 +6,7 @@
 #include "Keys.h"
 #include "Measure.h"
 #include "NullModule.h"
+#include "OwnAggregations.h"
 #include "PeerKeys.h"
 #include "Require.h"
 #include "Rows.h"
@@ -16,8 +17,6 @@ namespace kiv_bench {
 
 namespace {
 
-using android::kiv::KivErrorCodeAggregator;
-using android::kiv::NumericAggregationType;
 using CounterFamily = prometheus::Family<prometheus::Counter>;
 
 constexpr uint32_t kBatch = 100;
@@ -51,7 +50,7 @@ Contestant foldingContestant(const std::string& name, std::vector<Key> keys, uin
 }
 
 std::vector<Contestant> foldingContestants(uint32_t keys, uint32_t batches) {
-  auto aggregator = std::make_shared<KivErrorCodeAggregator>(NumericAggregationType::COUNT);
+  auto aggregator = std::shared_ptr(makeOwnAggregator());
   auto family = std::make_shared<CounterFamily>("errors", "", prometheus::Labels{});
   auto ordered = std::make_shared<std::map<PlainKey, PlainAggregate>>();
   auto hashed = std::make_shared<std::unordered_map<PlainKey, PlainAggregate, PlainKeyHash>>();
@@ -80,14 +79,14 @@ std::vector<Contestant> foldingContestants(uint32_t keys, uint32_t batches) {
 /// Fills the table and times how it is submitted and emptied.
 std::vector<double> runSubmission(const std::vector<android::kiv::KivErrorCodeEvent>& keys,
                                   uint32_t windows) {
-  KivErrorCodeAggregator aggregator(NumericAggregationType::COUNT);
+  const auto aggregator = makeOwnAggregator();
   const auto now = std::chrono::system_clock::now();
   const uint64_t before = reportedEvents();
   std::vector<double> times;
   for (uint32_t window = 0; window < windows; ++window) {
-    for (const auto& key : keys) aggregator.add(key);
+    for (const auto& key : keys) aggregator->add(key);
     const auto start = Clock::now();
-    aggregator.flush(now, now);
+    aggregator->flush(now, now);
     times.push_back(static_cast<double>(nanosecondsSince(start)));
   }
   require(reportedEvents() - before == uint64_t{windows} * keys.size(),

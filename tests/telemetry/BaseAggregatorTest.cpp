@@ -393,6 +393,44 @@ TEST_F(BaseAggregatorTest, ASubmissionUnderWayIsFinishedWhenTelemetryIsSwitchedO
   });
 }
 
+TEST_F(BaseAggregatorTest, WhatIsReportedDuringAFlushIsInTheNextWindow) {
+  recorder.onReport([this](const kiv_test::Event& event) {
+    if (event.strings.at("kiv_event_name") != "b") return;
+    for (const char* nested : {"a", "b", "c", "d"}) add(nested);
+  });
+  for (const char* name : {"a", "b", "c"}) add(name);
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1, 1));
+  recorder.reset();
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c", "d"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1, 1, 1));
+}
+
+TEST_F(BaseAggregatorTest, AFlushDuringAFlushSendsWhatCameMeanwhileOnly) {
+  recorder.onReport([this](const kiv_test::Event& event) {
+    if (event.strings.at("kiv_event_name") != "b") return;
+    add("nested");
+    flush();
+  });
+  for (const char* name : {"a", "b", "c"}) add(name);
+  flush();
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "nested", "b", "c"));
+}
+
+TEST_F(BaseAggregatorTest, FieldsAreStagedForAnEntryOfTheTable) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& name) {
+    EXPECT_EQ(probe.aggregated_data_.count({session("s"), name, Type::SUM}), 1u);
+    EXPECT_EQ(probe.aggregated_data_.size(), 2u);
+  };
+  add("a");
+  add("b");
+  flush();
+  EXPECT_EQ(events().size(), 2u);
+}
+
 TEST(EventNames, AreThoseOfTheirKinds) {
   EXPECT_STREQ(KivErrorCodeBaseAggregator::kKivErrorCodeEvent, "wexo_kiv_error_code");
   EXPECT_STREQ(KivGenericInt64BaseAggregator::kKivGenericEvent, "wexo_kiv_generic");

@@ -6,8 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "AggregationManagers.h"
 #include "FakeClock.h"
 #include "LogCapture.h"
+#include "RecorderTest.h"
+#include "ReportKinds.h"
 #include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/TimedAggregationManager.h"
@@ -19,6 +22,7 @@ using ::kiv_test::FakeClock;
 using ::kiv_test::kNoTag;
 using ::kiv_test::LogCapture;
 using ::kiv_test::LogLine;
+using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
 using std::chrono::hours;
 using std::chrono::milliseconds;
@@ -272,6 +276,55 @@ TEST_F(TimedAggregationManagerTest, ARolloverNeverLooksLikeAStop) {
   rolling = false;
   other.join();
   EXPECT_EQ(std::count(aggregator->calls.begin(), aggregator->calls.end(), "reset"), 1);
+}
+
+TEST_F(TimedAggregationManagerTest, AnAggregatorOfAClientIsGivenRecordsOnly) {
+  manager->start();
+  calls();
+  EXPECT_FALSE(manager->addKey(ErrorCodeKey(report("a")), NumericAggregationType::COUNT, 1));
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+class OwnManagerTest : public RecorderTest {
+ protected:
+  bool addKey(const std::string& name) {
+    return manager->addKey(ErrorCodeKey(report(name)), NumericAggregationType::COUNT, 1);
+  }
+
+  FakeClock clock;
+  const std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> manager =
+      makeErrorCodeManager();
+};
+
+TEST_F(OwnManagerTest, AKeyCountsAsItsRecord) {
+  manager->start();
+  EXPECT_TRUE(addKey("a"));
+  manager->add(report("a"));
+  EXPECT_TRUE(addKey("a"));
+  manager->flush();
+  EXPECT_THAT(strings("kiv_api"), ElementsAre("a"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(3));
+}
+
+TEST_F(OwnManagerTest, AKeyIsTakenIntoTheWindowThatIsOpenThen) {
+  manager->start();
+  addKey("a");
+  clock.advance(kAggregationPeriod);
+  addKey("at the end");
+  clock.advance(nanoseconds(1));
+  addKey("behind it");
+  EXPECT_THAT(strings("kiv_api"), ElementsAre("a", "at the end"));
+}
+
+TEST_F(OwnManagerTest, AKeyIsDroppedWithALogLineWhileStopped) {
+  const LogCapture log;
+  EXPECT_TRUE(addKey("a"));
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "add: TimedAggregationManager not running! Cannot add."}));
+  manager->start();
+  manager->flush();
+  EXPECT_THAT(events(), IsEmpty());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "kiv/KivAudioLatencyAggregator.h"
 #include "kiv/KivErrorCodeAggregator.h"
@@ -11,32 +12,14 @@
 
 namespace android::kiv {
 
-template <typename Event, typename Aggregator, typename... Args>
-std::shared_ptr<TimedAggregationManager<Event>> makeManager(Args... args) {
-  return std::make_shared<TimedAggregationManager<Event>>(std::make_shared<Aggregator>(args...),
-                                                          kAggregationPeriod);
-}
+std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> makeErrorCodeManager();
+std::shared_ptr<TimedAggregationManager<KivStreamEvent>> makeStreamEventManager();
+std::shared_ptr<TimedAggregationManager<KivAudioLatencyEvent>> makeAudioLatencyManager();
 
-inline auto makeErrorCodeManager() {
-  return makeManager<KivErrorCodeEvent, KivErrorCodeAggregator>(NumericAggregationType::COUNT);
-}
-
-inline auto makeStreamEventManager() {
-  return makeManager<KivStreamEvent, KivStreamEventAggregator>(NumericAggregationType::COUNT);
-}
-
-inline auto makeAudioLatencyManager() {
-  return makeManager<KivAudioLatencyEvent, KivAudioLatencyAggregator>(NumericAggregationType::AVG);
-}
-
+/// For `long long` and `float`.
 template <typename T>
-auto makeNumericEventManager() {
-  return makeManager<KivGenericEvent<T>, KivGenericNumericEventAggregator<T>>();
-}
+std::shared_ptr<TimedAggregationManager<KivGenericEvent<T>>> makeNumericEventManager();
 
-inline auto makeStringEventManager() {
-  return makeManager<KivGenericEvent<std::string>, KivGenericStringEventAggregator>(
-      NumericAggregationType::COUNT);
-}
+std::shared_ptr<TimedAggregationManager<KivGenericEvent<std::string>>> makeStringEventManager();
 
 }  // namespace android::kiv

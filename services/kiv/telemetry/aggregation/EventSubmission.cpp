@@ -8,7 +8,39 @@ namespace android::kiv {
 
 namespace {
 
+using TAMSA::UnifiedTelemetry::v7::ITelemetryEvent;
+using TAMSA::UnifiedTelemetry::v9::ITelemetryHandler;
+
 constexpr int32_t kReportFlag = 1;
+
+template <typename SetFields>
+void submit(ITelemetryHandler& handler, const char* event_name, const SetFields& set_fields) {
+  const auto event = ITelemetryEvent::rawToPtr(handler.createEvent(event_name));
+  bool reported = false;
+  if (event) {
+    set_fields(*event.get());
+    reported = handler.reportEvent(event.get(), kReportFlag);
+  }
+  if (!reported) {
+    __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                        "%s: Failed to report UnifiedTelemetry event: %s", "submitEvents",
+                        event_name);
+  }
+}
+
+/// Integers first, then floats, then texts, as they are set for staged fields.
+void setFields(ITelemetryEvent& event, const EventFields& fields) {
+  using Type = EventFields::Type;
+  for (const EventFields::Field& field : fields) {
+    if (field.type < Type::FLOAT) event.setInt64Field(field.name, field.integer);
+  }
+  for (const EventFields::Field& field : fields) {
+    if (field.type == Type::FLOAT) event.setFloatField(field.name, field.number);
+  }
+  for (const EventFields::Field& field : fields) {
+    if (field.type == Type::STRING) event.setStringField(field.name, field.text.data());
+  }
+}
 
 }  // namespace
 
@@ -18,26 +50,48 @@ long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
   return duration_cast<std::chrono::milliseconds>(microseconds).count();
 }
 
-void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const char* event_name,
+void clearFields(std::unordered_map<std::string, int64_t>& int_fields,
+                 std::unordered_map<std::string, float>& float_fields,
+                 std::unordered_map<std::string, std::string>& string_fields) {
+  if (!int_fields.empty()) int_fields.clear();
+  if (!float_fields.empty()) float_fields.clear();
+  if (!string_fields.empty()) string_fields.clear();
+}
+
+void submitEvent(ITelemetryHandler& handler, const char* event_name,
                  const std::unordered_map<std::string, int64_t>& int_fields,
                  const std::unordered_map<std::string, float>& float_fields,
                  const std::unordered_map<std::string, std::string>& string_fields) {
-  using TAMSA::UnifiedTelemetry::v7::ITelemetryEvent;
-  const auto event = ITelemetryEvent::rawToPtr(handler.createEvent(event_name)).toShared();
-  bool reported = false;
-  if (event != nullptr) {
-    for (const auto& [name, value] : int_fields) event->setInt64Field(name.c_str(), value);
-    for (const auto& [name, value] : float_fields) event->setFloatField(name.c_str(), value);
+  submit(handler, event_name, [&](ITelemetryEvent& event) {
+    for (const auto& [name, value] : int_fields) event.setInt64Field(name.c_str(), value);
+    for (const auto& [name, value] : float_fields) event.setFloatField(name.c_str(), value);
     for (const auto& [name, value] : string_fields) {
-      event->setStringField(name.c_str(), value.c_str());
+      event.setStringField(name.c_str(), value.c_str());
     }
-    reported = handler.reportEvent(event.get(), kReportFlag);
-  }
-  if (!reported) {
-    __android_log_print(ANDROID_LOG_ERROR, nullptr,
-                        "%s: Failed to report UnifiedTelemetry event: %s", "submitEvents",
-                        event_name);
-  }
+  });
+}
+
+void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventKind& kind,
+                 std::chrono::system_clock::time_point start,
+                 std::chrono::system_clock::time_point end) {
+  const long long start_milliseconds = toEpochMilliseconds(start);
+  const long long end_milliseconds = toEpochMilliseconds(end);
+  const KivSessionId* session = nullptr;
+  std::string session_text;
+  EventFields fields;
+  table.visitInOrder([&](const TableKey& key, const AggregateTable::Aggregate& aggregate) {
+    if (key.session != session) {
+      session = key.session;
+      session_text = session->toString();
+    }
+    fields.clear();
+    kind.describe({key, session_text, kind.method, aggregate.value, aggregate.count}, fields);
+    submit(handler, kind.name, [&](ITelemetryEvent& event) {
+      event.setInt64Field("start_time_since_epoch", start_milliseconds);
+      event.setInt64Field("end_time_since_epoch", end_milliseconds);
+      setFields(event, fields);
+    });
+  });
 }
 
 }  // namespace android::kiv

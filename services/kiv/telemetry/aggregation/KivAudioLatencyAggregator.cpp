@@ -1,9 +1,21 @@
 #include "kiv/KivAudioLatencyAggregator.h"
 
 #include "KivBaseAggregatorImpl.h"
+#include "ReportKinds.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
+
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
+  beginFields(aggregate, aggregate.method, fields);
+}
+
+}  // namespace
+
+const EventKind ReportKind<KivAudioLatencyEvent>::kEvents{
+    KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, NumericAggregationType::AVG, describe};
 
 template <>
 const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
@@ -33,11 +45,8 @@ NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
 }
 
 void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateTelemetryField("aggregation_method",
-                         std::string(aggregationMethodToString(aggregation_type_)));
-  populateTelemetryField("aggregated_count", data.count);
-  populateTelemetryField("kiv_session_id", key.session.toString());
+  stageFields<KivAudioLatencyBaseAggregator>(*this, describe, AudioLatencyKey(entry->first),
+                                             aggregation_type_, entry->second);
 }
 
 const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }

@@ -5,12 +5,39 @@
 #include <utility>
 
 #include "AggregationMethod.h"
+#include "EventFields.h"
 #include "EventSubmission.h"
 #include "Ptr.h"
 #include "kiv/KivBaseAggregator.h"
 #include "kiv/TelemetrySwitch.h"
 
 namespace android::kiv {
+
+/// Stages the fields that describe an aggregate.
+template <typename Aggregator, typename Value>
+void stageFields(Aggregator& aggregator, Describe* describe, const TableKey& key,
+                 NumericAggregationType method, const AggregationData<Value>& data) {
+  const Description description(describe, key, method, data.value, data.count);
+  for (const EventFields::Field& field : description.fields) {
+    switch (field.type) {
+      case EventFields::Type::UNSIGNED:
+        aggregator.populateTelemetryField(field.name, static_cast<unsigned int>(field.integer));
+        break;
+      case EventFields::Type::INT64:
+        aggregator.populateTelemetryField(field.name, field.integer);
+        break;
+      case EventFields::Type::BOOL:
+        aggregator.populateTelemetryField(field.name, field.integer != 0);
+        break;
+      case EventFields::Type::FLOAT:
+        aggregator.populateTelemetryField(field.name, field.number);
+        break;
+      case EventFields::Type::STRING:
+        aggregator.populateTelemetryField(field.name, std::string(field.text));
+        break;
+    }
+  }
+}
 
 template <typename Event, typename Key, typename Value>
 KivBaseAggregator<Event, Key, Value>::KivBaseAggregator() = default;
@@ -89,9 +116,7 @@ KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::ti
   const long long start_milliseconds = toEpochMilliseconds(start);
   const long long end_milliseconds = toEpochMilliseconds(end);
   for (auto entry = aggregated_data_.begin(); entry != aggregated_data_.end(); ++entry) {
-    if (!int_fields_.empty()) int_fields_.clear();
-    if (!float_fields_.empty()) float_fields_.clear();
-    if (!string_fields_.empty()) string_fields_.clear();
+    clearFields(int_fields_, float_fields_, string_fields_);
     this->populateTelemetryField("start_time_since_epoch", start_milliseconds);
     this->populateTelemetryField("end_time_since_epoch", end_milliseconds);
     this->populateMetricValuesForEntry(entry);

@@ -1,8 +1,25 @@
 #include "kiv/KivErrorCodeAggregator.h"
 
 #include "KivBaseAggregatorImpl.h"
+#include "ReportKinds.h"
 
 namespace android::kiv {
+
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
+  const auto& parts = aggregate.key.parts;
+  beginFields(aggregate, aggregate.method, fields);
+  fields.add("kiv_class", parts[ErrorCodeKey::CLASS]);
+  fields.add("kiv_api", parts[ErrorCodeKey::API]);
+  fields.add("kiv_error_code", parts[ErrorCodeKey::CODE]);
+  fields.add("severity", static_cast<long long>(numberAt(parts[ErrorCodeKey::SEVERITY], 0)));
+}
+
+}  // namespace
+
+const EventKind ReportKind<KivErrorCodeEvent>::kEvents{
+    KivErrorCodeBaseAggregator::kKivErrorCodeEvent, NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivErrorCodeBaseAggregator::kKivErrorCodeEvent[] = "wexo_kiv_error_code";
@@ -23,15 +40,8 @@ KivErrorCodeAggregator::KivErrorCodeAggregator(NumericAggregationType aggregatio
 KivErrorCodeAggregator::~KivErrorCodeAggregator() = default;
 
 void KivErrorCodeAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateTelemetryField("aggregation_method",
-                         std::string(aggregationMethodToString(aggregation_type_)));
-  populateTelemetryField("aggregated_count", data.count);
-  populateTelemetryField("kiv_session_id", key.session_id.toString());
-  populateTelemetryField("kiv_class", key.kiv_class);
-  populateTelemetryField("kiv_api", key.api);
-  populateTelemetryField("kiv_error_code", key.error_code);
-  populateTelemetryField("severity", static_cast<long long>(key.severity));
+  stageFields<KivErrorCodeBaseAggregator>(*this, describe, ErrorCodeKey(entry->first),
+                                          aggregation_type_, entry->second);
 }
 
 const char* KivErrorCodeAggregator::getEventName() const { return kKivErrorCodeEvent; }

@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include "KivBaseAggregatorImpl.h"
+#include "ReportKinds.h"
 #include "SaturatingCast.h"
 
 namespace {
@@ -44,22 +45,44 @@ bool KivGenericEventKey::operator<(const KivGenericEventKey& other) const {
 
 namespace {
 
-/// Stages the fields of all three kinds, in the one layout that they share.
-template <typename Aggregator>
-void populateGenericFields(Aggregator& aggregator, const KivGenericEventKey& key, uint32_t count,
-                           NumericAggregationType method, long long value_int, float value_float,
-                           const std::string& value_string) {
-  aggregator.populateTelemetryField("aggregation_method",
-                                    std::string(aggregationMethodToString(method)));
-  aggregator.populateTelemetryField("aggregated_count", static_cast<unsigned int>(count));
-  aggregator.populateTelemetryField("kiv_session_id", key.session.toString());
-  aggregator.populateTelemetryField("kiv_event_name", key.name);
-  aggregator.populateTelemetryField("value_int", value_int);
-  aggregator.populateTelemetryField("value_float", value_float);
-  aggregator.populateTelemetryField("value_string", value_string);
+/// The one layout that all three kinds share.
+void describeGeneric(const AggregateView& aggregate, NumericAggregationType method,
+                     long long value_int, float value_float, std::string_view value_string,
+                     EventFields& fields) {
+  beginFields(aggregate, method, fields);
+  fields.add("kiv_event_name", aggregate.key.parts[GenericKey::NAME]);
+  fields.add("value_int", value_int);
+  fields.add("value_float", value_float);
+  fields.add("value_string", value_string);
+}
+
+template <typename T>
+void describeNumber(const AggregateView& aggregate, EventFields& fields) {
+  constexpr bool kIsFloat = std::is_same_v<T, float>;
+  const auto method =
+      static_cast<NumericAggregationType>(numberAt(aggregate.key.parts[GenericKey::METHOD], 0));
+  describeGeneric(aggregate, method, kIsFloat ? 0 : saturatingCast<long long>(aggregate.value),
+                  kIsFloat ? aggregate.value : 0.0F, "", fields);
+}
+
+void describeString(const AggregateView& aggregate, EventFields& fields) {
+  describeGeneric(aggregate, aggregate.method, 0, 0.0F, aggregate.key.parts[GenericKey::VALUE],
+                  fields);
 }
 
 }  // namespace
+
+template <>
+const EventKind ReportKind<KivGenericEvent<long long>>::kEvents{
+    KivGenericInt64BaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeNumber<long long>};
+template <>
+const EventKind ReportKind<KivGenericEvent<float>>::kEvents{
+    KivGenericFloatBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeNumber<float>};
+const EventKind ReportKind<KivGenericEvent<std::string>>::kEvents{
+    KivGenericStringBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
+    describeString};
 
 template <typename T>
 KivGenericNumericEventAggregator<T>::KivGenericNumericEventAggregator() = default;
@@ -86,11 +109,9 @@ NumericAggregationType KivGenericNumericEventAggregator<T>::getAggregationType(
 template <typename T>
 void KivGenericNumericEventAggregator<T>::populateMetricValuesForEntry(
     typename Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  constexpr bool kIsFloat = std::is_same_v<T, float>;
-  populateGenericFields(*this, key, data.count, key.aggregationType,
-                        kIsFloat ? 0 : saturatingCast<long long>(data.value),
-                        kIsFloat ? data.value : 0.0F, "");
+  stageFields<KivBaseAggregator<KivGenericEvent<T>, KivGenericEventKey, T>>(
+      *this, describeNumber<T>, GenericKey(entry->first), entry->first.aggregationType,
+      entry->second);
 }
 
 template <typename T>
@@ -108,8 +129,8 @@ KivGenericStringEventAggregator::KivGenericStringEventAggregator(
 KivGenericStringEventAggregator::~KivGenericStringEventAggregator() = default;
 
 void KivGenericStringEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateGenericFields(*this, key, data.count, aggregation_type_, 0, 0.0F, key.value);
+  stageFields<KivGenericStringBaseAggregator>(*this, describeString, GenericStringKey(entry->first),
+                                              aggregation_type_, entry->second);
 }
 
 const char* KivGenericStringEventAggregator::getEventName() const { return kKivGenericEvent; }

@@ -2,9 +2,32 @@
 
 #include "AudioFormatNames.h"
 #include "KivBaseAggregatorImpl.h"
+#include "ReportKinds.h"
 #include "StreamDescription.h"
 
 namespace android::kiv {
+
+namespace {
+
+void describe(const AggregateView& aggregate, EventFields& fields) {
+  const std::string_view numbers = aggregate.key.parts[StreamEventKey::NUMBERS];
+  const auto number = [numbers](StreamNumbers::Position position) {
+    return numberAt(numbers, position);
+  };
+  beginFields(aggregate, aggregate.method, fields);
+  fields.add("pcm_format", audioFormatName(number(StreamNumbers::FORMAT)));
+  fields.add("stream_type", fields.keep(streamTypeToString(StreamNumbers::typeIn(numbers))));
+  fields.add("sample_rate", number(StreamNumbers::SAMPLE_RATE));
+  fields.add("samples", number(StreamNumbers::SAMPLES));
+  fields.add("channels", number(StreamNumbers::CHANNELS));
+  fields.add("interleaved", number(StreamNumbers::INTERLEAVED) != 0);
+  fields.add("kiv_event", aggregate.key.parts[StreamEventKey::EVENT]);
+}
+
+}  // namespace
+
+const EventKind ReportKind<KivStreamEvent>::kEvents{KivStreamEventBaseAggregator::kKivStreamEvent,
+                                                    NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivStreamEventBaseAggregator::kKivStreamEvent[] = "wexo_kiv_stream_event";
@@ -22,18 +45,8 @@ KivStreamEventAggregator::KivStreamEventAggregator(NumericAggregationType aggreg
 KivStreamEventAggregator::~KivStreamEventAggregator() = default;
 
 void KivStreamEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  const auto& [key, data] = *entry;
-  populateTelemetryField("aggregation_method",
-                         std::string(aggregationMethodToString(aggregation_type_)));
-  populateTelemetryField("aggregated_count", data.count);
-  populateTelemetryField("kiv_session_id", key.session.toString());
-  populateTelemetryField("pcm_format", std::string(audioFormatName(key.format)));
-  populateTelemetryField("stream_type", streamTypeToString(key.streamType));
-  populateTelemetryField("sample_rate", key.sampleRate);
-  populateTelemetryField("samples", key.samples);
-  populateTelemetryField("channels", key.channels);
-  populateTelemetryField("interleaved", key.interleaved);
-  populateTelemetryField("kiv_event", key.event);
+  stageFields<KivStreamEventBaseAggregator>(*this, describe, StreamEventKey(entry->first),
+                                            aggregation_type_, entry->second);
 }
 
 const char* KivStreamEventAggregator::getEventName() const { return kKivStreamEvent; }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Clock.h"
+#include "PackedAggregator.h"
 #include "kiv/TimedAggregationManager.h"
 
 namespace android::kiv {
@@ -29,14 +30,16 @@ void TimedAggregationManager<Event>::start() {
 
 template <typename Event>
 void TimedAggregationManager<Event>::add(const Event& event) {
-  if (!window_.has_value()) {
-    __android_log_print(ANDROID_LOG_ERROR, nullptr,
-                        "%s: TimedAggregationManager not running! Cannot add.", "add");
-    return;
-  }
-  const std::chrono::nanoseconds age = internal::steadyNow() - window_->started_steady;
-  if (aggregation_period_ < age) rollOver();
-  aggregator_->add(event);
+  if (keepWindow()) aggregator_->add(event);
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::addKey(const TableKey& key, NumericAggregationType method,
+                                            float sample) {
+  auto* const packed = PackedAggregator<Event>::cast(*aggregator_);
+  if (packed == nullptr) return false;
+  if (keepWindow()) packed->addKey(key, method, sample);
+  return true;
 }
 
 template <typename Event>
@@ -59,6 +62,18 @@ bool TimedAggregationManager<Event>::stop() {
   }
   rollOver();
   window_.reset();
+  return true;
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::keepWindow() {
+  if (!window_.has_value()) {
+    __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                        "%s: TimedAggregationManager not running! Cannot add.", "add");
+    return false;
+  }
+  const std::chrono::nanoseconds age = internal::steadyNow() - window_->started_steady;
+  if (aggregation_period_ < age) rollOver();
   return true;
 }
 

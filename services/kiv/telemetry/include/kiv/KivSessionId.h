@@ -24,6 +24,9 @@ class KIV_EXPORT KivSessionId {
   /// The same order, three-way: negative, zero or positive.
   int compare(const KivSessionId& other) const;
 
+  /// The own identifier, without its chain.
+  KIV_HIDDEN const std::string& id() const { return id_; }
+
  private:
   friend struct DeviceLayout;
   friend class KivSessionIdTestPeer;

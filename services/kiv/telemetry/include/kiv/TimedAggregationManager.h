@@ -10,6 +10,8 @@
 
 namespace android::kiv {
 
+struct TableKey;
+
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 
@@ -44,6 +46,10 @@ class KIV_EXPORT TimedAggregationManager {
   /// stopped, the report is dropped with an error log line.
   void add(const Event& event);
 
+  /// For the library's own loggers: does the same for a report of which there is no record. False
+  /// if that takes a record, because the aggregator is none of the library's own.
+  KIV_HIDDEN bool addKey(const TableKey& key, NumericAggregationType method, float sample);
+
   /// Submits the open window and opens the next. False, with an error log line, while stopped.
   bool flush();
 
@@ -59,6 +65,9 @@ class KIV_EXPORT TimedAggregationManager {
   };
 
   KIV_HIDDEN static Window openWindow();
+
+  /// Makes sure that the open window is not over. False, with an error log line, while stopped.
+  KIV_HIDDEN bool keepWindow();
 
   /// Opens the next window and submits the one before it. Only while running.
   KIV_HIDDEN void rollOver();

@@ -1,0 +1,28 @@
+#include "OwnAggregations.h"
+
+#include "AggregationManagers.h"
+#include "aggregation/PackedAggregator.h"
+
+namespace kiv_bench {
+
+using android::kiv::KivErrorCodeEvent;
+using android::kiv::PackedAggregator;
+using android::kiv::TelemetryLogger;
+
+std::unique_ptr<ErrorCodeAggregator> makeOwnAggregator() {
+  return std::make_unique<PackedAggregator<KivErrorCodeEvent>>();
+}
+
+std::shared_ptr<TelemetryLogger> makeOwnLogger(
+    const android::kiv::KivSessionId& session, const std::string& name,
+    const std::shared_ptr<android::kiv::TaskRunnerThread>& thread,
+    android::kiv::TelemetrySubmissionModel model) {
+  return std::make_shared<TelemetryLogger>(
+      session, name, thread, android::kiv::makeErrorCodeManager(),
+      android::kiv::makeStreamEventManager(), android::kiv::makeAudioLatencyManager(),
+      android::kiv::makeNumericEventManager<long long>(),
+      android::kiv::makeNumericEventManager<float>(), android::kiv::makeStringEventManager(),
+      model);
+}
+
+}  // namespace kiv_bench

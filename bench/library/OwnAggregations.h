@@ -1,0 +1,22 @@
+/// What the library makes for itself: measured in place of the public aggregators, which only those
+/// who derive from them use.
+#pragma once
+
+#include <memory>
+
+#include "kiv/TelemetryLogger.h"
+
+namespace kiv_bench {
+
+using ErrorCodeAggregator = android::kiv::KivAggregator<android::kiv::KivErrorCodeEvent>;
+
+/// An aggregator of error codes.
+__attribute__((visibility("default"))) std::unique_ptr<ErrorCodeAggregator> makeOwnAggregator();
+
+/// A logger on `thread`, with aggregations of its own.
+__attribute__((visibility("default"))) std::shared_ptr<android::kiv::TelemetryLogger> makeOwnLogger(
+    const android::kiv::KivSessionId& session, const std::string& name,
+    const std::shared_ptr<android::kiv::TaskRunnerThread>& thread,
+    android::kiv::TelemetrySubmissionModel model);
+
+}  // namespace kiv_bench

@@ -1,0 +1,246 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "AggregateTable.h"
+#include "TestSessions.h"
+
+namespace android::kiv {
+namespace {
+
+using ::kiv_test::session;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Texts = std::vector<std::string>;
+
+struct TextKey : TableKey {
+  TextKey(const KivSessionId& session_id, const Texts& texts) : TableKey(session_id, texts.size()) {
+    std::copy(texts.begin(), texts.end(), parts.begin());
+  }
+};
+
+class AggregateTableTest : public testing::Test {
+ protected:
+  AggregateTable::Aggregate& find(const std::string& first, const std::string& second = "") {
+    return table.find(TextKey(home, {first, second}));
+  }
+
+  /// The first parts of all keys, in order.
+  Texts firstParts() const {
+    Texts all;
+    table.visitInOrder(
+        [&](const TableKey& key, const auto& /*aggregate*/) { all.emplace_back(key.parts[0]); });
+    return all;
+  }
+
+  std::vector<uint32_t> counts() const {
+    std::vector<uint32_t> all;
+    table.visitInOrder(
+        [&](const TableKey& /*key*/, const auto& aggregate) { all.push_back(aggregate.count); });
+    return all;
+  }
+
+  const KivSessionId home = session("home");
+  AggregateTable table{2};
+};
+
+TEST_F(AggregateTableTest, ANewAggregateIsZero) {
+  EXPECT_EQ(find("a").value, 0.0F);
+  EXPECT_EQ(find("a").count, 0u);
+}
+
+TEST_F(AggregateTableTest, FindsWhatItKnows) {
+  find("a", "x").count = 1;
+  find("a", "y").count = 2;
+  EXPECT_EQ(find("a", "x").count, 1u);
+  EXPECT_EQ(find("a", "y").count, 2u);
+  EXPECT_EQ(counts().size(), 2u);
+}
+
+TEST_F(AggregateTableTest, KeepsTextsOfItsOwn) {
+  KivSessionId passing = session("passing");
+  std::string text = "before";
+  table.find(TextKey(passing, {text, ""})).count = 1;
+  text = "behind";
+  passing = session("by");
+  EXPECT_THAT(firstParts(), ElementsAre("before"));
+  EXPECT_EQ(table.find(TextKey(session("passing"), {"before", ""})).count, 1u);
+}
+
+TEST_F(AggregateTableTest, TellsPartsApartByWhereTheyEnd) {
+  find("ab", "").count = 1;
+  find("a", "b").count = 2;
+  find("", "ab").count = 3;
+  EXPECT_THAT(counts(), ElementsAre(3, 2, 1));
+}
+
+TEST_F(AggregateTableTest, TellsTextsApartBehindANul) {
+  const std::string nul(1, '\0');
+  find("a" + nul + "b").count = 4;
+  find("a", "b").count = 3;
+  find("a" + nul).count = 2;
+  find("a").count = 1;
+  find("a\x01").count = 5;
+  EXPECT_THAT(counts(), ElementsAre(1, 3, 2, 4, 5));
+}
+
+TEST_F(AggregateTableTest, ANulBeforeTheEndIsComparedPartByPart) {
+  const std::string nul(1, '\0');
+  // Taken as a whole, "a", NUL, "b" would come before "a", NUL, "c", whatever ends where.
+  find("a", "c").count = 1;
+  find("a" + nul + "b", "").count = 2;
+  EXPECT_THAT(counts(), ElementsAre(1, 2));
+}
+
+TEST_F(AggregateTableTest, OrdersBytesAsUnsigned) {
+  find("\xC3\xB6");
+  find("z");
+  find("Z");
+  find("zz");
+  EXPECT_THAT(firstParts(), ElementsAre("Z", "z", "zz", "\xC3\xB6"));
+}
+
+TEST_F(AggregateTableTest, OrdersBySessionBeforeParts) {
+  table.find(TextKey(session("t"), {"a", ""}));
+  table.find(TextKey(session("s"), {"b", ""}));
+  table.find(TextKey(session("s"), {"c", ""}));
+  EXPECT_THAT(firstParts(), ElementsAre("b", "c", "a"));
+}
+
+TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
+  const KivSessionId parent = session("p");
+  const auto shared = std::make_shared<KivSessionId>(parent);
+  const KivSessionId one = KivSessionIdTestPeer::make("s", shared);
+  const KivSessionId same = KivSessionIdTestPeer::make("s", std::make_shared<KivSessionId>(parent));
+  const KivSessionId other = KivSessionIdTestPeer::make("s");
+  table.find(TextKey(one, {"a", ""}));
+  table.find(TextKey(other, {"a", ""}));
+  table.find(TextKey(same, {"b", ""}));
+  std::vector<const KivSessionId*> sessions;
+  table.visitInOrder(
+      [&](const TableKey& key, const auto& /*aggregate*/) { sessions.push_back(key.session); });
+  ASSERT_EQ(sessions.size(), 3u);
+  EXPECT_NE(sessions[0], sessions[1]);
+  EXPECT_EQ(sessions[1], sessions[2]);
+  EXPECT_EQ(sessions[1]->toString(), "p.s");
+}
+
+TEST_F(AggregateTableTest, PartsHaveANulBehindThem) {
+  find("ab", "c");
+  table.visitInOrder([](const TableKey& key, const auto& /*aggregate*/) {
+    EXPECT_STREQ(key.parts[0].data(), "ab");
+    EXPECT_STREQ(key.parts[1].data(), "c");
+  });
+}
+
+TEST_F(AggregateTableTest, KeysOfEqualHashesAreKeptApart) {
+  for (int round = 0; round < 2; ++round) {
+    for (const char* text : {"ab", "a", "b"}) ++table.find(TextKey(home, {text, ""}), 42).count;
+  }
+  EXPECT_THAT(firstParts(), ElementsAre("a", "ab", "b"));
+  EXPECT_THAT(counts(), ElementsAre(2, 2, 2));
+}
+
+TEST_F(AggregateTableTest, AHashThatEndsAtTheLastSlotGoesOnAtTheFirst) {
+  constexpr uint32_t kLastOfAnySize = 0xFFFFFFFF;
+  for (int round = 0; round < 2; ++round) {
+    for (const char* text : {"a", "b"}) {
+      ++table.find(TextKey(home, {text, ""}), kLastOfAnySize).count;
+    }
+  }
+  EXPECT_THAT(counts(), ElementsAre(2, 2));
+}
+
+TEST_F(AggregateTableTest, HoldsManyKeysInOrderWhateverTheirs) {
+  Texts texts;
+  for (int i = 0; i < 5000; ++i) texts.push_back(std::to_string(i * 7919 % 5003));
+  std::shuffle(texts.begin(), texts.end(), std::mt19937(1));
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& text : texts) ++find(text).count;
+  }
+  EXPECT_THAT(counts(), testing::AllOf(testing::SizeIs(5000), testing::Each(2)));
+  std::sort(texts.begin(), texts.end());
+  EXPECT_EQ(firstParts(), texts);
+}
+
+TEST_F(AggregateTableTest, HoldsTextsOfAnySize) {
+  const std::string large(1 << 20, 'x');
+  find(large).count = 1;
+  find("small").count = 2;
+  find(large + "y").count = 3;
+  EXPECT_EQ(find(large).count, 1u);
+  EXPECT_THAT(counts(), ElementsAre(2, 1, 3));
+}
+
+TEST_F(AggregateTableTest, ClearingForgetsAllAndItIsUsableAgain) {
+  for (int i = 0; i < 5; ++i) find(std::to_string(i)).count = 1;
+  table.clear();
+  EXPECT_TRUE(table.empty());
+  EXPECT_THAT(firstParts(), IsEmpty());
+  EXPECT_EQ(find("3").count, 0u);
+  EXPECT_THAT(firstParts(), ElementsAre("3"));
+}
+
+TEST_F(AggregateTableTest, ClearingReleasesSessions) {
+  const auto parent = std::make_shared<KivSessionId>(nullptr);
+  table.find(TextKey(KivSessionId(parent), {"a", ""}));
+  EXPECT_EQ(parent.use_count(), 2);
+  table.clear();
+  EXPECT_EQ(parent.use_count(), 1);
+}
+
+TEST_F(AggregateTableTest, IsSmallWithAFewKeysOnly) {
+  find("a");
+  EXPECT_TRUE(table.isSmall());
+  for (int i = 0; i < 100; ++i) find(std::to_string(i));
+  EXPECT_FALSE(table.isSmall());
+}
+
+TEST(NumberPart, HasTheOrderOfItsNumbers) {
+  std::string last;
+  for (const uint32_t number :
+       {0U, 1U, 127U, 128U, 255U, 256U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    const NumberPart<1> numbers(number);
+    EXPECT_LT(last, numbers.part());
+    EXPECT_EQ(numberAt(numbers.part(), 0), number);
+    last = numbers.part();
+  }
+}
+
+TEST(NumberPart, HoldsSeveral) {
+  const NumberPart<3> numbers(7, true, 0xFFFFFFFFU);
+  EXPECT_EQ(numberAt(numbers.part(), 0), 7u);
+  EXPECT_EQ(numberAt(numbers.part(), 1), 1u);
+  EXPECT_EQ(numberAt(numbers.part(), 2), 0xFFFFFFFFU);
+}
+
+TEST(NumberPart, HasNoNul) {
+  const NumberPart<2> numbers(0, 256);
+  EXPECT_EQ(numbers.part().find('\0'), std::string_view::npos);
+}
+
+/// How many of 1000 similar texts share the slot of another in an index of 2048.
+size_t collisions(const std::function<std::string(int)>& text) {
+  std::vector<uint32_t> slots;
+  const KivSessionId home = session("s");
+  for (int i = 0; i < 1000; ++i) slots.push_back(TextKey(home, {text(i)}).hash() % 2048);
+  std::sort(slots.begin(), slots.end());
+  return 1000 - static_cast<size_t>(std::unique(slots.begin(), slots.end()) - slots.begin());
+}
+
+// Random hashes would share some 209.
+TEST(TableKeyHash, SpreadsTextsThatAreAlike) {
+  const std::string padding(30, 'x');
+  EXPECT_LT(collisions([](int i) { return std::to_string(i); }), 300u);
+  EXPECT_LT(collisions([&](int i) { return std::to_string(i) + padding; }), 300u);
+  EXPECT_LT(collisions([&](int i) { return padding + std::to_string(i); }), 300u);
+  EXPECT_LT(collisions([](int i) { return std::string(static_cast<size_t>(i), 'x'); }), 300u);
+  EXPECT_LT(collisions([](int i) { return std::string(1, char(i % 256)) + char(i / 256); }), 300u);
+}
+
+}  // namespace
+}  // namespace android::kiv
