@@ -6,6 +6,7 @@
 #include <limits>
 #include <thread>
 
+#include "AllocationCount.h"
 #include "Latch.h"
 #include "LogCapture.h"
 #include "LoggerRig.h"
@@ -55,6 +56,34 @@ TEST_F(TelemetryLoggerReportsTest, AnErrorCarriesItsFourTexts) {
 TEST_F(TelemetryLoggerReportsTest, AnErrorIsWrittenToTheLogUnderItsClass) {
   logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "Mixer");
   EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_ERROR, "Mixer", "api - code"}));
+}
+
+/// The line that the Android log itself makes of an error.
+LogLine formattedLine(const std::string& kiv_class, const std::string& api,
+                      const std::string& error_code) {
+  LogCapture log;
+  __android_log_print(ANDROID_LOG_ERROR, kiv_class.c_str(), "%s - %s", api.c_str(),
+                      error_code.c_str());
+  return log.lines().at(0);
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnErrorLineIsCutWhereTheLogCutsFormattedOnes) {
+  for (const size_t size : {1019u, 1020u, 1021u, 1022u, 1023u, 1024u, 5000u}) {
+    const LogLine in_code = formattedLine("class", "a", std::string(size, 'c'));
+    const LogLine in_api = formattedLine("class", std::string(size, 'a'), "code");
+    const LogCapture written;
+    logger->logErrorCode(std::string(size, 'c'), "a", kError, "class");
+    logger->logErrorCode("code", std::string(size, 'a'), kError, "class");
+    EXPECT_THAT(written.lines(), ElementsAre(in_code, in_api)) << size;
+  }
+}
+
+TEST_F(TelemetryLoggerReportsTest, AnErrorLineHasItsTextsUpToTheirFirstNul) {
+  const std::string text("a\0b", 3);
+  const LogLine formatted = formattedLine(text, text, text);
+  const LogCapture written;
+  logger->logErrorCode(text, text, kError, text);
+  EXPECT_THAT(written.lines(), ElementsAre(formatted));
 }
 
 TEST_F(TelemetryLoggerReportsTest, WithoutAClassTheTagIsEmptyAndTheLoggersNameIsReported) {
@@ -270,6 +299,39 @@ TEST_F(TelemetryLoggerReportsTest, ANonBlockingReportDoesNotWaitForTheWorker) {
   hold.release();
   settle();
   EXPECT_THAT(log.lines(), SizeIs(1));
+}
+
+TEST_F(TelemetryLoggerReportsTest, ANonBlockingReportAllocatesItsTaskAndAPlaceInTheQueue) {
+  const auto non_blocking = makeLogger(Model::NON_BLOCKING);
+  WorkerHold hold(runner);
+  const std::string error_code = "kiv.SERVICE_STREAM_NOT_READY";
+  const std::string api = "configureAudioStream";
+  const std::string kiv_class = "SpatialAudioSink";
+  const ::kiv_test::AllocationCount allocations;
+  non_blocking->logErrorCode(error_code, api, kError, kiv_class);
+  EXPECT_EQ(allocations.count(), 2u);
+  hold.release();
+  settle();
+}
+
+TEST_F(TelemetryLoggerReportsTest, LongTextsArriveWhole) {
+  const std::string text(100000, 'x');
+  logger->logErrorCode(text + "1", text + "2", kError, text + "3");
+  logger->flush();
+  EXPECT_TRUE(strings("kiv_error_code").at(0) == text + "1");
+  EXPECT_TRUE(strings("kiv_api").at(0) == text + "2");
+  EXPECT_TRUE(strings("kiv_class").at(0) == text + "3");
+}
+
+TEST_F(TelemetryLoggerReportsTest, AShortReportAfterALongOneHasNothingOfIt) {
+  logger->logErrorCode("a long code", "a long api", kError, "a long class");
+  logger->flush();
+  recorder.reset();
+  logger->logErrorCode("code", "", kError, "class");
+  logger->flush();
+  EXPECT_THAT(strings("kiv_error_code"), ElementsAre("code"));
+  EXPECT_THAT(strings("kiv_api"), ElementsAre(""));
+  EXPECT_THAT(strings("kiv_class"), ElementsAre("class"));
 }
 
 TEST_F(TelemetryLoggerReportsTest, AReportMadeOnTheWorkerIsTakenAtOnce) {

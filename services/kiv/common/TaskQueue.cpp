@@ -15,6 +15,15 @@ thread_local const TaskQueue* running_queue = nullptr;
 /// to mean "no limit".
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
+// Flags beside the pointer in posted_, in bits that an aligned pointer leaves free.
+/// The worker sleeps: whoever posts wakes it.
+constexpr uintptr_t kAsleep = 1;
+/// The worker sleeps, but not for long: only who cannot wait wakes it.
+constexpr uintptr_t kLingering = 2;
+/// No more tasks.
+constexpr uintptr_t kClosed = 4;
+constexpr uintptr_t kFlags = kAsleep | kLingering | kClosed;
+
 /// How many forks lie between this process and the one that loaded the library. Written only in a
 /// fresh child, which has one thread.
 unsigned fork_generation = 0;
@@ -27,14 +36,36 @@ unsigned watchForks() {
 
 }  // namespace
 
-TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
-    : start_limit_(start_limit), fork_generation_(watchForks()) {}
+struct TaskQueue::Waited {
+  enum class State { QUEUED, STARTED, FINISHED, WITHDRAWN };
 
-void TaskQueue::post(std::function<void()> task) {
-  Tasks one;
-  one.push_back({std::move(task), nullptr});
-  append(one);
+  explicit Waited(std::function<void()> task) : work(std::move(task)) {}
+
+  /// True for one of the worker, which starts the task, and the waiter, who withdraws it. The other
+  /// does not touch `work` from then on.
+  bool claim(State as) {
+    State queued = State::QUEUED;
+    return state.compare_exchange_strong(queued, as);
+  }
+
+  std::function<void()> work;
+  std::atomic<State> state{State::QUEUED};
+  Semaphore ended;
+};
+
+TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
+    : start_limit_(start_limit), fork_generation_(watchForks()) {
+  static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ > kFlags, "flags have no room beside a pointer");
 }
+
+TaskQueue::~TaskQueue() {
+  // A worker that has ended leaves nothing. What a forked process inherited is not its own.
+  if (!hasWorker()) return;
+  takePosted();
+  while (batch_ != nullptr) delete std::exchange(batch_, batch_->next);
+}
+
+void TaskQueue::post(std::function<void()> task) { append(std::move(task), Urgency::CAN_LINGER); }
 
 KivStatus TaskQueue::postAndWait(std::function<void()> task) {
   return postAndWait(std::move(task), start_limit_);
@@ -44,52 +75,57 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
                                  std::optional<std::chrono::milliseconds> start_limit) {
   if (isRunningOnCurrentThread()) return INVALID_OPERATION;
 
-  Waiter waiter;
-  Tasks own;
-  own.push_back({std::move(task), &waiter});
-  const auto position = own.begin();
-  if (!append(own)) return DEAD_OBJECT;
+  const auto waited = std::make_shared<Waited>(std::move(task));
+  if (!append([this, waited] { runWaited(*waited); }, Urgency::AT_ONCE)) return DEAD_OBJECT;
 
-  std::unique_lock lock(mutex_);
-  const auto finished = [&] { return waiter.state == Waiter::State::FINISHED; };
-  if (start_limit.has_value() &&
-      !waiter.finished.wait_for(lock, std::min(*start_limit, kLongestWait), finished) &&
-      waiter.state == Waiter::State::QUEUED) {
-    own.splice(own.begin(), tasks_, position);
-    // Unlocked first: what the withdrawn task captured is released by its owner, not under the
-    // lock.
-    lock.unlock();
+  if (start_limit.has_value() && !waited->ended.waitFor(std::min(*start_limit, kLongestWait)) &&
+      waited->claim(Waited::State::WITHDRAWN)) {
+    waited->work = nullptr;
     return TIMED_OUT;
   }
-  waiter.finished.wait(lock, finished);
+  while (waited->state != Waited::State::FINISHED) waited->ended.wait();
   return OK;
 }
 
-bool TaskQueue::append(Tasks& task) {
+void TaskQueue::runWaited(Waited& waited) {
+  if (!waited.claim(Waited::State::STARTED)) return;
+  waited.work();
+  waited.work = nullptr;
+  lingers_ = false;
+  waited.state = Waited::State::FINISHED;
+  waited.ended.signal();
+}
+
+bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   if (!hasWorker()) return false;
-  {
-    std::lock_guard lock(mutex_);
-    if (closed_) return false;
-    tasks_.splice(tasks_.end(), task);
-  }
-  posted_or_closed_.notify_one();
+  auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
+  const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
+  uintptr_t posted = posted_.load(std::memory_order_relaxed);
+  do {
+    if ((posted & kClosed) != 0) return false;
+    newest->next = newestOf(posted);
+    // The flags that make us the waker are cleared, so that nobody else is.
+  } while (!posted_.compare_exchange_weak(
+      posted, reinterpret_cast<uintptr_t>(newest.get()) | (posted & kFlags & ~wakes),
+      std::memory_order_release, std::memory_order_relaxed));
+  static_cast<void>(newest.release());
+  if ((posted & wakes) != 0) woken_.signal();
   return true;
 }
 
 void TaskQueue::close() {
   if (!hasWorker()) return;
-  {
-    std::lock_guard lock(mutex_);
-    closed_ = true;
-  }
-  posted_or_closed_.notify_one();
+  const uintptr_t posted = posted_.fetch_or(kClosed, std::memory_order_release);
+  if ((posted & (kAsleep | kLingering)) != 0) woken_.signal();
 }
 
 void TaskQueue::runPending() {
   if (!hasWorker()) return;
   if (isRunningOnCurrentThread()) {
-    std::unique_lock lock(mutex_);
-    for (size_t pending = tasks_.size(); pending > 0 && !tasks_.empty(); --pending) runNext(lock);
+    takePosted();
+    size_t pending = 0;
+    for (const Task* task = batch_; task != nullptr; task = task->next) ++pending;
+    for (; pending > 0 && batch_ != nullptr; --pending) runFirst();
     return;
   }
   if (postAndWait([] {}, std::nullopt).ok()) return;
@@ -99,32 +135,53 @@ void TaskQueue::runPending() {
 
 void TaskQueue::run() {
   running_queue = this;
-  std::unique_lock lock(mutex_);
   for (;;) {
-    posted_or_closed_.wait(lock, [this] { return closed_ || !tasks_.empty(); });
-    if (tasks_.empty()) break;
-    runNext(lock);
+    const uintptr_t flags = takePosted();
+    if (batch_ != nullptr) {
+      while (batch_ != nullptr) runFirst();
+      continue;
+    }
+    if ((flags & kClosed) != 0) break;
+
+    // Only an empty list makes way for the flag. If a task has come meanwhile, it is taken instead.
+    uintptr_t empty = 0;
+    if (!posted_.compare_exchange_strong(empty, lingers_ ? kLingering : kAsleep)) continue;
+    if (lingers_) {
+      woken_.waitFor(kLinger);
+    } else {
+      woken_.wait();
+    }
+    lingers_ = false;
   }
+  std::lock_guard lock(mutex_);
   ended_ = true;
   ended_changed_.notify_all();
 }
 
-void TaskQueue::runNext(std::unique_lock<std::mutex>& lock) {
-  Tasks current;
-  current.splice(current.begin(), tasks_, tasks_.begin());
-  Waiter* const waiter = current.front().waiter;
-  if (waiter != nullptr) waiter->state = Waiter::State::STARTED;
+TaskQueue::Task* TaskQueue::newestOf(uintptr_t posted) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): it was a pointer before it was put into one word
+  return reinterpret_cast<Task*>(posted & ~kFlags);
+}
 
-  lock.unlock();
-  current.front().work();
-  current.clear();
-  lock.lock();
-
-  if (waiter != nullptr) {
-    waiter->state = Waiter::State::FINISHED;
-    // Notified under the lock: the waiter, and with it the condition, may be gone right after.
-    waiter->finished.notify_one();
+uintptr_t TaskQueue::takePosted() {
+  const uintptr_t posted = posted_.fetch_and(kClosed, std::memory_order_acquire);
+  Task* oldest = nullptr;
+  Task* const newest = newestOf(posted);
+  for (Task* task = newest; task != nullptr;) {
+    Task* const older = std::exchange(task->next, oldest);
+    oldest = std::exchange(task, older);
   }
+  if (oldest != nullptr) {
+    (batch_ == nullptr ? batch_ : batch_end_->next) = oldest;
+    batch_end_ = newest;
+  }
+  return posted & kFlags;
+}
+
+void TaskQueue::runFirst() {
+  const std::unique_ptr<Task> task(std::exchange(batch_, batch_->next));
+  lingers_ = true;
+  task->work();
 }
 
 bool TaskQueue::isRunningOnCurrentThread() const { return running_queue == this; }

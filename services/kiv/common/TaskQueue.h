@@ -1,13 +1,16 @@
 /// The queue between those who post tasks and the worker that runs them.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
-#include <list>
+#include <memory>
 #include <mutex>
 #include <optional>
 
+#include "Semaphore.h"
 #include "kiv/KivStatus.h"
 
 namespace android::kiv::internal {
@@ -15,11 +18,19 @@ namespace android::kiv::internal {
 /// Shared by the thread's owner, its worker and all handles. Every operation may be called from any
 /// thread unless it says otherwise. In a process forked from the one that made it, where there is
 /// no worker, a queue takes no tasks and is waited for by nobody.
+///
+/// A post takes no lock: posted tasks are a linked list, newest first, whose head is one atomic
+/// word. The worker takes the whole list at once. How the two agree on who wakes whom is told in
+/// docs/task-runner.md.
 class TaskQueue {
  public:
   explicit TaskQueue(std::chrono::milliseconds start_limit);
+  ~TaskQueue();
 
-  /// Appends a task; drops it when the queue is closed.
+  TaskQueue(const TaskQueue&) = delete;
+  TaskQueue& operator=(const TaskQueue&) = delete;
+
+  /// Appends a task; drops it when the queue is closed. The worker looks at it within kLinger.
   void post(std::function<void()> task);
 
   /// Appends a task and waits for its end, as `TaskRunner::postTaskAndWait` promises.
@@ -40,40 +51,57 @@ class TaskQueue {
   /// False in a forked process. What the worker held at that moment stays locked there for ever.
   bool hasWorker() const;
 
- private:
-  /// Stands on the stack of a waiting caller; its fields are guarded by mutex_.
-  struct Waiter {
-    enum class State { QUEUED, STARTED, FINISHED };
-    State state = State::QUEUED;
-    std::condition_variable finished;
-  };
+  /// How long the worker lets tasks gather before it looks again, once it has run out of them. Only
+  /// if there are none by then does it sleep until it is woken, which costs its waker a system
+  /// call.
+  static constexpr std::chrono::microseconds kLinger{500};
 
+ private:
   struct Task {
     std::function<void()> work;
-    Waiter* waiter;
+    Task* next;
   };
 
-  using Tasks = std::list<Task>;
+  /// A task that somebody waits for, shared with him.
+  struct Waited;
+
+  enum class Urgency { CAN_LINGER, AT_ONCE };
 
   KivStatus postAndWait(std::function<void()> task,
                         std::optional<std::chrono::milliseconds> start_limit);
 
-  /// Takes over the one task in `task`, so that no allocation happens under the lock. False, and
-  /// `task` untouched, when the queue is closed.
-  bool append(Tasks& task);
+  /// What stands in posted_ beside the flags.
+  static Task* newestOf(uintptr_t posted);
 
-  /// Runs the first task. `lock` holds mutex_ before and after, and not while the task runs.
-  void runNext(std::unique_lock<std::mutex>& lock);
+  /// False when the queue is closed.
+  bool append(std::function<void()> task, Urgency urgency);
+
+  /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
+  /// that stood in posted_.
+  uintptr_t takePosted();
+
+  /// On the worker: runs and releases the first task of the batch.
+  void runFirst();
+
+  void runWaited(Waited& waited);
 
   const std::chrono::milliseconds start_limit_;
   const unsigned fork_generation_;
 
+  /// The newest posted task, and the flags that TaskQueue.cpp names.
+  std::atomic<uintptr_t> posted_{0};
+
+  // Touched by the worker only: the tasks that it has taken, oldest first, and whether the last
+  // that it ran may have been one of many. Where somebody waits for each, the next comes later.
+  Task* batch_ = nullptr;
+  Task* batch_end_ = nullptr;
+  bool lingers_ = false;
+
+  Semaphore woken_;  // where the worker sleeps
+
   std::mutex mutex_;
-  std::condition_variable posted_or_closed_;
   std::condition_variable ended_changed_;
-  Tasks tasks_;          // guarded by mutex_
-  bool closed_ = false;  // guarded by mutex_
-  bool ended_ = false;   // guarded by mutex_
+  bool ended_ = false;  // guarded by mutex_
 };
 
 }  // namespace android::kiv::internal

@@ -1,19 +1,43 @@
 // The logging operations of a logger.
 #include <android/log.h>
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <utility>
 
+#include "PackedTexts.h"
+#include "Spare.h"
 #include "StreamDescription.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace android::kiv {
 
-template <typename... Params, typename... Args>
-void TelemetryLogger::handOver(void (TelemetryLogger::*operation)(Params...), const Args&... args) {
+namespace {
+
+/// Writes "API - CODE" as `__android_log_print` would, which spends most of its time on formatting.
+void writeErrorLine(const std::string& tag, const std::string& api, const std::string& error_code) {
+  // The Android log's own limit for a formatted line, behind which it cuts.
+  char line[1024];
+  char* end = line;
+  for (const char* text : {api.c_str(), " - ", error_code.c_str()}) {
+    const auto room = static_cast<size_t>(std::end(line) - end) - 1;
+    end = std::copy_n(text, std::min(std::strlen(text), room), end);
+  }
+  *end = '\0';
+  __android_log_write(ANDROID_LOG_ERROR, tag.c_str(), line);
+}
+
+}  // namespace
+
+// Each operation that builds an event hands itself over to the worker, where the same call, on the
+// same object, does the work.
+
+void TelemetryLogger::handOver(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
-    task_runner_->postTaskAndWait(operation, shared_from_this(), args...);
+    task_runner_->postTaskAndWait(std::move(task));
   } else {
-    task_runner_->postTask(operation, shared_from_this(), args...);
+    task_runner_->postTask(std::move(task));
   }
 }
 
@@ -27,14 +51,24 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logErrorCode, error_code, api, severity, kiv_class);
+    handOver(
+        [self = shared_from_this(), packed = PackedTexts{error_code, api, kiv_class}, severity] {
+          const UnpackedTexts texts(packed);
+          self->logErrorCode(texts[0], texts[1], severity, texts[2]);
+        });
     return;
   }
-  __android_log_print(ANDROID_LOG_ERROR, kiv_class.c_str(), "%s - %s", api.c_str(),
-                      error_code.c_str());
-  take(*error_code_manager_,
-       KivErrorCodeEvent{session_id_, api, kiv_class.empty() ? logger_name_ : kiv_class, error_code,
-                         severity});
+  writeErrorLine(kiv_class, api, error_code);
+  const size_t size = error_code.size() + api.size() + kiv_class.size() + logger_name_.size();
+  const Spare<KivErrorCodeEvent> record(size, [&] {
+    return KivErrorCodeEvent{session_id_, {}, {}, {}, severity};
+  });
+  record->session_id = session_id_;
+  record->api = api;
+  record->kiv_class = kiv_class.empty() ? logger_name_ : kiv_class;
+  record->error_code = error_code;
+  record->severity = severity;
+  take(*error_code_manager_, *record);
 }
 
 void TelemetryLogger::logKivErrorCode(KivError error, const std::string& api,
@@ -68,7 +102,9 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logStreamEventInternal, pcm_info, stream_type, event);
+    handOver([self = shared_from_this(), pcm_info, stream_type, packed = PackedTexts{event}] {
+      self->logStreamEventInternal(pcm_info, stream_type, UnpackedTexts(packed)[0]);
+    });
     return;
   }
   take(*stream_event_manager_,
@@ -105,36 +141,53 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
 
 template <typename T>
 void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
-                                   const std::string& name, const T& value,
+                                   std::string_view prefix, const std::string& name, const T& value,
                                    NumericAggregationType aggregation_type) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(&TelemetryLogger::logKivEvent<T>, name, value, aggregation_type);
+    if constexpr (std::is_same_v<T, std::string>) {
+      handOver([self = shared_from_this(), packed = PackedTexts({name, value}, prefix),
+                aggregation_type] {
+        const UnpackedTexts texts(packed);
+        self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
+      });
+    } else {
+      handOver([self = shared_from_this(), packed = PackedTexts({name}, prefix), value,
+                aggregation_type] {
+        self->logKivEvent<T>(UnpackedTexts(packed)[0], value, aggregation_type);
+      });
+    }
     return;
   }
-  take(*manager, KivGenericEvent<T>{{session_id_, name, aggregation_type}, value});
+  take(*manager, KivGenericEvent<T>{
+                     {session_id_, std::string(prefix).append(name), aggregation_type}, value});
 }
+
+template void TelemetryLogger::takeKivEvent<long long>(const Manager<KivGenericEvent<long long>>&,
+                                                       std::string_view, const std::string&,
+                                                       const long long&, NumericAggregationType);
 
 template <>
 void TelemetryLogger::logKivEvent<long long>(const std::string& name, const long long& value,
                                              NumericAggregationType aggregation_type) {
-  takeKivEvent(int64_event_manager_, name, value, aggregation_type);
+  takeKivEvent(int64_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<float>(const std::string& name, const float& value,
                                          NumericAggregationType aggregation_type) {
-  takeKivEvent(float_event_manager_, name, value, aggregation_type);
+  takeKivEvent(float_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<std::string>(const std::string& name, const std::string& value,
                                                NumericAggregationType aggregation_type) {
-  takeKivEvent(string_event_manager_, name, value, aggregation_type);
+  takeKivEvent(string_event_manager_, {}, name, value, aggregation_type);
 }
 
 void TelemetryLogger::logKivClientCall(const std::string& api, const std::string& value) {
-  logKivEvent<std::string>("client_api_call." + api, value, NumericAggregationType::COUNT);
+  takeKivEvent(string_event_manager_, "client_api_call.", api, value,
+               NumericAggregationType::COUNT);
 }
 
 }  // namespace android::kiv

@@ -12,9 +12,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "kiv/Export.h"
@@ -204,9 +206,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Whether the calling thread is the one that does this logger's work.
   KIV_HIDDEN bool worksOnCurrentThread() const;
 
-  /// Has the worker call `operation` on this logger, and waits for it in the `BLOCKING` model.
-  template <typename... Params, typename... Args>
-  KIV_HIDDEN void handOver(void (TelemetryLogger::*operation)(Params...), const Args&... args);
+  /// Has the worker run `task`, and waits for it in the `BLOCKING` model.
+  KIV_HIDDEN void handOver(std::function<void()> task);
 
   /// Has the worker call `operation` on this logger, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
@@ -215,9 +216,11 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   template <typename Event>
   KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const Event& event);
 
+  /// Reports a value under the name `prefix` + `name`.
   template <typename T>
-  KIV_HIDDEN void takeKivEvent(const Manager<KivGenericEvent<T>>& manager, const std::string& name,
-                               const T& value, NumericAggregationType aggregation_type);
+  KIV_HIDDEN void takeKivEvent(const Manager<KivGenericEvent<T>>& manager, std::string_view prefix,
+                               const std::string& name, const T& value,
+                               NumericAggregationType aggregation_type);
 
   // All constant after construction. What the managers hold is touched by the worker only or, in
   // LOCKING_IMMEDIATE, by the calling thread.

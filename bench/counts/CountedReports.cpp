@@ -1,0 +1,105 @@
+// What the library does for one report, in instructions and allocations: unlike times, these
+// repeat.
+#include <chrono>
+#include <future>
+
+#include "Counted.h"
+#include "Keys.h"
+#include "LibraryLogger.h"
+#include "Log.h"
+#include "NullModule.h"
+#include "Require.h"
+
+namespace kiv_bench {
+
+namespace {
+
+using android::kiv::KivErrorCodeAggregator;
+using android::kiv::NumericAggregationType;
+using android::kiv::TelemetryLogger;
+using android::kiv::TelemetrySubmissionModel;
+
+constexpr uint32_t kCount = 1000;
+
+template <typename Operation>
+void countEach(const char* name, const Operation& operation) {
+  countSection(name, kCount, [&] {
+    for (uint32_t i = 0; i < kCount; ++i) operation(i);
+  });
+}
+
+/// While the worker is busy, so that it is never the caller who has to wake it.
+template <typename Operation>
+void countWithWorkerBusy(const char* name, const Operation& operation) {
+  LibraryLogger library(TelemetrySubmissionModel::NON_BLOCKING);
+  operation(*library.logger);
+  library.runOnWorker([] {});
+  std::promise<void> busy;
+  std::promise<void> release;
+  library.runner.postTask([&] {
+    busy.set_value();
+    release.get_future().wait();
+  });
+  busy.get_future().wait();
+  countEach(name, [&](uint32_t) { operation(*library.logger); });
+  release.set_value();
+  library.runOnWorker([] {});
+}
+
+void reportError(TelemetryLogger& logger, const Report& report) {
+  logger.logErrorCode(report.error_code, report.api, report.severity, report.kiv_class);
+}
+
+void countCallers() {
+  const Report report;
+  countWithWorkerBusy("non-blocking report, caller",
+                      [&](TelemetryLogger& logger) { reportError(logger, report); });
+  countWithWorkerBusy("trace section, caller", [&](TelemetryLogger& logger) {
+    logger.kiv_endTraceSection(logger.kiv_beginTraceSection(report.api));
+  });
+
+  LibraryLogger waiting(TelemetrySubmissionModel::BLOCKING);
+  waiting.report(report);
+  countEach("waited report, caller", [&](uint32_t) { waiting.report(report); });
+
+  TelemetryLogger immediate(makeSession(), report.kiv_class,
+                            TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+  reportError(immediate, report);
+  const uint64_t before = reportedEvents();
+  countEach("LOCKING_IMMEDIATE report", [&](uint32_t) { reportError(immediate, report); });
+  require(reportedEvents() - before == kCount, "a report was not submitted");
+}
+
+void countWorker() {
+  LibraryLogger library(TelemetrySubmissionModel::NON_BLOCKING);
+  const Report report;
+  library.report(report);
+  library.runOnWorker(
+      [&] { countEach("report, worker's part", [&](uint32_t) { library.report(report); }); });
+}
+
+void countTable() {
+  const auto keys = libraryKeys(kCount);
+  const auto picks = shuffledPicks(kCount, kCount);
+  KivErrorCodeAggregator aggregator(NumericAggregationType::COUNT);
+  const auto now = std::chrono::system_clock::now();
+  aggregator.add(keys.front());
+  aggregator.flush(now, now);
+  countEach("fold, new key", [&](uint32_t i) { aggregator.add(keys[i]); });
+  countEach("fold, one of 1000 keys", [&](uint32_t i) { aggregator.add(keys[picks[i]]); });
+  const uint64_t before = reportedEvents();
+  countSection("submit one key", kCount, [&] { aggregator.flush(now, now); });
+  require(reportedEvents() - before == kCount, "a key was not submitted");
+}
+
+}  // namespace
+
+}  // namespace kiv_bench
+
+int main() {
+  kiv_bench::discardLog();
+  kiv_bench::countCallers();
+  kiv_bench::countWorker();
+  kiv_bench::countTable();
+  return 0;
+}

@@ -1,0 +1,19 @@
+/// How rows are shown.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "Comparison.h"
+
+namespace kiv_bench {
+
+void printHeader();
+void printRow(const Row& row);
+void printSummary(const std::vector<Row>& rows);
+
+/// Writes the rows as a list of objects. False if the file cannot be written.
+bool writeJson(const std::vector<Row>& rows, const std::string& path);
+
+}  // namespace kiv_bench

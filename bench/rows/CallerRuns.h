@@ -1,0 +1,33 @@
+/// What the rows about callers measure of one reporter.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Placement.h"
+#include "Reporter.h"
+
+namespace kiv_bench {
+
+/// Who reports. More than one thread are not confined.
+struct Producers {
+  size_t threads;
+  Placement placement;
+};
+
+/// Reports per thread, one each 100 to 300 microseconds: p50, p99 and p99.9 of a call in ns.
+std::vector<double> runPaced(const ReporterKind& kind, const Producers& producers,
+                             uint32_t reports);
+
+/// Bursts of 1 000 reports per thread, and time for the worker to catch up in between: ns a report
+/// over whole bursts, and p99 of a call.
+std::vector<double> runBursts(const ReporterKind& kind, const Producers& producers,
+                              uint32_t bursts);
+
+/// As many reports per thread as fast as can be, until the worker has seen to the last: millions a
+/// second.
+std::vector<double> runSustained(const ReporterKind& kind, const Producers& producers,
+                                 uint32_t reports);
+
+}  // namespace kiv_bench

@@ -1,0 +1,26 @@
+/// All that is compared, in the order of the table.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Comparison.h"
+
+namespace kiv_bench {
+
+/// How long measurements take.
+struct Effort {
+  int rounds;      ///< At least seven for figures that anybody is shown.
+  uint32_t scale;  ///< What is repeated within a run is repeated so many times as often.
+};
+
+std::vector<Comparison> pacedComparisons(const Effort& effort);
+std::vector<Comparison> burstComparisons(const Effort& effort);
+std::vector<Comparison> sustainedComparisons(const Effort& effort);
+std::vector<Comparison> foldComparisons(const Effort& effort);
+std::vector<Comparison> submitComparisons(const Effort& effort);
+std::vector<Comparison> callComparisons(const Effort& effort);
+std::vector<Comparison> logComparisons(const Effort& effort);
+std::vector<Comparison> memoryComparisons();
+
+}  // namespace kiv_bench

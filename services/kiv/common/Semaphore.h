@@ -1,0 +1,49 @@
+/// Where a thread sleeps until another wakes it.
+#pragma once
+
+#include <semaphore.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+namespace android::kiv::internal {
+
+/// A counter of signals that have not been waited for yet. One system call wakes a sleeper, and one
+/// puts him to sleep; a condition variable needs a mutex besides, over which the two stumble.
+class Semaphore {
+ public:
+  Semaphore() { sem_init(&signals_, 0, 0); }
+  ~Semaphore() { sem_destroy(&signals_); }
+
+  Semaphore(const Semaphore&) = delete;
+  Semaphore& operator=(const Semaphore&) = delete;
+
+  void signal() { sem_post(&signals_); }
+
+  void wait() {
+    while (sem_wait(&signals_) != 0) {
+      // A signal handler ran.
+    }
+  }
+
+  /// False when `limit` passes first.
+  bool waitFor(std::chrono::nanoseconds limit) {
+    using std::chrono::duration_cast;
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    const auto time = std::chrono::nanoseconds(end.tv_nsec) + limit;
+    const auto seconds = duration_cast<std::chrono::seconds>(time);
+    end.tv_sec += static_cast<time_t>(seconds.count());
+    end.tv_nsec = static_cast<long>((time - seconds).count());
+    while (sem_clockwait(&signals_, CLOCK_MONOTONIC, &end) != 0) {
+      if (errno == ETIMEDOUT) return false;
+    }
+    return true;
+  }
+
+ private:
+  sem_t signals_;
+};
+
+}  // namespace android::kiv::internal

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "Spare.h"
+
+namespace android::kiv {
+namespace {
+
+/// A type per test, since threads keep an object of each.
+template <int kTest>
+struct Object {
+  int value = 0;
+};
+
+template <int kTest>
+Object<kTest> makeFresh() {
+  return {};
+}
+
+TEST(Spare, TheFirstOfAThreadIsFresh) {
+  const Spare<Object<1>> first(1, makeFresh<1>);
+  EXPECT_EQ(first->value, 0);
+}
+
+TEST(Spare, TheNextIsAsTheLastWasLeft) {
+  const Object<2>* before = nullptr;
+  {
+    const Spare<Object<2>> first(1, makeFresh<2>);
+    first->value = 7;
+    before = &*first;
+  }
+  const Spare<Object<2>> next(1, makeFresh<2>);
+  EXPECT_EQ(&*next, before);
+  EXPECT_EQ(next->value, 7);
+}
+
+TEST(Spare, OneInUseIsNobodyElses) {
+  const Spare<Object<3>> outer(1, makeFresh<3>);
+  outer->value = 7;
+  const Spare<Object<3>> inner(1, makeFresh<3>);
+  EXPECT_EQ(inner->value, 0);
+}
+
+TEST(Spare, ALargeOneIsNotKept) {
+  { Spare<Object<4>>(Spare<Object<4>>::kMaxKept + 1, makeFresh<4>)->value = 7; }
+  EXPECT_EQ(Spare<Object<4>>(1, makeFresh<4>)->value, 0);
+}
+
+TEST(Spare, EachThreadHasItsOwn) {
+  { Spare<Object<5>>(1, makeFresh<5>)->value = 7; }
+  std::thread([] { EXPECT_EQ(Spare<Object<5>>(1, makeFresh<5>)->value, 0); }).join();
+}
+
+/// Uses a spare object when the thread ends, after what that thread had kept is gone.
+struct LateUser {
+  ~LateUser() { *seen = Spare<Object<6>>(1, makeFresh<6>)->value; }
+  int* seen = nullptr;
+};
+
+TEST(Spare, IsThereForDestructorsAtAThreadsEnd) {
+  int seen = -1;
+  std::thread([&] {
+    static thread_local LateUser user;
+    user.seen = &seen;
+    Spare<Object<6>>(1, makeFresh<6>)->value = 7;
+  }).join();
+  EXPECT_EQ(seen, 0);
+}
+
+}  // namespace
+}  // namespace android::kiv
