@@ -40,7 +40,7 @@ class PackedAggregator final : public KivAggregator<Event> {
   /// that the language's own casts would look at.
   static PackedAggregator* cast(KivAggregator<Event>& aggregator) {
     const void* const* table = nullptr;
-    std::memcpy(&table, &aggregator, sizeof(table));
+    std::memcpy(&table, static_cast<const void*>(&aggregator), sizeof(table));
     return table[-1] == &typeid(PackedAggregator) ? static_cast<PackedAggregator*>(&aggregator)
                                                   : nullptr;
   }
