@@ -38,7 +38,10 @@ endfunction()
 
 # Limits what a shared library exports to what is both marked for export and matched by `map`.
 function(kiv_export_only target map)
-  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--no-undefined"
-                                        "LINKER:--gc-sections")
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")
+  # Clang puts the sanitizers' run-time library into programs only.
+  if(NOT KIV_BUILD_FUZZERS)
+    target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+  endif()
   set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()

@@ -23,6 +23,9 @@ install(FILES platform/host/system/audio.h
 
 install(TARGETS tamsa_jsonl LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/jsonl")
 install(TARGETS tamsa_recording LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/recording")
+if(TARGET tamsa_otlp)
+  install(TARGETS tamsa_otlp LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/otlp")
+endif()
 install(FILES modules/recording/Recorder.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tamsa/recording")
 
 install(

@@ -24,11 +24,22 @@ std::vector<std::string> Recorder::calls() const {
   return state_->calls;
 }
 
+int Recorder::reports() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->faults.reports;
+}
+
+void Recorder::keepNothing() {
+  std::lock_guard lock(state_->mutex);
+  state_->keeps = false;
+}
+
 void Recorder::reset() {
   std::lock_guard lock(state_->mutex);
   state_->events.clear();
   state_->calls.clear();
   state_->faults = {};
+  state_->keeps = true;
 }
 
 void Recorder::refuseReport(int n) {

@@ -49,8 +49,15 @@ class __attribute__((visibility("default"))) Recorder {
   /// "destroyTelemetryHandler(9)".
   std::vector<std::string> calls() const;
 
+  /// How many reports there were since the last reset.
+  int reports() const;
+
   /// Forgets what was recorded and ends all misbehaviour. Handlers and events live on.
   void reset();
+
+  /// From now on, counts reports and keeps neither events nor calls: for tests of so many that they
+  /// would not fit into memory.
+  void keepNothing();
 
   /// Refuses the n-th report from now on, counted from 1. May be called for several.
   void refuseReport(int n);

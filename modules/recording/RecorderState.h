@@ -6,6 +6,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Recorder.h"
@@ -23,11 +24,17 @@ struct Recorder::State {
     std::function<void(const Event&)> hook;
   };
 
+  /// With the mutex held.
+  void noteCall(std::string call) {
+    if (keeps) calls.push_back(std::move(call));
+  }
+
   std::mutex mutex;  // guards all below
   std::vector<Event> events;
   std::vector<std::string> calls;
   Faults faults;
   int handlers = 0;
+  bool keeps = true;
 };
 
 }  // namespace TAMSA::recording

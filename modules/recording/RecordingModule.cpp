@@ -44,7 +44,7 @@ class Handler final : public ITelemetryHandler {
   ITelemetryEvent* createEvent(const char* name) override {
     Recorder::State& state = *Recorder::getInstance().state_;
     std::lock_guard lock(state.mutex);
-    state.calls.push_back(std::string("createEvent(") + name + ")");
+    state.noteCall(std::string("createEvent(") + name + ")");
     if (state.faults.events_to_withhold > 0) {
       --state.faults.events_to_withhold;
       return nullptr;
@@ -60,7 +60,7 @@ class Handler final : public ITelemetryHandler {
 
     Recorder::State& state = *Recorder::getInstance().state_;
     std::unique_lock lock(state.mutex);
-    state.calls.push_back("reportEvent(" + event.name + ", " + std::to_string(flag) + ")");
+    state.noteCall("reportEvent(" + event.name + ", " + std::to_string(flag) + ")");
     event.accepted = state.faults.refused_reports.count(++state.faults.reports) == 0;
     const auto hook = state.faults.hook;
     const auto delay = state.faults.delay;
@@ -69,7 +69,7 @@ class Handler final : public ITelemetryHandler {
     if (hook) hook(event);
     if (delay.count() > 0) std::this_thread::sleep_for(delay);
     lock.lock();
-    state.events.push_back(event);
+    if (state.keeps) state.events.push_back(event);
     return event.accepted;
   }
 
@@ -82,7 +82,7 @@ class Module {
   static ITelemetryHandler* createHandler(int64_t version) {
     Recorder::State& state = *Recorder::getInstance().state_;
     std::lock_guard lock(state.mutex);
-    state.calls.push_back("createTelemetryHandler(" + std::to_string(version) + ")");
+    state.noteCall("createTelemetryHandler(" + std::to_string(version) + ")");
     if (version != ITelemetryHandler::kVersion) return nullptr;
     if (state.faults.handlers_to_withhold > 0) {
       --state.faults.handlers_to_withhold;
@@ -94,7 +94,7 @@ class Module {
   static void noteCall(std::string call) {
     Recorder::State& state = *Recorder::getInstance().state_;
     std::lock_guard lock(state.mutex);
-    state.calls.push_back(std::move(call));
+    state.noteCall(std::move(call));
   }
 };
 

@@ -178,6 +178,30 @@ TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
   EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "last task ran");
 }
 
+/// Says how many tasks ran of those that a thread and the exiting one posted while the process
+/// ended.
+[[noreturn]] void exitWhileAThreadPosts() {
+  static std::atomic<int> ran{0};
+  static TaskRunner* runner = nullptr;
+  // Registered before the thread is made, hence called after the queue was waited for.
+  std::atexit([] {
+    std::thread([] {
+      for (int i = 0; i < 30000; ++i) runner->postTask([] { ++ran; });
+    }).join();
+    EXPECT_TRUE(runner->postTaskAndWait([] { ++ran; }).ok());
+    fprintf(stderr, "%d tasks ran\n", ran.load());
+  });
+  static const auto* const owner =
+      new std::shared_ptr<TaskRunnerThread>(TaskRunnerThread::create(kLong));
+  runner = new TaskRunner(*owner);
+  std::exit(0);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, ThreadsThatNeverStopPostingDoNotKeepTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitWhileAThreadPosts(), testing::ExitedWithCode(0), "10001 tasks ran");
+}
+
 /// Runs `body` in a forked process, which it ends with `exit()`. True if it said so and ended well.
 template <typename Body>
 bool succeedsInFork(Body body) {

@@ -1,5 +1,6 @@
 #include "RunProgram.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,37 @@
 
 namespace kiv_test {
 
+namespace {
+
+/// Our environment with changes to it.
+std::vector<std::string> mergeEnvironment(std::map<std::string, std::string> variables) {
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    const std::string text = *variable;
+    const size_t equals = text.find('=');
+    if (equals != std::string::npos)
+      variables.emplace(text.substr(0, equals), text.substr(equals + 1));
+  }
+  std::vector<std::string> merged;
+  for (const auto& [name, value] : variables) merged.push_back(name + "=" + value);
+  return merged;
+}
+
+std::vector<char*> toPointers(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+void redirect(int stream, const char* path) {
+  constexpr mode_t kMode = 0600;
+  const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode);
+  if (file == -1 || dup2(file, stream) == -1) _exit(126);
+}
+
+}  // namespace
+
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment) {
   // Output goes to files, which unlike pipes never fill up.
@@ -18,17 +50,17 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
   const std::string out = directory.file("out");
   const std::string err = directory.file("err");
 
-  std::vector<char*> argv;
-  argv.reserve(arguments.size() + 1);
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
+  const std::vector<std::string> variables = mergeEnvironment(environment);
+  const std::vector<char*> envp = toPointers(variables);
+  const std::vector<char*> argv = toPointers(arguments);
 
   const pid_t child = fork();
   if (child == -1) throw std::runtime_error("fork failed");
   if (child == 0) {
-    for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
-    if (freopen(out.c_str(), "w", stdout) == nullptr) _exit(126);
-    if (freopen(err.c_str(), "w", stderr) == nullptr) _exit(126);
+    // Nothing that takes a lock: another thread may have held it when we forked.
+    environ = const_cast<char**>(envp.data());
+    redirect(STDOUT_FILENO, out.c_str());
+    redirect(STDERR_FILENO, err.c_str());
     execv(argv[0], argv.data());
     _exit(127);
   }

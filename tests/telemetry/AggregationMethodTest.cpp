@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "AggregationMethod.h"
@@ -56,6 +58,27 @@ TEST(AggregationMethod, TheFirstSampleIsTakenAsItIs) {
   EXPECT_EQ(combineAll(Type::MAX, {-7}), -7.0F);
   EXPECT_EQ(combineAll(Type::MIN, {7}), 7.0F);
   EXPECT_EQ(combineAll(Type::MAX, {-7, -9}), -7.0F);
+}
+
+TEST(AggregationMethod, OfEqualExtremesTheLastIsTaken) {
+  EXPECT_TRUE(std::signbit(combineAll(Type::MAX, {0.0F, -0.0F})));
+  EXPECT_FALSE(std::signbit(combineAll(Type::MAX, {-0.0F, 0.0F})));
+  EXPECT_TRUE(std::signbit(combineAll(Type::MIN, {0.0F, -0.0F})));
+  EXPECT_FALSE(std::signbit(combineAll(Type::MIN, {-0.0F, 0.0F})));
+}
+
+TEST(AggregationMethod, ASampleThatIsNoNumberIsTakenAndThenReplaced) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_TRUE(std::isnan(combineAll(Type::MAX, {5, kNaN})));
+  EXPECT_TRUE(std::isnan(combineAll(Type::MIN, {5, kNaN})));
+  EXPECT_EQ(combineAll(Type::MAX, {9, kNaN, 2}), 2.0F);
+  EXPECT_EQ(combineAll(Type::MIN, {2, kNaN, 9}), 9.0F);
+}
+
+TEST(AggregationMethod, ASampleThatIsNoNumberSpoilsSumsAndAverages) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_TRUE(std::isnan(combineAll(Type::SUM, {5, kNaN, 2})));
+  EXPECT_TRUE(std::isnan(combineAll(Type::AVG, {5, kNaN, 2})));
 }
 
 TEST(AggregationMethod, CountIgnoresTheSamples) {

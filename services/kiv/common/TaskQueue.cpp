@@ -98,19 +98,30 @@ void TaskQueue::runWaited(Waited& waited) {
 
 bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   if (!hasWorker()) return false;
+  if (exiting_.load(std::memory_order_acquire) && !admitsDuringExit()) return false;
   auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
   const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
   uintptr_t posted = posted_.load(std::memory_order_relaxed);
   do {
     if ((posted & kClosed) != 0) return false;
-    newest->next = reinterpret_cast<Task*>(posted & ~kFlags);
+    newest->next = newestOf(posted);
     // The flags that make us the waker are cleared, so that nobody else is.
   } while (!posted_.compare_exchange_weak(
       posted, reinterpret_cast<uintptr_t>(newest.get()) | (posted & kFlags & ~wakes),
       std::memory_order_release, std::memory_order_relaxed));
-  newest.release();
+  static_cast<void>(newest.release());
   if ((posted & wakes) != 0) woken_.signal();
   return true;
+}
+
+void TaskQueue::beginExit() {
+  exiting_thread_ = std::this_thread::get_id();
+  exiting_.store(true, std::memory_order_release);
+}
+
+bool TaskQueue::admitsDuringExit() {
+  return std::this_thread::get_id() == exiting_thread_ || isRunningOnCurrentThread() ||
+         posted_during_exit_.fetch_add(1, std::memory_order_relaxed) < kTasksDuringExit;
 }
 
 void TaskQueue::close() {
@@ -158,10 +169,15 @@ void TaskQueue::run() {
   ended_changed_.notify_all();
 }
 
+TaskQueue::Task* TaskQueue::newestOf(uintptr_t posted) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): it was a pointer before it was put into one word
+  return reinterpret_cast<Task*>(posted & ~kFlags);
+}
+
 uintptr_t TaskQueue::takePosted() {
   const uintptr_t posted = posted_.fetch_and(kClosed, std::memory_order_acquire);
   Task* oldest = nullptr;
-  Task* const newest = reinterpret_cast<Task*>(posted & ~kFlags);
+  Task* const newest = newestOf(posted);
   for (Task* task = newest; task != nullptr;) {
     Task* const older = std::exchange(task->next, oldest);
     oldest = std::exchange(task, older);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 
 #include "Semaphore.h"
 #include "kiv/KivStatus.h"
@@ -42,6 +43,10 @@ class TaskQueue {
   /// Returns when every task that is queued now has run; on the worker itself, runs them here.
   void runPending();
 
+  /// Called by the thread that ends the process, before it waits for the queue. From now on other
+  /// threads get only so many tasks in: those that never stop posting must not keep the process.
+  void beginExit();
+
   /// The worker's whole life. Returns when the queue is closed and empty.
   void run();
 
@@ -56,6 +61,9 @@ class TaskQueue {
   /// call.
   static constexpr std::chrono::microseconds kLinger{500};
 
+  /// How many tasks other threads may post while one ends the process.
+  static constexpr unsigned kTasksDuringExit = 10000;
+
  private:
   struct Task {
     std::function<void()> work;
@@ -69,6 +77,12 @@ class TaskQueue {
 
   KivStatus postAndWait(std::function<void()> task,
                         std::optional<std::chrono::milliseconds> start_limit);
+
+  /// False when the process is ending and the calling thread has had its share.
+  bool admitsDuringExit();
+
+  /// What stands in posted_ beside the flags.
+  static Task* newestOf(uintptr_t posted);
 
   /// False when the queue is closed.
   bool append(std::function<void()> task, Urgency urgency);
@@ -87,6 +101,10 @@ class TaskQueue {
 
   /// The newest posted task, and the flags that TaskQueue.cpp names.
   std::atomic<uintptr_t> posted_{0};
+
+  std::atomic<bool> exiting_{false};
+  std::thread::id exiting_thread_;  // constant once exiting_ is set
+  std::atomic<unsigned> posted_during_exit_{0};
 
   // Touched by the worker only: the tasks that it has taken, oldest first, and whether the last
   // that it ran may have been one of many. Where somebody waits for each, the next comes later.

@@ -41,6 +41,7 @@ class LiveQueues {
       std::lock_guard lock(mutex_);
       queues = queues_;
     }
+    for (const auto& queue : queues) queue->beginExit();
     for (const auto& queue : queues) queue->runPending();
   }
 

@@ -56,11 +56,9 @@ void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time_point start,
                                                  std::chrono::system_clock::time_point end) {
-  Entries reported_meanwhile;
-  submitEntries(start, end, &reported_meanwhile);
+  Entries next = submitWindow(start, end);
   this->reset();
-  // Unless a client's reset keeps its entries.
-  if (aggregated_data_.empty()) swapIfGiven(&reported_meanwhile);
+  aggregated_data_.merge(next);
 }
 
 template <typename Event, typename Key, typename Value>
@@ -104,13 +102,15 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
-  submitEntries(start, end, nullptr);
+  Entries next = submitWindow(start, end);
+  aggregated_data_.merge(next);
 }
 
 template <typename Event, typename Key, typename Value>
-void KivBaseAggregator<Event, Key, Value>::submitEntries(
-    std::chrono::system_clock::time_point start, std::chrono::system_clock::time_point end,
-    Entries* reported_meanwhile) {
+typename KivBaseAggregator<Event, Key, Value>::Entries
+KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::time_point start,
+                                                   std::chrono::system_clock::time_point end) {
+  Entries next;
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -124,16 +124,14 @@ void KivBaseAggregator<Event, Key, Value>::submitEntries(
 
     const auto& handler = getUnifiedTelemetryHandler();
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
-    if (handler == nullptr) return;
-    swapIfGiven(reported_meanwhile);
+    if (handler == nullptr) break;
+    // The module may report in turn, and even have this aggregator flushed, while it takes the
+    // event. That belongs to the next window and must not touch the table that is walked here.
+    aggregated_data_.swap(next);
     submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
-    swapIfGiven(reported_meanwhile);
+    aggregated_data_.swap(next);
   }
-}
-
-template <typename Event, typename Key, typename Value>
-void KivBaseAggregator<Event, Key, Value>::swapIfGiven(Entries* entries) {
-  if (entries != nullptr) aggregated_data_.swap(*entries);
+  return next;
 }
 
 template <typename Event, typename Key, typename Value>

@@ -42,7 +42,8 @@ class KIV_EXPORT KivAggregator {
   virtual void add(const Event& event) = 0;
 
   /// Submits every aggregate as one event of the interval from `start` to `end`, then forgets them,
-  /// whether or not they were accepted.
+  /// whether or not they were accepted. What is added meanwhile, by a telemetry module that reports
+  /// in turn while it takes an event, is kept for the next interval.
   virtual void flush(std::chrono::system_clock::time_point start,
                      std::chrono::system_clock::time_point end) = 0;
 
@@ -114,14 +115,9 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
 
  private:
-  /// Does what `submitEvents` says. While the module has the word, `reported_meanwhile`, if given,
-  /// takes the table's place, so that the entries stay as they are if it reports or flushes in
-  /// turn.
-  KIV_HIDDEN void submitEntries(std::chrono::system_clock::time_point start,
-                                std::chrono::system_clock::time_point end,
-                                Entries* reported_meanwhile);
-
-  KIV_HIDDEN void swapIfGiven(Entries* entries);
+  /// What `submitEvents` does. Returns what the module had added meanwhile.
+  KIV_HIDDEN Entries submitWindow(std::chrono::system_clock::time_point start,
+                                  std::chrono::system_clock::time_point end);
 };
 
 /// Base of the aggregators that count equal reports: the report is its own key.

@@ -1,0 +1,77 @@
+// Random sequences of calls do to the module and the log what the model says.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "Comparison.h"
+#include "FreshProcess.h"
+#include "Sequence.h"
+
+namespace kiv_test::model {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+/// What the sequences of a test amounted to.
+struct Totals {
+  size_t calls = 0;
+  size_t events = 0;
+  size_t starved = 0;
+};
+
+void runSequence(const Bytes& bytes, const std::string& origin, Totals& totals) {
+  Sequence sequence(bytes.data(), bytes.size());
+  const auto difference = sequence.run();
+  if (difference) ADD_FAILURE() << origin << ": " << *difference;
+  totals.calls += sequence.calls();
+  totals.events += sequence.events();
+  totals.starved += sequence.wasStarved() ? 1 : 0;
+}
+
+unsigned long fromEnvironment(const char* name, unsigned long otherwise) {
+  const char* const text = std::getenv(name);
+  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
+}
+
+Bytes randomBytes(unsigned long seed) {
+  std::mt19937_64 random(seed);
+  Bytes bytes(16 + random() % 2000);
+  std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
+  return bytes;
+}
+
+TEST(Model, RandomSequencesDoWhatTheModelSays) {
+  const unsigned long count = fromEnvironment("KIV_MODEL_SEQUENCES", 200);
+  const unsigned long first = fromEnvironment("KIV_MODEL_SEED", 1);
+  Totals totals;
+  for (unsigned long seed = first; seed < first + count && !HasFailure(); ++seed) {
+    runSequence(randomBytes(seed), "KIV_MODEL_SEED=" + std::to_string(seed), totals);
+  }
+  RecordProperty("calls", std::to_string(totals.calls));
+  RecordProperty("events", std::to_string(totals.events));
+  EXPECT_GT(totals.events, count);
+  EXPECT_LT(totals.starved, 1 + count / 20);
+}
+
+TEST(Model, SequencesOfTheCorpusDoWhatTheModelSays) {
+  std::vector<std::filesystem::path> files;
+  for (const auto& file : std::filesystem::directory_iterator(KIV_MODEL_CORPUS)) {
+    files.push_back(file.path());
+  }
+  std::sort(files.begin(), files.end());
+  Totals totals;
+  for (const auto& file : files) {
+    std::ifstream stream(file, std::ios::binary);
+    const Bytes bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    runSequence(bytes, file.filename(), totals);
+  }
+  EXPECT_GT(totals.events, files.size());
+}
+
+}  // namespace
+}  // namespace kiv_test::model

@@ -1,0 +1,34 @@
+/// What each logging operation reports.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Reference.h"
+
+namespace kiv_test::model {
+
+Report errorReport(const Session& session, const std::string& code, const std::string& api,
+                   uint8_t severity, const std::string& kiv_class);
+
+/// A stream, however it was described.
+struct Stream {
+  uint32_t format;
+  std::string format_text;
+  int8_t type;
+  float sample_rate;
+  uint32_t samples;
+  uint32_t channels;
+  bool interleaved;
+};
+
+Report streamReport(const Session& session, const Stream& stream, const std::string& event);
+Report latencyReport(const Session& session, const Stream& stream, int64_t latency_ms);
+
+Report integerReport(const Session& session, const std::string& name, long long value,
+                     uint8_t method);
+Report floatReport(const Session& session, const std::string& name, float value, uint8_t method);
+Report textReport(const Session& session, const std::string& name, const std::string& value,
+                  uint8_t method);
+
+}  // namespace kiv_test::model

@@ -1,0 +1,215 @@
+// Reports numbered events to the module, in the way and the numbers that its arguments name, and
+// says how many were taken.
+#include <android/log.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <thread>
+
+#include "LoadedModule.h"
+
+namespace {
+
+int count = 0;
+int late_count = 0;
+// Outlives static destructors, unlike a string.
+const char* way_name = "";
+
+/// The handler is left behind, as the library may leave it.
+kiv_test::ITelemetryHandler& handler() {
+  static kiv_test::ITelemetryHandler* const made =
+      kiv_test::LoadedModule(OTLP_MODULE).createHandler().release();
+  return *made;
+}
+
+bool report(int64_t number) {
+  static const kiv_test::LoadedModule module(OTLP_MODULE);
+  const auto event = module.createEvent(handler(), "probe");
+  constexpr int64_t kSomeTime = 1'700'000'000'000;
+  constexpr int64_t kSeverities = 4;
+  event->setInt64Field("start_time_since_epoch", kSomeTime - 5'000);
+  event->setInt64Field("end_time_since_epoch", kSomeTime + number);
+  event->setInt64Field("severity", number % kSeverities);
+  event->setInt64Field("number", number);
+  event->setInt64Field("reporter", getpid());
+  event->setFloatField("half", static_cast<float>(number) / 2);
+  event->setStringField("text", "caf\xC3\xA9, \"quoted\"");
+  return handler().reportEvent(event.get(), 1);
+}
+
+/// Reports the events with the numbers from `first` to before `end`.
+void report(int first, int end) {
+  int taken = 0;
+  for (int number = first; number < end; ++number) taken += report(number) ? 1 : 0;
+  std::printf("taken %d, refused %d\n", taken, end - first - taken);
+  std::fflush(stdout);
+}
+
+void reportAll() { report(0, count); }
+
+void reportMore() { report(count, count + late_count); }
+
+/// Waits for somebody to open the named pipe and to close it.
+void waitForPipe() {
+  const int pipe = open(std::getenv("REPORTER_PIPE"), O_RDONLY | O_CLOEXEC);
+  char byte = 0;
+  while (read(pipe, &byte, 1) > 0) {
+  }
+  close(pipe);
+}
+
+/// Lets the one who waits at a named pipe know that events cannot be delivered.
+void tellOfTrouble(const __android_logger_data* data, const char* message) {
+  __android_log_stderr_logger(data, message);
+  const char* const pipe = std::getenv("REPORTER_TROUBLE");
+  if (pipe == nullptr || std::strstr(message, "cannot deliver") == nullptr) return;
+  close(open(pipe, O_WRONLY | O_CLOEXEC));
+}
+
+/// Has OpenSSL tear itself down in an exit handler that is older than the module.
+void useOpenSslFirst() {
+  void* const library = dlopen("libcrypto.so.3", RTLD_NOW);
+  void* const function = library != nullptr ? dlsym(library, "OPENSSL_init_crypto") : nullptr;
+  if (function == nullptr) std::abort();
+  constexpr uint64_t kLoadErrorTexts = 2;
+  reinterpret_cast<int (*)(uint64_t, const void*)>(function)(kLoadErrorTexts, nullptr);
+}
+
+void reportAndExit() { reportAll(); }
+
+void reportAndStay() {
+  reportAll();
+  waitForPipe();
+}
+
+/// The rest comes when the first part has been sent already.
+void reportTwice() {
+  reportAndStay();
+  reportMore();
+}
+
+void reportAndEndAbruptly() {
+  reportAndStay();
+  _exit(0);
+}
+
+/// Says which signals the module's thread does not take.
+void reportAndShowSignals() {
+  reportAll();
+  std::string output;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream status(task.path() / "status");
+    std::string text((std::istreambuf_iterator<char>(status)), {});
+    if (text.find("Name:\totlp-export\n") == std::string::npos) continue;
+    output = text.substr(text.find("SigBlk:"));
+    output.erase(output.find('\n'));
+  }
+  std::printf("%s\n", output.c_str());
+}
+
+void createOnly() { handler(); }
+
+void reportAndFork() {
+  reportAll();
+  const pid_t child = fork();
+  if (child == 0) std::exit(0);
+  int status = 0;
+  if (waitpid(child, &status, 0) != child || status != 0) std::abort();
+}
+
+void reportAndForkToReport() {
+  reportAll();
+  const pid_t child = fork();
+  if (child == 0) {
+    reportMore();
+    std::exit(0);
+  }
+  int status = 0;
+  if (waitpid(child, &status, 0) != child || status != 0) std::abort();
+}
+
+/// Exits while another thread goes on reporting.
+void reportWhileExiting() {
+  reportAll();
+  static std::atomic<bool> flows{false};
+  std::thread([] {
+    for (int number = count;; ++number) {
+      report(number);
+      flows = true;
+    }
+  }).detach();
+  while (!flows) std::this_thread::yield();
+}
+
+void reportInHandler(const char* way) {
+  if (std::strcmp(way_name, way) == 0) reportMore();
+}
+
+void reportLateAfterOpenSsl() {
+  useOpenSslFirst();
+  reportAll();
+}
+
+/// As the library: its exit handler was registered before the module was there.
+void reportLate() { reportAll(); }
+
+// Called before any library is initialised, so what it registers is called when all are finalised.
+using Initialiser = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first = [](int, char**,
+                                                                                    char**) {
+  on_exit([](int, void*) { reportInHandler("after-everything"); }, nullptr);
+};
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  const std::map<std::string, void (*)()> ways = {
+      {"exit", reportAndExit},
+      {"stay", reportAndStay},
+      {"twice", reportTwice},
+      {"abrupt", reportAndEndAbruptly},
+      {"signals", reportAndShowSignals},
+      {"create", createOnly},
+      {"late", reportLate},
+      {"late-after-openssl", reportLateAfterOpenSsl},
+      {"late-only", createOnly},
+      {"load-late", [] {}},
+      {"after-everything", reportLate},
+      {"stay-late", reportAndStay},
+      {"fork", reportAndFork},
+      {"fork-to-report", reportAndForkToReport},
+      {"flow", reportWhileExiting},
+  };
+  const auto way = argc == 3 || argc == 4 ? ways.find(argv[1]) : ways.end();
+  if (way == ways.end()) {
+    std::fprintf(stderr, "usage: %s WAY COUNT [LATE_COUNT]\n", argv[0]);
+    return 2;
+  }
+  way_name = argv[1];
+  count = std::atoi(argv[2]);
+  late_count = argc == 4 ? std::atoi(argv[3]) : count;
+  __android_log_set_logger(tellOfTrouble);
+  std::atexit([] {
+    for (const char* late : {"late", "late-after-openssl", "late-only", "load-late", "stay-late"})
+      reportInHandler(late);
+  });
+  way->second();
+  return 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 1;
+}

@@ -1,0 +1,71 @@
+"""Runs the test receiver and reads what it received."""
+
+import json
+import os
+import pathlib
+import subprocess
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+
+
+def protocol(installation):
+    """Where the receiver keeps its copy of the protocol's .proto files."""
+    return packages(installation) / "@elastic" / "mockotlpserver"
+
+
+def packages(installation):
+    return pathlib.Path(installation).resolve() / "node_modules"
+
+
+class Receiver:
+    """Listens within a `with` statement; what came can be read after it as well."""
+
+    def __init__(self, installation):
+        self.packages = packages(installation)
+        self.directory = tempfile.TemporaryDirectory()
+        self.kept = {}
+
+    def __enter__(self):
+        self.process = subprocess.Popen(
+            ["node", HERE / "receiver.js", self.directory.name],
+            env=dict(os.environ, NODE_PATH=str(self.packages)), text=True,
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.url = self.process.stdout.readline().strip()
+        if not self.url:
+            raise RuntimeError("the receiver did not start")
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.status = self.process.wait()
+        self.process.stdout.close()
+        self.kept = {name: self.lines(name) for name in ("bodies.jsonl", "logs.jsonl")}
+        self.directory.cleanup()
+
+    def environment(self, **variables):
+        """For a program that is to send here."""
+        ours = {k: v for k, v in os.environ.items()
+                if not k.startswith("OTEL_") and not k.lower().endswith("_proxy")}
+        return dict(ours, OTEL_EXPORTER_OTLP_ENDPOINT=self.url, **variables)
+
+    def lines(self, name):
+        if name in self.kept:
+            return self.kept[name]
+        text = (pathlib.Path(self.directory.name) / name).read_text()
+        # The last line may be under way still.
+        return text[:text.rfind("\n") + 1].splitlines()
+
+    def bodies(self):
+        """Every body as it came."""
+        return self.lines("bodies.jsonl")
+
+    def logs(self):
+        """What the receiver made of each body: attributes are plain members there."""
+        return [json.loads(line) for line in self.lines("logs.jsonl")]
+
+    def records(self):
+        """Every record with the resource it came from."""
+        return [(resource["resource"]["attributes"], record)
+                for logs in self.logs() for resource in logs["resourceLogs"]
+                for scope in resource["scopeLogs"] for record in scope["logRecords"]]

@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""Runs the rendering service as three hosts would, and shows what arrives at one receiver.
+
+Usage: show_fleet.py INSTALLATION BUILD
+"""
+
+import collections
+import glob
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+from receiver import Receiver
+
+HOSTS = ("lab-1", "lab-2", "lab-3")
+SOUNDS = sorted(glob.glob("/usr/share/sounds/alsa/*.wav"))
+COLUMNS = "{:10} {:24} {:8} {:>7} {:>9}"
+FEW = 3
+
+
+def start(host, sounds, build, receiver, directory):
+    """Each host gets other sounds, and one file that is missing."""
+    environment = receiver.environment(
+        LD_LIBRARY_PATH=str(build / "lib" / "tamsa" / "otlp"),
+        RENDER_SERVICE_SUMMARY=f"{directory}/{host}.json",
+        OTEL_SERVICE_NAME="render_service",
+        OTEL_RESOURCE_ATTRIBUTES=f"host.name={host},deployment.environment.name=demo")
+    command = [build / "examples" / "render_service", "--quiet", "-o", f"{directory}/{host}.wav",
+               *sounds, f"{directory}/missing.wav"]
+    return subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL)
+
+
+def reports_made(host, directory):
+    return json.loads(pathlib.Path(f"{directory}/{host}.json").read_text())["reports"]
+
+
+def print_summary(records):
+    rows = collections.defaultdict(lambda: [0, 0])
+    for resource, record in records:
+        attributes = record["attributes"]
+        name = attributes["event.name"] or "(audio latency)"
+        row = rows[resource["host.name"], name, record["severityText"]]
+        row[0] += 1
+        row[1] += int(attributes["aggregated_count"])
+    print(COLUMNS.format("host", "event", "severity", "records", "reports"))
+    for key, counts in sorted(rows.items()):
+        print(COLUMNS.format(*key, *counts))
+    print(COLUMNS.format("", "", "", len(records), sum(c[1] for c in rows.values())))
+
+
+def main():
+    installation, build = sys.argv[1], pathlib.Path(sys.argv[2]).resolve()
+    with tempfile.TemporaryDirectory() as directory, Receiver(installation) as receiver:
+        services = [start(host, SOUNDS[i::len(HOSTS)], build, receiver, directory)
+                    for i, host in enumerate(HOSTS)]
+        for service in services:
+            service.wait()
+        made = sum(reports_made(host, directory) for host in HOSTS)
+    records = receiver.records()
+    print(f"{len(receiver.bodies())} requests arrived:\n")
+    print_summary(records)
+    arrived = sum(int(record["attributes"]["aggregated_count"]) for _, record in records)
+    print(f"\n{made:,} reports were made, and {arrived:,} are accounted for.")
+    worst_first = sorted(records, key=lambda r: -r[1]["severityNumber"])
+    print("\nA few of the records, the worst first:")
+    for resource, record in worst_first[:FEW]:
+        print(json.dumps({"host.name": resource["host.name"], **record}, indent=2))
+    if arrived != made:
+        sys.exit("not everything arrived")
+
+
+if __name__ == "__main__":
+    main()

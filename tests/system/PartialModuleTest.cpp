@@ -1,0 +1,50 @@
+// Programs whose telemetry module lacks one of its functions.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "RunProgram.h"
+
+namespace {
+
+using kiv_test::ProgramResult;
+using testing::HasSubstr;
+using testing::Not;
+
+/// Runs a program that reports every kind, with the module in the given directory.
+ProgramResult reportEveryKindTo(const std::string& module) {
+  const ProgramResult result =
+      kiv_test::runProgram({EXIT_PROGRAM, "every-kind"},
+                           {{"LD_LIBRARY_PATH", std::string(PARTIAL_MODULES_DIR) + "/" + module}});
+  EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
+  return result;
+}
+
+size_t count(const std::string& text, const std::string& part) {
+  size_t found = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+  return found;
+}
+
+TEST(PartialModule, WithoutTheFunctionThatCreatesHandlersNothingIsSubmitted) {
+  const std::string err = reportEveryKindTo("LACKS_CREATE_HANDLER").err;
+  EXPECT_THAT(err, HasSubstr("TAMSA loading module 'libtamsa.nebrik.so'"));
+  EXPECT_THAT(err, Not(HasSubstr("not found")));
+  EXPECT_THAT(err, Not(HasSubstr("reported")));
+  EXPECT_THAT(err, Not(HasSubstr("destroyed")));
+}
+
+TEST(PartialModule, WithoutTheFunctionThatDestroysHandlersEverythingIsSubmitted) {
+  const std::string err = reportEveryKindTo("LACKS_DESTROY_HANDLER").err;
+  EXPECT_EQ(count(err, "reported"), 6u) << err;
+  EXPECT_EQ(count(err, "destroyed an event"), 6u) << err;
+}
+
+TEST(PartialModule, WithoutTheFunctionThatDestroysEventsEverythingIsSubmitted) {
+  const std::string err = reportEveryKindTo("LACKS_DESTROY_EVENT").err;
+  EXPECT_EQ(count(err, "reported"), 6u) << err;
+  EXPECT_EQ(count(err, "destroyed a handler"), 6u) << err;
+}
+
+}  // namespace
