@@ -33,7 +33,8 @@ struct TableKey {
 
 /// What is hashed of a session. Of a random identifier, so much is as good as all of it.
 inline std::string_view hashedPart(const KivSessionId& session) {
-  return std::string_view(session.id()).substr(0, 16);
+  const std::string_view id = session.id();
+  return id.substr(0, 16);
 }
 
 /// What one number takes in a part of numbers.
