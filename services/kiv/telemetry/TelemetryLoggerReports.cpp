@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "PackedTexts.h"
-#include "Spare.h"
 #include "StreamDescription.h"
+#include "aggregation/ReportKinds.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace android::kiv {
@@ -41,9 +41,11 @@ void TelemetryLogger::handOver(std::function<void()> task) {
   }
 }
 
-template <typename Event>
-void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const Event& event) {
-  manager.add(event);
+template <typename Event, typename MakeEvent>
+void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const TableKey& key,
+                           NumericAggregationType method, float sample,
+                           const MakeEvent& make_event) {
+  if (!manager.addKey(key, method, sample)) manager.add(make_event());
   if (submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE) manager.flush();
 }
 
@@ -59,16 +61,11 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
     return;
   }
   writeErrorLine(kiv_class, api, error_code);
-  const size_t size = error_code.size() + api.size() + kiv_class.size() + logger_name_.size();
-  const Spare<KivErrorCodeEvent> record(size, [&] {
-    return KivErrorCodeEvent{session_id_, {}, {}, {}, severity};
-  });
-  record->session_id = session_id_;
-  record->api = api;
-  record->kiv_class = kiv_class.empty() ? logger_name_ : kiv_class;
-  record->error_code = error_code;
-  record->severity = severity;
-  take(*error_code_manager_, *record);
+  const std::string& reporting_class = kiv_class.empty() ? logger_name_ : kiv_class;
+  take(*error_code_manager_, ErrorCodeKey(session_id_, api, reporting_class, error_code, severity),
+       NumericAggregationType::COUNT, 1, [&] {
+         return KivErrorCodeEvent{session_id_, api, reporting_class, error_code, severity};
+       });
 }
 
 void TelemetryLogger::logKivErrorCode(KivError error, const std::string& api,
@@ -107,8 +104,9 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
     });
     return;
   }
-  take(*stream_event_manager_,
-       makeStreamRecord<KivStreamEvent>(session_id_, pcm_info, stream_type, event));
+  take(*stream_event_manager_, StreamEventKey(session_id_, pcm_info, stream_type, event),
+       NumericAggregationType::COUNT, 1,
+       [&] { return makeStreamRecord<KivStreamEvent>(session_id_, pcm_info, stream_type, event); });
 }
 
 void TelemetryLogger::logAudioLatency(const ::kiv::KivPcmInfo& pcm_info,
@@ -135,8 +133,11 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
                            latency);
     return;
   }
-  take(*audio_latency_manager_,
-       makeStreamRecord<KivAudioLatencyEvent>(session_id_, pcm_info, stream_type, latency));
+  take(*audio_latency_manager_, AudioLatencyKey(session_id_, pcm_info, stream_type),
+       NumericAggregationType::AVG, static_cast<float>(static_cast<uint32_t>(latency.count())),
+       [&] {
+         return makeStreamRecord<KivAudioLatencyEvent>(session_id_, pcm_info, stream_type, latency);
+       });
 }
 
 template <typename T>
@@ -159,8 +160,17 @@ void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
     }
     return;
   }
-  take(*manager, KivGenericEvent<T>{
-                     {session_id_, std::string(prefix).append(name), aggregation_type}, value});
+  const std::string full_name = std::string(prefix).append(name);
+  const auto make_event = [&] {
+    return KivGenericEvent<T>{{session_id_, full_name, aggregation_type}, value};
+  };
+  if constexpr (std::is_same_v<T, std::string>) {
+    take(*manager, GenericStringKey(session_id_, full_name, aggregation_type, value),
+         NumericAggregationType::COUNT, 1, make_event);
+  } else {
+    take(*manager, GenericKey(session_id_, full_name, aggregation_type), aggregation_type,
+         static_cast<float>(value), make_event);
+  }
 }
 
 template void TelemetryLogger::takeKivEvent<long long>(const Manager<KivGenericEvent<long long>>&,

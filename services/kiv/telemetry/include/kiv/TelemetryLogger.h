@@ -213,8 +213,9 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
 
   /// Takes a report into its window, which in `LOCKING_IMMEDIATE` is submitted at once.
-  template <typename Event>
-  KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const Event& event);
+  template <typename Event, typename MakeEvent>
+  KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const TableKey& key,
+                       NumericAggregationType method, float sample, const MakeEvent& make_event);
 
   /// Reports a value under the name `prefix` + `name`.
   template <typename T>
