@@ -56,7 +56,8 @@ void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::flush(std::chrono::system_clock::time_point start,
                                                  std::chrono::system_clock::time_point end) {
-  Entries next = submitWindow(start, end);
+  Entries next;
+  submitWindow(start, end, next);
   this->reset();
   aggregated_data_.merge(next);
 }
@@ -102,15 +103,15 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
-  Entries next = submitWindow(start, end);
+  Entries next;
+  submitWindow(start, end, next);
   aggregated_data_.merge(next);
 }
 
 template <typename Event, typename Key, typename Value>
-typename KivBaseAggregator<Event, Key, Value>::Entries
-KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::time_point start,
-                                                   std::chrono::system_clock::time_point end) {
-  Entries next;
+void KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::time_point start,
+                                                        std::chrono::system_clock::time_point end,
+                                                        Entries& next) {
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -124,14 +125,18 @@ KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_clock::ti
 
     const auto& handler = getUnifiedTelemetryHandler();
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
-    if (handler == nullptr) break;
+    if (handler == nullptr) return;
     // The module may report in turn, and even have this aggregator flushed, while it takes the
     // event. That belongs to the next window and must not touch the table that is walked here.
-    aggregated_data_.swap(next);
+    swapWith(next);
     submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
-    aggregated_data_.swap(next);
+    swapWith(next);
   }
-  return next;
+}
+
+template <typename Event, typename Key, typename Value>
+void KivBaseAggregator<Event, Key, Value>::swapWith(Entries& entries) {
+  aggregated_data_.swap(entries);
 }
 
 template <typename Event, typename Key, typename Value>

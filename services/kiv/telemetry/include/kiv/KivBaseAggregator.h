@@ -115,9 +115,12 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
 
  private:
-  /// What `submitEvents` does. Returns what the module had added meanwhile.
-  KIV_HIDDEN Entries submitWindow(std::chrono::system_clock::time_point start,
-                                  std::chrono::system_clock::time_point end);
+  /// What `submitEvents` does. Adds to `next` what the module reports meanwhile.
+  KIV_HIDDEN void submitWindow(std::chrono::system_clock::time_point start,
+                               std::chrono::system_clock::time_point end, Entries& next);
+
+  // Not inline, because then the library would hold it many times.
+  __attribute__((noinline)) KIV_HIDDEN void swapWith(Entries& entries);
 };
 
 /// Base of the aggregators that count equal reports: the report is its own key.
