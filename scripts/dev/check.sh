@@ -1,0 +1,145 @@
+# Part of ./dev: what a change has to pass besides the suite.
+# shellcheck shell=bash
+
+check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14
+  libc++-14-dev libc++abi-14-dev valgrind shellcheck alsa-utils git)
+otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
+# What the library may weigh on the device, stripped, and what it may depend on there.
+library_budget=131072
+library_needs=(libkivcommon.so liblog.so.0 libuuid.so.1
+  libc++.so.1 libc++abi.so.1 libgcc_s.so.1 libc.so.6 libm.so.6 ld-linux.so.3)
+# Android's build system, and a compiler, a linker and C headers for its processor.
+android_packages=(golang-go golang-github-google-blueprint-dev golang-android-soong-dev
+  golang-github-golang-protobuf-1-3-dev clang-16 lld-16 libc++-14-dev libc6-dev-armel-cross)
+
+check_format() {
+  say "Checking the format of $(sources | wc -l) sources"
+  sources | xargs clang-format-14 --dry-run --Werror
+  git grep -lI '^#!/usr/bin/env bash' | xargs shellcheck -x
+}
+
+# $1: which sources, as a pattern.
+run_tidy() {
+  configure clang-libcxx
+  say "Checking with clang-tidy"
+  git ls-files '*.cpp' | grep -E "$1" | grep -Ev '^tests/package/' |
+    xargs -P "$(nproc)" -n 2 clang-tidy-14 --quiet -p build/clang-libcxx 2>/dev/null
+}
+
+check_tidy() { run_tidy '^(services|tamsa|modules|platform|examples)/'; }
+
+check_tidy-tests() { run_tidy '^tests/'; }
+
+check_valgrind() {
+  build dev render_service tamsa_jsonl
+  say "Checking the demo with valgrind"
+  local work
+  work=$(mktemp -d)
+  LD_LIBRARY_PATH=build/dev/lib/tamsa/jsonl TAMSA_JSONL_PATH=$work/events.jsonl \
+    valgrind --quiet --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite \
+    build/dev/examples/render_service --quiet -o "$work/binaural.wav" \
+    /usr/share/sounds/alsa/Front_Left.wav "$work/missing.wav"
+  rm -rf "$work"
+}
+
+check_otlp() {
+  need "${otlp_packages[@]}"
+  need_receiver
+  build dev otlp_reporter exit_program
+  say "Checking the module for collectors with a receiver that is not ours"
+  tests/modules/otlp/receiver/check_receiver.py build/otlp-receiver \
+    build/dev/tests/modules/otlp/otlp_reporter build/dev/tests/system/exit_program \
+    build/dev/lib/tamsa/otlp
+}
+
+# The names of a preset's tests, but for those of what is not built for the device.
+test_names() {
+  ctest --preset "$1" -LE '^host$' --show-only | sed -n 's/^ *Test *#[0-9]*: //p' | sort
+}
+
+# Describes what clients can see of a library: types, layouts, virtual operations. $1: its room.
+describe_abi() {
+  abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-parameter-names \
+    --exported-interfaces-only --drop-private-types --type-id-style hash \
+    --headers-dir services/kiv/common/include --headers-dir services/kiv/telemetry/include \
+    --headers-dir platform/host "build/armv7/services/kiv/$1/libkiv$1.so" |
+    sed "s|path='$PWD/|path='|"
+}
+
+check_armv7() {
+  test_preset armv7
+  say "Comparing the device's tests with the host's"
+  build dev
+  diff <(test_names dev) <(test_names armv7)
+  echo "All $(test_names armv7 | wc -l) are the same."
+  say "Comparing with the recorded binary interface"
+  local room
+  for room in common telemetry; do
+    describe_abi "$room" >"build/armv7/kiv$room.abi"
+    abidiff --harmless "tests/device/kiv$room.abi" "build/armv7/kiv$room.abi"
+    echo "libkiv$room.so: no difference"
+  done
+  say "Checking what the library asks of the device"
+  tests/device/check-library build/armv7/services/kiv/telemetry/libkivtelemetry.so \
+    "$library_budget" "${library_needs[@]}"
+}
+
+check_android() {
+  need "${android_packages[@]}"
+  say "Checking the Android build"
+  configure dev
+  tests/device/check-blueprints build/dev/compile_commands.json build/device
+  tests/device/check-android-build build/dev/compile_commands.json build/device
+}
+
+# What is most at stake, under both sanitizers, each program in one go: minutes less than the whole
+# suite, which the steps asan and tsan run.
+check_sanitize() {
+  local preset program
+  for preset in asan tsan; do
+    build "$preset" common_test tamsa_test telemetry_test
+    for program in common/common_test tamsa/tamsa_test telemetry/telemetry_test; do
+      say "Testing: preset $preset, ${program#*/}"
+      TSAN_OPTIONS=halt_on_error=1 "build/$preset/tests/$program" --gtest_brief=1 2>/dev/null
+    done
+  done
+}
+
+cmd_check() {
+  need "${check_packages[@]}"
+  local step
+  local steps=("${@:-all}")
+  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize valgrind counts otlp armv7)
+  for step in "${steps[@]}"; do
+    if declare -F "check_$step" >/dev/null; then
+      "check_$step"
+    else
+      test_preset "$step"
+    fi
+  done
+}
+
+# What is found gathers in build/fuzz/corpus, from where the next run goes on.
+cmd_fuzz() {
+  need "${check_packages[@]}"
+  build fuzz model_fuzzer
+  say "Fuzzing for ${1:-60} seconds"
+  mkdir -p build/fuzz/corpus
+  build/fuzz/tests/model/model_fuzzer -max_total_time="${1:-60}" -max_len=1024 -len_control=0 \
+    -timeout=60 -verbosity=0 -print_final_stats=1 -artifact_prefix=build/fuzz/ \
+    build/fuzz/corpus tests/model/corpus
+}
+
+cmd_abi() {
+  need "${check_packages[@]}"
+  local preset room
+  for preset in dev:libstdc++ clang-libcxx:libc++ armv7:armv7; do
+    build "${preset%:*}" kivcommon kivtelemetry
+    for room in common telemetry; do
+      tests/system/list-exports "build/${preset%:*}/services/kiv/$room/libkiv$room.so" \
+        >"tests/system/exports/${preset#*:}/kiv$room.txt"
+    done
+  done
+  for room in common telemetry; do describe_abi "$room" >"tests/device/kiv$room.abi"; done
+  git --no-pager diff --stat -- tests/system/exports tests/device
+}
