@@ -9,6 +9,6 @@ using android::kiv::TaskRunnerThread;
 LibraryLogger::LibraryLogger(android::kiv::TelemetrySubmissionModel model)
     : thread(TaskRunnerThread::create(std::chrono::hours(1))),
       runner(thread),
-      logger(makeOwnLogger(makeSession(), "SpatialAudioSink", thread, model)) {}
+      logger(makeOwnLogger(makeSession(), kName, thread, model)) {}
 
 }  // namespace kiv_bench

@@ -11,6 +11,8 @@ namespace kiv_bench {
 
 class LibraryLogger {
  public:
+  static constexpr const char* kName = "SpatialAudioSink";
+
   explicit LibraryLogger(android::kiv::TelemetrySubmissionModel model);
 
   void report(const Report& report) {

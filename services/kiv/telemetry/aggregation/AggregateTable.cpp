@@ -8,14 +8,20 @@
 
 namespace android::kiv {
 
-AggregateTable::Aggregate& AggregateTable::find(const TableKey& key, uint32_t hash) {
+AggregateTable::Aggregate& AggregateTable::find(const TableKey& key) {
+  // What goes wrong goes wrong many times in a row.
+  if (last_found_ == nullptr || !isOf(*last_found_, key)) last_found_ = &findEntry(key, key.hash());
+  return last_found_->aggregate;
+}
+
+AggregateTable::Entry& AggregateTable::findEntry(const TableKey& key, uint32_t hash) {
   const void*& known = index_.find(
       hash, [&key](const void* item) { return isOf(*static_cast<const Entry*>(item), key); });
-  if (known != nullptr) return const_cast<Entry*>(static_cast<const Entry*>(known))->aggregate;
+  if (known != nullptr) return *const_cast<Entry*>(static_cast<const Entry*>(known));
   Entry* const entry = makeEntry(key);
   known = entry;
   order_.insert(entry);
-  return entry->aggregate;
+  return *entry;
 }
 
 void AggregateTable::clear() {
@@ -25,6 +31,7 @@ void AggregateTable::clear() {
   sessions_.clear();
   entries_.clear();
   has_nul_ = false;
+  last_found_ = nullptr;
 }
 
 AggregateTable::EntryKey::EntryKey(const Entry& entry, size_t key_size)

@@ -29,8 +29,8 @@ class AggregateTable {
   bool empty() const { return order_.empty(); }
 
   /// The aggregate of `key`, which starts at zero. `hash` is that of the key.
-  Aggregate& find(const TableKey& key, uint32_t hash);
-  Aggregate& find(const TableKey& key) { return find(key, key.hash()); }
+  Aggregate& find(const TableKey& key, uint32_t hash) { return findEntry(key, hash).aggregate; }
+  Aggregate& find(const TableKey& key);
 
   /// Calls `visit(const TableKey&, const Aggregate&)` for every entry in key order. Equal sessions
   /// are one object there, and parts have a NUL behind them.
@@ -67,11 +67,13 @@ class AggregateTable {
     const AggregateTable* table;
   };
 
+  Entry& findEntry(const TableKey& key, uint32_t hash);
   static bool isOf(const Entry& entry, const TableKey& key);
   Entry* makeEntry(const TableKey& key);
   const KivSessionId* findSession(const KivSessionId& session);
 
   const size_t key_size_;
+  Entry* last_found_ = nullptr;
   bool has_nul_ = false;  ///< Whether a part contains a NUL.
   std::set<Entry*, Less> order_;
   HashIndex index_;
