@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Draws the rows of a benchmark as SVG files, one per measure.
+"""Shows the rows of a benchmark on a page, with a drawing (SVG) per measure.
 
-Each row is a dot at its ratio, library to peer, on a logarithmic axis, with a line over the rounds'
+In a drawing, each row is a dot at its ratio, library to peer, on a logarithmic axis, with a line over the rounds'
 spread and an upright mark at its aim.
 """
 
@@ -21,6 +21,15 @@ matplotlib.rcParams["font.size"] = 9
 
 import matplotlib.pyplot as plt
 from matplotlib.ticker import LogLocator, NullLocator
+
+INTRODUCTION = """\
+# Measured
+
+The library and its peers, side by side on a machine with two processors: the ratio of the medians,
+library to peer, and the lowest and the highest of a single round. What the measures are, and how
+they are taken, is told in [`bench/README.md`](../../bench/README.md). `./dev bench` measures,
+`./dev draw` makes this page of it.
+"""
 
 MET, NOT_MET, NO_AIM = "tab:green", "tab:red", "tab:gray"
 
@@ -56,6 +65,15 @@ def draw(measure, rows, path):
     plt.close(figure)
 
 
+def table(rows):
+    lines = ["| setting | peer | ratio | rounds | aim | |", "| --- | --- | --- | --- | --- | --- |"]
+    for row in rows:
+        met = {None: "", True: "met", False: "**not met**"}[row["met"]]
+        lines.append(f"| {row['setting']} | {row['peer']} | {row['ratio']:.3g} | "
+                     f"{row['min']:.3g} to {row['max']:.3g} | {row['aim'] or ''} | {met} |")
+    return lines
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("rows", type=pathlib.Path, help="what the benchmark wrote with --json")
@@ -64,9 +82,13 @@ def main():
 
     rows = json.loads(arguments.rows.read_text(encoding="utf-8"))
     arguments.directory.mkdir(parents=True, exist_ok=True)
+    page = [INTRODUCTION]
     for measure, group in itertools.groupby(rows, key=lambda row: row["measure"]):
+        of_measure = list(group)
         name = re.sub(r"[^a-z0-9]+", "_", measure.lower()).strip("_")
-        draw(measure, list(group), arguments.directory / f"{name}.svg")
+        draw(measure, of_measure, arguments.directory / f"{name}.svg")
+        page += [f"## {measure}", "", f"![{measure}]({name}.svg)", "", *table(of_measure), ""]
+    (arguments.directory / "README.md").write_text("\n".join(page), encoding="utf-8")
 
 
 if __name__ == "__main__":
