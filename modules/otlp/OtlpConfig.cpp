@@ -56,7 +56,8 @@ class Reader {
 
   OtlpConfig read(const Attributes& process) {
     OtlpConfig config;
-    config.is_disabled = readDisabled();
+    const bool is_unwanted = readNoExporter();
+    config.is_disabled = readDisabled() || is_unwanted;
     config.url = readUrl();
     config.headers = readHeaders();
     config.request_timeout =
@@ -115,6 +116,16 @@ class Reader {
     if (!value) return false;
     if (equalsIgnoringCase(*value, "true")) return true;
     if (!equalsIgnoringCase(*value, "false")) warn(kName, "is neither true nor false: ignored");
+    return false;
+  }
+
+  /// Whether the one who chooses exporters wants none of them.
+  bool readNoExporter() {
+    constexpr char kName[] = "OTEL_LOGS_EXPORTER";
+    const auto value = get(kName);
+    if (!value || equalsIgnoringCase(*value, "otlp")) return false;
+    if (equalsIgnoringCase(*value, "none")) return true;
+    warn(kName, "is neither otlp nor none: ignored");
     return false;
   }
 

@@ -64,6 +64,7 @@ TEST_F(OtlpConfigTest, TakesAnEmptyVariableForOneThatIsNotSet) {
                                   {"OTEL_EXPORTER_OTLP_TIMEOUT", ""},
                                   {"OTEL_EXPORTER_OTLP_COMPRESSION", ""},
                                   {"OTEL_SDK_DISABLED", ""},
+                                  {"OTEL_LOGS_EXPORTER", ""},
                                   {"OTEL_SERVICE_NAME", ""},
                                   {"OTEL_BLRP_MAX_QUEUE_SIZE", ""}});
   EXPECT_EQ(config.url, "http://localhost:4318/v1/logs");
@@ -221,14 +222,26 @@ TEST_F(OtlpChoices, OfNoExportAtAll) {
   EXPECT_THAT(warnings_, IsEmpty());
 }
 
+TEST_F(OtlpChoices, OfNoExporterForLogs) {
+  EXPECT_TRUE(read({{"OTEL_LOGS_EXPORTER", "none"}}).is_disabled);
+  EXPECT_FALSE(read({{"OTEL_LOGS_EXPORTER", "otlp"}}).is_disabled);
+  EXPECT_THAT(warnings_, IsEmpty());
+}
+
+TEST_F(OtlpChoices, OfAnotherExporterAreWarnedOfAndIgnored) {
+  EXPECT_FALSE(read({{"OTEL_LOGS_EXPORTER", "console"}}).is_disabled);
+  EXPECT_THAT(warnings_, ElementsAre(StartsWith("OTEL_LOGS_EXPORTER ")));
+}
+
 TEST_F(OtlpChoices, OfCertificates) {
   const OtlpConfig config = read({{"OTEL_EXPORTER_OTLP_CERTIFICATE", "/ca"},
                                   {"OTEL_EXPORTER_OTLP_LOGS_CERTIFICATE", "/logs-ca"},
                                   {"OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE", "/client"},
-                                  {"OTEL_EXPORTER_OTLP_CLIENT_KEY", "/key"}});
+                                  {"OTEL_EXPORTER_OTLP_CLIENT_KEY", "/key"},
+                                  {"OTEL_EXPORTER_OTLP_LOGS_CLIENT_KEY", "/logs-key"}});
   EXPECT_EQ(config.certificate_file, "/logs-ca");
   EXPECT_EQ(config.client_certificate_file, "/client");
-  EXPECT_EQ(config.client_key_file, "/key");
+  EXPECT_EQ(config.client_key_file, "/logs-key");
 }
 
 std::string text(const OtlpConfig& config, const char* name) {

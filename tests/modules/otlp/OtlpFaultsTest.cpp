@@ -120,6 +120,18 @@ TEST_F(OtlpFaults, AnswersThatDoNotComeInTimeAreTriedAgain) {
   EXPECT_EQ(dropped(result), 0);
 }
 
+TEST_F(OtlpFaults, AnswersThatComeByteAfterByteAreReadToTheirEnd) {
+  std::string bytes = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  for (const char byte : std::string(R"({"partialSuccess":{"rejectedLogRecords":"1"}})")) {
+    bytes += std::string("1\r\n") + byte + "\r\n";
+  }
+  FaultServer server({{bytes + "0\r\n\r\n"}});
+  const ProgramResult result = report(server.url(), 100);
+  print("200, byte after byte, 1 rejected", 100, result, server);
+  EXPECT_THAT(server.requests(), SizeIs(1));
+  EXPECT_EQ(dropped(result), 1);
+}
+
 TEST_F(OtlpFaults, AnswersThatNeverComeDoNotHoldTheProcess) {
   FaultServer server(std::deque<Reaction>(10, {"", Then::HANG}));
   const ProgramResult result = report(server.url(), 100);

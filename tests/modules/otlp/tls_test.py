@@ -15,16 +15,24 @@ REPORTER = sys.argv.pop(1)
 
 
 class Receiver(http.server.ThreadingHTTPServer):
-    """Notes the numbers of the events that arrive."""
+    """Notes the numbers of the events that arrive, and counts the connections that are tried."""
 
-    def __init__(self, certificate):
+    def __init__(self, certificate, clients=None):
         super().__init__(("127.0.0.1", 0), Handler)
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate)
+        if clients:
+            context.verify_mode = ssl.CERT_REQUIRED
+            context.load_verify_locations(clients)
         self.socket = context.wrap_socket(self.socket, server_side=True)
         self.numbers = []
+        self.connections = 0
         self.url = f"https://127.0.0.1:{self.server_port}"
         threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def get_request(self):
+        self.connections += 1
+        return super().get_request()
 
     def handle_error(self, request, client_address):
         pass  # Handshakes fail here because they have to.
@@ -52,16 +60,20 @@ class TlsTest(unittest.TestCase):
     def setUpClass(cls):
         cls.directory = tempfile.TemporaryDirectory()
         cls.certificate = cls.make_certificate("mine.pem", "IP:127.0.0.1")
+        cls.client = cls.make_certificate("client.pem", "DNS:client")
+        cls.stranger = cls.make_certificate("stranger.pem", "DNS:stranger")
 
     @classmethod
     def make_certificate(cls, name, subject):
+        """A file of both key and certificate; each stands in one of its own as well."""
         path = os.path.join(cls.directory.name, name)
         subprocess.run(
-            ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=receiver",
-             "-addext", f"subjectAltName={subject}", "-keyout", path, "-out", path + ".crt"],
+            ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}",
+             "-addext", f"subjectAltName={subject}", "-keyout", path + ".key",
+             "-out", path + ".crt"],
             check=True, stderr=subprocess.DEVNULL)
-        with open(path, "a") as both, open(path + ".crt") as certificate:
-            both.write(certificate.read())
+        with open(path, "w") as both, open(path + ".key") as key, open(path + ".crt") as certificate:
+            both.write(key.read() + certificate.read())
         return path
 
     def report(self, receiver, way, **variables):
@@ -96,6 +108,45 @@ class TlsTest(unittest.TestCase):
         receiver = Receiver(self.certificate)
         log = self.report(receiver, "exit", OTEL_EXPORTER_OTLP_CERTIFICATE="/does/not/exist")
         self.assertEqual(receiver.numbers, [])
+        self.assertIn("10 in all", log)
+
+    def report_to_one_who_asks(self, **variables):
+        """Reports to a receiver that wants a certificate; returns it, and the log."""
+        receiver = Receiver(self.certificate, clients=self.client)
+        log = self.report(receiver, "exit", OTEL_EXPORTER_OTLP_CERTIFICATE=self.certificate,
+                          **variables)
+        return receiver, log
+
+    def test_a_receiver_that_asks_for_a_certificate_is_shown_one(self):
+        receiver, log = self.report_to_one_who_asks(
+            OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client + ".crt",
+            OTEL_EXPORTER_OTLP_CLIENT_KEY=self.client + ".key")
+        self.assertEqual(sorted(receiver.numbers), list(range(10)))
+        self.assertEqual(log, "")
+
+    def test_a_certificate_may_have_its_key_in_the_same_file(self):
+        receiver, _ = self.report_to_one_who_asks(
+            OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client)
+        self.assertEqual(sorted(receiver.numbers), list(range(10)))
+
+    def test_a_receiver_that_asks_for_a_certificate_takes_nothing_without(self):
+        receiver, log = self.report_to_one_who_asks()
+        self.assertEqual(receiver.numbers, [])
+        self.assertIn("10 in all", log)
+
+    def test_a_receiver_that_asks_for_a_certificate_takes_nothing_from_a_stranger(self):
+        receiver, log = self.report_to_one_who_asks(
+            OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.stranger)
+        self.assertEqual(receiver.numbers, [])
+        self.assertIn("10 in all", log)
+
+    def test_a_key_that_is_not_the_certificate_s_is_not_tried_again(self):
+        receiver, log = self.report_to_one_who_asks(
+            OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client + ".crt",
+            OTEL_EXPORTER_OTLP_CLIENT_KEY=self.stranger + ".key")
+        self.assertEqual(receiver.numbers, [])
+        self.assertLess(receiver.connections, 2)
+        self.assertIn("Problem with the local SSL certificate", log)
         self.assertIn("10 in all", log)
 
     def test_a_process_that_has_torn_tls_down_loses_only_what_comes_later(self):
