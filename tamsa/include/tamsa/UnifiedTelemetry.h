@@ -36,6 +36,7 @@ namespace v7 {
 /// Setting a field that is already set replaces it.
 class ITelemetryEvent {
  public:
+  /// The version that goes with every event handed to the module's functions.
   static constexpr int64_t kVersion = 7;
 
   /// Takes ownership of an event that `ITelemetryHandler::createEvent` returned.
@@ -45,10 +46,18 @@ class ITelemetryEvent {
   virtual void reserved2() {}
   virtual void reserved3() {}
   virtual void reserved4() {}
+
+  /// Copies both texts; a null value is never passed.
   virtual void setStringField(const char* name, const char* value) = 0;
+
   virtual void reserved6() {}
+
+  /// The value may be infinite, or no number.
   virtual void setFloatField(const char* name, float value) = 0;
+
   virtual void reserved8() {}
+
+  /// Any value of the type.
   virtual void setInt64Field(const char* name, int64_t value) = 0;
 
  protected:
@@ -62,6 +71,7 @@ namespace v9 {
 /// Creates events and takes them back filled.
 class ITelemetryHandler {
  public:
+  /// The version that goes with every handler asked of the module's functions.
   static constexpr int64_t kVersion = 9;
 
   virtual void reserved1() {}

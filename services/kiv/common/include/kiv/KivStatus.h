@@ -17,7 +17,10 @@ class KIV_EXPORT KivStatus {
   /// Implicit, because a `status_t` is what most callees return.
   KivStatus(status_t code = OK) : code_(code) {}  // NOLINT(google-explicit-constructor)
 
+  /// As the platform numbers it.
   status_t code() const { return code_; }
+
+  /// Whether it is success.
   bool ok() const { return code_ == OK; }
 
   /// The platform's text for the code, as `android::statusToString` gives it.
@@ -45,7 +48,10 @@ class KivStatusOr {
   /// A success and its value.
   KivStatusOr(KivStatus status, T value) : status_(status), value_(std::move(value)) {}
 
+  /// The outcome, which tells why there is no value.
   const KivStatus& status() const { return status_; }
+
+  /// Whether there is a value.
   bool ok() const { return status_.ok(); }
 
   /// The held value. Without one the process ends with a fatal log line that names the status.

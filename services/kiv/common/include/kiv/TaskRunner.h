@@ -40,6 +40,7 @@ class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunn
     return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
   }
 
+  /// As `create`, for those who see to the shared pointer themselves.
   explicit TaskRunnerThread(std::chrono::milliseconds start_limit);
 
   /// Runs what is queued, then ends the worker and waits for it. On the worker itself, where a task
@@ -57,8 +58,9 @@ class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunn
   std::thread worker_;
 };
 
-/// A handle for posting to one `TaskRunnerThread`. It does not keep the thread alive, and outlives
-/// it harmlessly. The destructor is its only virtual operation, as clients were built against it.
+/// A handle for posting to one `TaskRunnerThread`; copies post to the same one. It does not keep
+/// the thread alive, and outlives it harmlessly. The destructor is its only virtual operation, as
+/// clients were built against it.
 class KIV_EXPORT TaskRunner {
  public:
   /// Binds to `thread`. A handle bound to no thread, or to one that is gone, fails every post.

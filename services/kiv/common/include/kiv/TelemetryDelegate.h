@@ -44,6 +44,7 @@ class KIV_EXPORT TelemetryHandler {
 /// All operations may be called from any thread.
 class KIV_EXPORT TelemetryDelegate {
  public:
+  /// Makes a handler of the given name. Called on the thread that asks for one.
   using HandlerFactory = std::function<std::unique_ptr<TelemetryHandler>(const std::string& name)>;
 
   /// The one delegate of the process. It is never destroyed.

@@ -15,44 +15,48 @@ namespace android::kiv {
 
 /// One latency sample of a stream.
 struct KIV_EXPORT KivAudioLatencyEvent {
-  KivSessionId session;
-  audio_format_t format;
-  ::kiv::KivStreamType streamType;
-  uint32_t sampleRate;  ///< Frames per second.
-  uint32_t samples;
-  uint32_t channels;
-  bool interleaved;
-  std::chrono::milliseconds latency;
+  KivSessionId session;               ///< Of the logger that reported.
+  audio_format_t format;              ///< Of a sample.
+  ::kiv::KivStreamType streamType;    ///< What the stream carries.
+  uint32_t sampleRate;                ///< Frames per second.
+  uint32_t samples;                   ///< Size of the stream's buffer, in samples.
+  uint32_t channels;                  ///< How many there are.
+  bool interleaved;                   ///< Whether the samples of a frame stand side by side.
+  std::chrono::milliseconds latency;  ///< The sample.
 };
 
 /// The stream configuration whose samples are averaged together.
 struct KIV_EXPORT KivAudioLatencyEventKey {
-  KivSessionId session;
-  audio_format_t format;
-  ::kiv::KivStreamType streamType;
-  uint32_t sampleRate;
-  uint32_t samples;
-  uint32_t channels;
-  bool interleaved;
+  KivSessionId session;             ///< Of the logger that reported.
+  audio_format_t format;            ///< Of a sample.
+  ::kiv::KivStreamType streamType;  ///< What the stream carries.
+  uint32_t sampleRate;              ///< Frames per second.
+  uint32_t samples;                 ///< Size of the stream's buffer, in samples.
+  uint32_t channels;                ///< How many there are.
+  bool interleaved;                 ///< Whether the samples of a frame stand side by side.
 
   /// Lexicographic over all fields, in their order; the stream type is a signed number.
   bool operator<(const KivAudioLatencyEventKey& other) const;
 };
 
-/// The key is finer than what is reported: an event carries neither the average nor the stream's
-/// configuration, only its session and how many samples there were. Not synchronised; see
+/// Averages the samples of each stream. The key is finer than what is reported: an event carries
+/// neither the average nor the stream's configuration, only its session and how many samples there
+/// were. Not synchronised; see
 /// `KivBaseAggregator`.
 class KIV_EXPORT KivAudioLatencyAggregator
     : public KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int> {
  public:
+  /// Combines samples by `aggregation_type`.
   explicit KivAudioLatencyAggregator(NumericAggregationType aggregation_type);
   ~KivAudioLatencyAggregator() override;
 
+  /// All of the event but its latency.
   KivAudioLatencyEventKey getKey(const KivAudioLatencyEvent& event) override;
 
   /// The low 32 bits of the latency, so a negative one comes out as a large positive one.
   unsigned int getValue(const KivAudioLatencyEvent& event) override;
 
+  /// The aggregator's own method, for every event.
   NumericAggregationType getAggregationType(const KivAudioLatencyEvent& event) override;
   void populateMetricValuesForEntry(Entries::iterator entry) override;
   const char* getEventName() const override;
@@ -63,6 +67,7 @@ class KIV_EXPORT KivAudioLatencyAggregator
   const NumericAggregationType aggregation_type_;
 };
 
+/// Its part of the framework.
 using KivAudioLatencyBaseAggregator =
     KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int>;
 template <>

@@ -28,7 +28,7 @@ namespace android::kiv {
 /// is.
 template <typename T>
 struct AggregationData {
-  float value = 0.0F;
+  float value = 0.0F;  ///< What the samples have become.
   uint32_t count = 0;  ///< Samples folded in.
 };
 
@@ -56,6 +56,7 @@ class KIV_EXPORT KivAggregator {
 template <typename Event, typename Key, typename Value>
 class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
  public:
+  /// The aggregates of the open window.
   using Entries = std::map<Key, AggregationData<Value>>;
 
   KivBaseAggregator();
@@ -64,13 +65,23 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   KivBaseAggregator(const KivBaseAggregator&) = delete;
   KivBaseAggregator& operator=(const KivBaseAggregator&) = delete;
 
+  /// Asks the three operations below about the report, and folds it.
   void add(const Event& event) override;
+
+  /// Submits as `submitEvents` does, then calls `reset`.
   void flush(std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end) override;
+
+  /// Empties the table.
   void reset() override;
 
+  /// What makes two reports the same.
   virtual Key getKey(const Event& event) = 0;
+
+  /// What is folded, as a float.
   virtual Value getValue(const Event& event) = 0;
+
+  /// The method by which this report is folded.
   virtual NumericAggregationType getAggregationType(const Event& event) = 0;
 
   /// Stages the fields that describe one entry of the table.
@@ -81,19 +92,28 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
 
   /// Stage one field of the event under construction; the last value for a name and type wins.
   virtual void populateTelemetryField(std::string name, int value);
+
   /// Reported through the `int` form: values from 2^31 on come out negative.
   virtual void populateTelemetryField(std::string name, unsigned int value);
+
+  /// Any 64-bit integer.
   virtual void populateTelemetryField(std::string name, long long value);
+
+  /// A float, sent beside an integer of the same name if there is one.
   virtual void populateTelemetryField(std::string name, float value);
+
+  /// A text, sent up to its first NUL, and beside numbers of the same name if there are any.
   virtual void populateTelemetryField(std::string name, std::string value);
+
   /// Reported as 1 or 0.
   virtual void populateTelemetryField(std::string name, bool value);
 
   // Names of the library's events. Each is defined for the instantiations whose events bear it.
-  static const char kKivErrorCodeEvent[];
-  static const char kKivStreamEvent[];
-  static const char kKivAudioLatencyEvent[];
-  static const char kKivGenericEvent[];
+
+  static const char kKivErrorCodeEvent[];     ///< "wexo_kiv_error_code"
+  static const char kKivStreamEvent[];        ///< "wexo_kiv_stream_event"
+  static const char kKivAudioLatencyEvent[];  ///< The empty text.
+  static const char kKivGenericEvent[];       ///< "wexo_kiv_generic"
 
  protected:
   friend struct DeviceLayout;
@@ -105,13 +125,15 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   /// The module's handler, created on first need; empty while the module gives none.
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler>& getUnifiedTelemetryHandler();
 
-  Entries aggregated_data_;
+  Entries aggregated_data_;  ///< By key, hence in the order in which events are submitted.
 
   // Fields of the event under construction. Members, so that their buckets serve every event.
-  std::unordered_map<std::string, int64_t> int_fields_;
-  std::unordered_map<std::string, float> float_fields_;
-  std::unordered_map<std::string, std::string> string_fields_;
 
+  std::unordered_map<std::string, int64_t> int_fields_;         ///< Set first.
+  std::unordered_map<std::string, float> float_fields_;         ///< Set next.
+  std::unordered_map<std::string, std::string> string_fields_;  ///< Set last.
+
+  /// Empty until there is something to submit, and as long as the module gives none.
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
 
  private:
@@ -127,17 +149,23 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
 template <typename Event>
 class KIV_EXPORT KivCountedAggregator : public KivBaseAggregator<Event, Event, unsigned int> {
  public:
+  /// Combines reports, each of which counts 1, by `aggregation_type`.
   explicit KivCountedAggregator(NumericAggregationType aggregation_type);
   ~KivCountedAggregator() override;
 
+  /// A copy of the event.
   Event getKey(const Event& event) override;
+
+  /// 1, for every event.
   unsigned int getValue(const Event& event) override;
+
+  /// The aggregator's own method, for every event.
   NumericAggregationType getAggregationType(const Event& event) override;
 
  protected:
   friend struct DeviceLayout;
 
-  const NumericAggregationType aggregation_type_;
+  const NumericAggregationType aggregation_type_;  ///< As constructed.
 };
 
 }  // namespace android::kiv

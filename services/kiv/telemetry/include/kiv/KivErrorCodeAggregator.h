@@ -12,19 +12,20 @@ namespace android::kiv {
 
 /// A reported error, and the key under which equal reports are counted.
 struct KIV_EXPORT KivErrorCodeEvent {
-  KivSessionId session_id;
-  std::string api;        ///< The operation in which the error happened.
-  std::string kiv_class;  ///< The reporting class or component.
-  std::string error_code;
-  KivErrorSeverity severity;
+  KivSessionId session_id;    ///< Of the logger that reported.
+  std::string api;            ///< The operation in which the error happened.
+  std::string kiv_class;      ///< The reporting class or component.
+  std::string error_code;     ///< What went wrong, in the form in which it is sent.
+  KivErrorSeverity severity;  ///< In the reporter's judgement.
 
   /// Lexicographic over all fields, in their order; texts bytewise.
   bool operator<(const KivErrorCodeEvent& other) const;
 };
 
-/// Not synchronised; see `KivBaseAggregator`.
+/// Counts equal errors. Not synchronised; see `KivBaseAggregator`.
 class KIV_EXPORT KivErrorCodeAggregator : public KivCountedAggregator<KivErrorCodeEvent> {
  public:
+  /// Combines reports, each of which counts 1, by `aggregation_type`.
   explicit KivErrorCodeAggregator(NumericAggregationType aggregation_type);
   ~KivErrorCodeAggregator() override;
 
@@ -32,6 +33,7 @@ class KIV_EXPORT KivErrorCodeAggregator : public KivCountedAggregator<KivErrorCo
   const char* getEventName() const override;
 };
 
+/// Its part of the framework.
 using KivErrorCodeBaseAggregator =
     KivBaseAggregator<KivErrorCodeEvent, KivErrorCodeEvent, unsigned int>;
 template <>

@@ -17,9 +17,9 @@ namespace android::kiv {
 
 /// What samples are folded under.
 struct KIV_EXPORT KivGenericEventKey {
-  KivSessionId session;
-  std::string name;
-  NumericAggregationType aggregationType;
+  KivSessionId session;                    ///< Of the logger that reported.
+  std::string name;                        ///< Of the value; the clients' own.
+  NumericAggregationType aggregationType;  ///< How samples are to be combined.
 
   /// Lexicographic over all fields, in their order; the name bytewise.
   bool operator<(const KivGenericEventKey& other) const;
@@ -28,7 +28,7 @@ struct KIV_EXPORT KivGenericEventKey {
 /// A named value.
 template <typename T>
 struct KIV_EXPORT KivGenericEvent : KivGenericEventKey {
-  T value;
+  T value;  ///< One sample, or one text.
 };
 
 }  // namespace android::kiv
@@ -36,6 +36,7 @@ struct KIV_EXPORT KivGenericEvent : KivGenericEventKey {
 /// The order of text events in their aggregator: by key, then by value, bytewise.
 template <>
 struct KIV_EXPORT std::less<android::kiv::KivGenericEvent<std::string>> {
+  /// Whether `left` comes before `right`.
   bool operator()(const android::kiv::KivGenericEvent<std::string>& left,
                   const android::kiv::KivGenericEvent<std::string>& right) const;
 };
@@ -53,8 +54,11 @@ class KIV_EXPORT KivGenericNumericEventAggregator
   KivGenericNumericEventAggregator();
   ~KivGenericNumericEventAggregator() override;
 
+  /// The event without its value.
   KivGenericEventKey getKey(const KivGenericEvent<T>& event) override;
+  /// The event's value.
   T getValue(const KivGenericEvent<T>& event) override;
+  /// The method that the event names.
   NumericAggregationType getAggregationType(const KivGenericEvent<T>& event) override;
   void populateMetricValuesForEntry(typename Entries::iterator entry) override;
   const char* getEventName() const override;
@@ -65,6 +69,7 @@ class KIV_EXPORT KivGenericNumericEventAggregator
 class KIV_EXPORT KivGenericStringEventAggregator
     : public KivCountedAggregator<KivGenericEvent<std::string>> {
  public:
+  /// Combines reports, each of which counts 1, by `aggregation_type`.
   explicit KivGenericStringEventAggregator(NumericAggregationType aggregation_type);
   ~KivGenericStringEventAggregator() override;
 
@@ -72,10 +77,13 @@ class KIV_EXPORT KivGenericStringEventAggregator
   const char* getEventName() const override;
 };
 
+/// Its part of the framework.
 using KivGenericInt64BaseAggregator =
     KivBaseAggregator<KivGenericEvent<long long>, KivGenericEventKey, long long>;
+/// Its part of the framework.
 using KivGenericFloatBaseAggregator =
     KivBaseAggregator<KivGenericEvent<float>, KivGenericEventKey, float>;
+/// Its part of the framework.
 using KivGenericStringBaseAggregator =
     KivBaseAggregator<KivGenericEvent<std::string>, KivGenericEvent<std::string>, unsigned int>;
 template <>

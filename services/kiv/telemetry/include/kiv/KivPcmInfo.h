@@ -29,12 +29,12 @@ enum class KivSampleFormat : int8_t {
 
 /// A stream's PCM configuration in the clients' compact form.
 struct KivPcmInfo {
-  uint32_t reserved;  ///< The clients' own; telemetry never reads it.
-  KivSampleFormat format;
-  int32_t sampleRate;  ///< Frames per second.
-  uint32_t channels;
-  uint32_t samples;  ///< Size of the stream's buffer, in samples.
-  bool interleaved;
+  uint32_t reserved;       ///< The clients' own; telemetry never reads it.
+  KivSampleFormat format;  ///< Of a sample.
+  int32_t sampleRate;      ///< Frames per second.
+  uint32_t channels;       ///< How many there are.
+  uint32_t samples;        ///< Size of the stream's buffer, in samples.
+  bool interleaved;        ///< Whether the samples of a frame stand side by side.
 };
 
 }  // namespace kiv
@@ -44,11 +44,11 @@ namespace android::kiv {
 /// The same with Android's format constants and a fractional rate. Note that `samples` and
 /// `channels` stand the other way round.
 struct KivPcmInfoExt {
-  float sampleRate;  ///< Frames per second.
-  uint32_t samples;  ///< Size of the stream's buffer, in samples.
-  uint32_t channels;
-  bool interleaved;
-  audio_format_t format;
+  float sampleRate;       ///< Frames per second.
+  uint32_t samples;       ///< Size of the stream's buffer, in samples.
+  uint32_t channels;      ///< How many there are.
+  bool interleaved;       ///< Whether the samples of a frame stand side by side.
+  audio_format_t format;  ///< Of a sample.
 };
 
 }  // namespace android::kiv

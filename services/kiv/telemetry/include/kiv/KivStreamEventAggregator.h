@@ -16,22 +16,23 @@ namespace android::kiv {
 /// What happened to a stream of a certain configuration, and the key under which equal reports are
 /// counted.
 struct KIV_EXPORT KivStreamEvent {
-  KivSessionId session;
-  audio_format_t format;
-  ::kiv::KivStreamType streamType;
-  uint32_t sampleRate;  ///< Frames per second.
-  uint32_t samples;
-  uint32_t channels;
-  bool interleaved;
-  std::string event;
+  KivSessionId session;             ///< Of the logger that reported.
+  audio_format_t format;            ///< Of a sample.
+  ::kiv::KivStreamType streamType;  ///< What the stream carries.
+  uint32_t sampleRate;              ///< Frames per second.
+  uint32_t samples;                 ///< Size of the stream's buffer, in samples.
+  uint32_t channels;                ///< How many there are.
+  bool interleaved;                 ///< Whether the samples of a frame stand side by side.
+  std::string event;                ///< What happened, as the reporter named it.
 
   /// Lexicographic over all fields, in their order; the stream type is a signed number.
   bool operator<(const KivStreamEvent& other) const;
 };
 
-/// Not synchronised; see `KivBaseAggregator`.
+/// Counts equal stream events. Not synchronised; see `KivBaseAggregator`.
 class KIV_EXPORT KivStreamEventAggregator : public KivCountedAggregator<KivStreamEvent> {
  public:
+  /// Combines reports, each of which counts 1, by `aggregation_type`.
   explicit KivStreamEventAggregator(NumericAggregationType aggregation_type);
   ~KivStreamEventAggregator() override;
 
@@ -39,6 +40,7 @@ class KIV_EXPORT KivStreamEventAggregator : public KivCountedAggregator<KivStrea
   const char* getEventName() const override;
 };
 
+/// Its part of the framework.
 using KivStreamEventBaseAggregator =
     KivBaseAggregator<KivStreamEvent, KivStreamEvent, unsigned int>;
 template <>

@@ -5,6 +5,7 @@
 
 namespace android::kiv {
 
+/// How the samples of one key become one number. Any other value leaves the aggregate at 0.
 enum class NumericAggregationType : uint8_t {
   AVG = 0,    ///< Running mean.
   SUM = 1,    ///< Sum.

@@ -48,9 +48,9 @@ enum class TelemetrySubmissionModel : int32_t {
 
 /// A trace section that has begun. Held by whoever began it.
 struct KivTraceInfo {
-  std::string name;  ///< What is traced: an API or operation.
-  std::chrono::steady_clock::time_point start_time;
-  std::string kiv_class;  ///< On whose behalf; recorded, not reported.
+  std::string name;                                  ///< What is traced: an API or operation.
+  std::chrono::steady_clock::time_point start_time;  ///< When it began.
+  std::string kiv_class;                             ///< On whose behalf; recorded, not reported.
 };
 
 /// Tracing for code that knows no more of a logger.
@@ -87,6 +87,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
                                    public TraceHandler,
                                    public std::enable_shared_from_this<TelemetryLogger> {
  public:
+  /// How loggers hold the aggregation of one kind of event, which others may share.
   template <typename Event>
   using Manager = std::shared_ptr<TimedAggregationManager<Event>>;
 
@@ -147,19 +148,31 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Reports an Android status, as "android." and the platform's text for it.
   void logAndroidStatusErrorCode(int status, const std::string& api, KivErrorSeverity severity);
 
-  // Streams. `event` is free text. A compact descriptor's `format` must be a valid enumerator.
+  // Streams. A fraction of a sample rate is cut off; one that is negative or no number becomes 0.
 
+  /// Reports that `event`, which is free text, happened to a stream. The descriptor's `format` must
+  /// be a valid enumerator.
   void logStreamEvent(const ::kiv::KivPcmInfo& pcm_info, ::kiv::KivStreamType stream_type,
                       const std::string& event);
+
+  /// The same by a descriptor that can name any of Android's formats.
   void logStreamEvent(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                       const std::string& event);
+
+  /// What both of them do.
   void logStreamEventInternal(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                               const std::string& event);
 
+  /// Reports one latency sample of a stream; of a negative one, or one beyond 32 bits, the low 32
+  /// bits are taken. The descriptor's `format` must be a valid enumerator.
   void logAudioLatency(const ::kiv::KivPcmInfo& pcm_info, ::kiv::KivStreamType stream_type,
                        std::chrono::milliseconds latency);
+
+  /// The same by a descriptor that can name any of Android's formats.
   void logAudioLatency(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                        std::chrono::milliseconds latency);
+
+  /// What both of them do.
   void logAudioLatencyInternal(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                                std::chrono::milliseconds latency);
 
@@ -325,6 +338,8 @@ class KIV_EXPORT TelemetryEnv {
   /// The given logger.
   explicit TelemetryEnv(std::shared_ptr<TelemetryLogger> logger);
 
+  /// The logger, which outlives the handle for as long as somebody holds it. Never null, unless
+  /// null was given.
   std::shared_ptr<TelemetryLogger> getLogger() const { return logger_; }
 
  private:
