@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <utility>
 
 #include "JsonlFixture.h"
+#include "MemoryShortage.h"
 
 namespace {
 
@@ -20,7 +19,6 @@ namespace {
 ssize_t (*next_write)(int, const void*, size_t) = nullptr;
 int next_flock_error = 0;
 int next_close_error = 0;
-bool is_out_of_memory = false;
 
 ssize_t writeForReal(int file, const void* data, size_t size) {
   return syscall(SYS_write, file, data, size);
@@ -52,19 +50,6 @@ __attribute__((visibility("default"))) int close(int file) {
 }
 
 }  // extern "C"
-
-// Not inlined: where only one of a pair is, the compiler takes them for a mismatch.
-__attribute__((noinline)) void* operator new(size_t size) {
-  void* const memory = is_out_of_memory ? nullptr : std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
-
-__attribute__((noinline)) void operator delete(void* memory, size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace kiv_test {
 namespace {
@@ -168,9 +153,10 @@ TEST_F(JsonlFaults, AFailureThatOnlyTheCloseTellsIsAnswered) {
 TEST_F(JsonlFaults, AnEventThatLostAFieldForWantOfMemoryIsRefused) {
   const auto handler = createHandler();
   const auto event = createEvent(*handler, "e");
-  is_out_of_memory = true;
-  event->setStringField("lost", "");
-  is_out_of_memory = false;
+  {
+    const MemoryShortage shortage;
+    event->setStringField("lost", "");
+  }
   EXPECT_FALSE(handler->reportEvent(event.get(), 1));
   EXPECT_TRUE(report(*handler, "other"));
   EXPECT_EQ(contents(), line("other"));
@@ -179,22 +165,15 @@ TEST_F(JsonlFaults, AnEventThatLostAFieldForWantOfMemoryIsRefused) {
 TEST_F(JsonlFaults, AReportWithoutMemoryIsRefused) {
   const auto handler = createHandler();
   const auto event = createEvent(*handler, "e");
-  is_out_of_memory = true;
-  const bool accepted = handler->reportEvent(event.get(), 1);
-  is_out_of_memory = false;
-  EXPECT_FALSE(accepted);
+  EXPECT_FALSE(withoutMemory([&] { return handler->reportEvent(event.get(), 1); }));
   EXPECT_TRUE(handler->reportEvent(event.get(), 1));
   EXPECT_EQ(contents(), line("e"));
 }
 
 TEST_F(JsonlFaults, WithoutMemoryThereAreNeitherHandlersNorEvents) {
   const auto handler = createHandler();
-  is_out_of_memory = true;
-  void* const no_handler = module_.createTelemetryHandler(9);
-  void* const no_event = handler->createEvent("e");
-  is_out_of_memory = false;
-  EXPECT_EQ(no_handler, nullptr);
-  EXPECT_EQ(no_event, nullptr);
+  EXPECT_EQ(withoutMemory([&] { return module_.createTelemetryHandler(9); }), nullptr);
+  EXPECT_EQ(withoutMemory([&] { return handler->createEvent("e"); }), nullptr);
 }
 
 }  // namespace
