@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -242,6 +245,26 @@ TEST_F(OtlpChoices, OfCertificates) {
   EXPECT_EQ(config.certificate_file, "/logs-ca");
   EXPECT_EQ(config.client_certificate_file, "/client");
   EXPECT_EQ(config.client_key_file, "/logs-key");
+}
+
+TEST_F(OtlpConfigTest, ReadsNoVariableThatTheGuideDoesNotName) {
+  std::set<std::string> names;
+  std::vector<std::string> warnings;
+  const auto note = [&](const char* name) {
+    names.insert(name);
+    return nullptr;
+  };
+  readConfig(note, {}, warnings);
+  EXPECT_THAT(names, testing::SizeIs(testing::Gt(20U)));
+  std::ifstream file(FLEET_GUIDE);
+  const std::string guide((std::istreambuf_iterator<char>(file)), {});
+  for (std::string name : names) {
+    // Of each variable of log records alone the guide says that it goes before that of all signals.
+    const std::string alone = "LOGS_";
+    const size_t at = name.find("_OTLP_" + alone);
+    if (at != std::string::npos) name.erase(name.find(alone, at), alone.size());
+    EXPECT_THAT(guide, HasSubstr("`" + name + "`"));
+  }
 }
 
 std::string text(const OtlpConfig& config, const char* name) {
