@@ -3,6 +3,7 @@
 
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14
   libc++-14-dev libc++abi-14-dev valgrind shellcheck alsa-utils git)
+fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
 # What the library may weigh on the device, stripped, and what it may depend on there.
 library_budget=131072
@@ -105,6 +106,8 @@ check_sanitize() {
   done
 }
 
+check_fuzz() { cmd_fuzz 60; }
+
 cmd_check() {
   need "${check_packages[@]}"
   local step
@@ -121,7 +124,7 @@ cmd_check() {
 
 # What is found gathers in build/fuzz/corpus, from where the next run goes on.
 cmd_fuzz() {
-  need "${check_packages[@]}"
+  need "${fuzz_packages[@]}"
   build fuzz model_fuzzer
   say "Fuzzing for ${1:-60} seconds"
   mkdir -p build/fuzz/corpus
