@@ -5,8 +5,9 @@
 
 #include <fstream>
 
-#include "Endurance.h"
+#include "FromEnvironment.h"
 #include "LoggerRig.h"
+#include "SilentLog.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
