@@ -1,15 +1,15 @@
-// Forks again and again while other threads keep busy whatever a child could find locked or
-// abandoned, and lets each child do what the program's argument names. A child that hangs is ended
-// by its alarm, which fails the program.
+// Forks again and again, and lets each child do what the program's argument names. A child that
+// hangs is ended by its alarm, which fails the program.
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -62,14 +62,7 @@ class Busy {
 };
 
 /// True if each child came to its end by itself.
-bool forkWhileBusy(const std::function<void()>& child_work) {
-  const TelemetryEnv flowing("Flowing");
-  const Busy worker([&] {
-    report(*flowing.getLogger(), "flowing", 1);
-    flowing.getLogger()->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
-    flowing.getLogger()->start();
-  });
-  const Busy delegate([] { TelemetryDelegate::getInstance().createHandler("Flowing")->flush(); });
+bool forkChildren(const std::function<void()>& child_work) {
   for (int i = 0; i < kChildren; ++i) {
     const pid_t child = fork();
     if (child == 0) {
@@ -84,6 +77,26 @@ bool forkWhileBusy(const std::function<void()>& child_work) {
     }
   }
   return true;
+}
+
+/// The same while other threads keep busy whatever a child could find locked or abandoned.
+bool forkWhileBusy(const std::function<void()>& child_work) {
+  const TelemetryEnv flowing("Flowing");
+  const Busy worker([&] {
+    report(*flowing.getLogger(), "flowing", 1);
+    flowing.getLogger()->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
+    flowing.getLogger()->start();
+  });
+  const Busy delegate([] { TelemetryDelegate::getInstance().createHandler("Flowing")->flush(); });
+  return forkChildren(child_work);
+}
+
+/// The children exit with a copy of a window that nobody but the manager holds.
+bool exitWithAWindowOpen() {
+  report(*TelemetryEnv().getLogger(), "before fork", 50);
+  // Waits until the worker has taken them.
+  TelemetryEnv().getLogger()->start();
+  return forkChildren([] {});
 }
 
 /// The children use what only the parent's worker could do.
@@ -117,6 +130,12 @@ bool useEverything() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool everything = argc == 2 && std::strcmp(argv[1], "everything") == 0;
-  return (everything ? useEverything() : useTheWorker()) ? 0 : 1;
+  const std::map<std::string, bool (*)()> ways = {
+      {"exit", exitWithAWindowOpen}, {"worker", useTheWorker}, {"everything", useEverything}};
+  const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
+  if (way == ways.end()) {
+    std::fprintf(stderr, "usage: %s WAY\n", argv[0]);
+    return 2;
+  }
+  return way->second() ? 0 : 1;
 }

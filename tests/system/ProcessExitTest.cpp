@@ -157,6 +157,10 @@ class ForkTest : public ProcessExitTest {
   }
 };
 
+TEST_F(ForkTest, AForkedProcessSubmitsNothingOfTheWindowThatItInherited) {
+  endProcessAgainAndAgain("exit", {{"before fork", 50}}, {}, FORK_PROGRAM);
+}
+
 TEST_F(ForkTest, AForkedProcessExitsAndLeavesReportingToItsParent) {
   endProcessAgainAndAgain("worker", {{"before fork", 50}, {"in the child", 0}}, {}, FORK_PROGRAM);
 }
