@@ -148,6 +148,10 @@ TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
 
+TEST_F(ProcessExitTest, AClientThatIsUnloadedLeavesTheLibraryAndItsReportsBehind) {
+  endProcessAgainAndAgain("3", {{"passing", 3}}, {}, UNLOAD_PROGRAM);
+}
+
 class ForkTest : public ProcessExitTest {
  protected:
   void SetUp() override {
