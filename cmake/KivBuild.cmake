@@ -45,3 +45,10 @@ function(kiv_export_only target map)
   endif()
   set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()
+
+# Keeps a shared library loaded until the process ends. What unloads one holds the loader's lock
+# while the library winds up, and a library with a thread of its own would wait for that thread,
+# which may be waiting for the lock.
+function(kiv_stay_loaded target)
+  target_link_options(${target} PRIVATE "LINKER:-z,nodelete")
+endfunction()

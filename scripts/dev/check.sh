@@ -3,6 +3,7 @@
 
 check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14
   libc++-14-dev libc++abi-14-dev valgrind shellcheck alsa-utils git)
+fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
 # What the library may weigh on the device, stripped, and what it may depend on there.
 library_budget=131072
@@ -105,11 +106,14 @@ check_sanitize() {
   done
 }
 
+check_fuzz() { cmd_fuzz 60; }
+
 cmd_check() {
   need "${check_packages[@]}"
   local step
   local steps=("${@:-all}")
-  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize valgrind counts otlp events reference armv7)
+  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind counts otlp events reference
+    armv7)
   for step in "${steps[@]}"; do
     if declare -F "check_$step" >/dev/null; then
       "check_$step"
@@ -121,7 +125,7 @@ cmd_check() {
 
 # What is found gathers in build/fuzz/corpus, from where the next run goes on.
 cmd_fuzz() {
-  need "${check_packages[@]}"
+  need "${fuzz_packages[@]}"
   build fuzz model_fuzzer
   say "Fuzzing for ${1:-60} seconds"
   mkdir -p build/fuzz/corpus

@@ -7,8 +7,9 @@
 #include <map>
 #include <thread>
 
-#include "Endurance.h"
+#include "FromEnvironment.h"
 #include "LoggerRig.h"
+#include "SilentLog.h"
 
 namespace android::kiv {
 namespace {

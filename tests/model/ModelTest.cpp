@@ -2,14 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
 
 #include "Comparison.h"
-#include "FreshProcess.h"
+#include "FromEnvironment.h"
 #include "Sequence.h"
 
 namespace kiv_test::model {
@@ -33,12 +32,7 @@ void runSequence(const Bytes& bytes, const std::string& origin, Totals& totals) 
   totals.starved += sequence.wasStarved() ? 1 : 0;
 }
 
-unsigned long fromEnvironment(const char* name, unsigned long otherwise) {
-  const char* const text = std::getenv(name);
-  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
-}
-
-Bytes randomBytes(unsigned long seed) {
+Bytes randomBytes(size_t seed) {
   std::mt19937_64 random(seed);
   Bytes bytes(16 + random() % 2000);
   std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
@@ -46,10 +40,10 @@ Bytes randomBytes(unsigned long seed) {
 }
 
 TEST(Model, RandomSequencesDoWhatTheModelSays) {
-  const unsigned long count = fromEnvironment("KIV_MODEL_SEQUENCES", 200);
-  const unsigned long first = fromEnvironment("KIV_MODEL_SEED", 1);
+  const size_t count = fromEnvironment("KIV_MODEL_SEQUENCES", 200);
+  const size_t first = fromEnvironment("KIV_MODEL_SEED", 1);
   Totals totals;
-  for (unsigned long seed = first; seed < first + count && !HasFailure(); ++seed) {
+  for (size_t seed = first; seed < first + count && !HasFailure(); ++seed) {
     runSequence(randomBytes(seed), "KIV_MODEL_SEED=" + std::to_string(seed), totals);
   }
   RecordProperty("calls", std::to_string(totals.calls));

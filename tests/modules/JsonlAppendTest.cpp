@@ -12,6 +12,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <list>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -32,8 +33,10 @@ constexpr int kEvents = 500;
 
 class JsonlSharing : public JsonlTest {
  protected:
-  /// Reports as many events as a writer has to; true if all were accepted.
-  bool reportAll(int writer) {
+  /// Reports as many events as a writer has to, and calls `after` with the number of each; true if
+  /// all were accepted.
+  bool reportAll(
+      int writer, const std::function<void(int)>& after = [](int) {}) {
     const auto handler = createHandler();
     bool accepted = true;
     for (int number = 0; number < kEvents; ++number) {
@@ -42,21 +45,24 @@ class JsonlSharing : public JsonlTest {
       event->setStringField("padding", std::string(static_cast<size_t>(number), 'x').c_str());
       event->setInt64Field("writer", writer);
       accepted = handler->reportEvent(event.get(), 1) && accepted;
+      after(number);
     }
     return accepted;
   }
 
-  /// Which numbers each writer's lines bear.
-  std::map<int, std::multiset<int>> numbersByWriter() const {
+  /// Which numbers each writer's lines bear, in all of the files.
+  static std::map<int, std::multiset<int>> numbersByWriter(const std::vector<fs::path>& paths) {
     std::map<int, std::multiset<int>> numbers;
-    std::ifstream file(path_);
-    for (std::string text; std::getline(file, text);) {
-      const auto event = nlohmann::json::parse(text, nullptr, false);
-      if (event.is_discarded()) {
-        ADD_FAILURE() << "no JSON: " << text;
-        continue;
+    for (const fs::path& path : paths) {
+      std::ifstream file(path);
+      for (std::string text; std::getline(file, text);) {
+        const auto event = nlohmann::json::parse(text, nullptr, false);
+        if (event.is_discarded()) {
+          ADD_FAILURE() << "no JSON: " << text;
+          continue;
+        }
+        numbers[event["writer"].get<int>()].insert(event["number"].get<int>());
       }
-      numbers[event["writer"].get<int>()].insert(event["number"].get<int>());
     }
     return numbers;
   }
@@ -109,13 +115,29 @@ TEST_F(JsonlSharing, ProcessesLoseAndTearNoLineOfEachOther) {
     children.emplace_back([=] { return reportAll(writer); });
   }
   for (const Child& child : children) EXPECT_TRUE(child.succeeded());
-  EXPECT_EQ(numbersByWriter(), allNumbersOfAllWriters());
-  // To another parser, too.
-  EXPECT_EQ(outputOf(PYTHON " -c 'import json, sys; "
-                            "print(sum(json.loads(line)[\"event\"] == \"shared\" "
-                            "for line in open(sys.argv[1], newline=\"\\n\")))' '" +
-                     path_.string() + "'"),
-            std::to_string(kWriters * kEvents) + "\n");
+  EXPECT_EQ(numbersByWriter({path_}), allNumbersOfAllWriters());
+  EXPECT_EQ(linesThatPythonReads({path_}), kWriters * kEvents);
+}
+
+TEST_F(JsonlSharing, AFileThatIsRotatedUnderItsWritersLosesAndTearsNoLine) {
+  const auto rotated = [this](int i) { return directory_ / ("old " + std::to_string(i)); };
+  constexpr int kEventsPerRotation = 50;
+  std::list<Child> children;
+  for (int writer = 0; writer < kWriters; ++writer) {
+    children.emplace_back([=] {
+      return reportAll(writer, [=](int number) {
+        // The one who rotates has just written, so there is a file.
+        if (writer == 0 && number % kEventsPerRotation == 0) fs::rename(path_, rotated(number));
+      });
+    });
+  }
+  for (const Child& child : children) EXPECT_TRUE(child.succeeded());
+  std::vector<fs::path> files{path_};
+  for (int number = 0; number < kEvents; number += kEventsPerRotation) {
+    files.push_back(rotated(number));
+  }
+  EXPECT_EQ(numbersByWriter(files), allNumbersOfAllWriters());
+  EXPECT_EQ(linesThatPythonReads(files), kWriters * kEvents);
 }
 
 TEST_F(JsonlSharing, ThreadsWithHandlersOfTheirOwnLoseAndTearNoLineOfEachOther) {
@@ -127,12 +149,36 @@ TEST_F(JsonlSharing, ThreadsWithHandlersOfTheirOwnLoseAndTearNoLineOfEachOther) 
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_THAT(accepted, testing::Each(true));
-  EXPECT_EQ(numbersByWriter(), allNumbersOfAllWriters());
+  EXPECT_EQ(numbersByWriter({path_}), allNumbersOfAllWriters());
 }
 
 TEST_F(JsonlFailure, OfAFullDeviceIsAnswered) {
   setDestination("/dev/full");
   EXPECT_FALSE(report("e"));
+}
+
+TEST_F(JsonlFailure, OfAPathBelowAFileIsAnswered) {
+  EXPECT_TRUE(report("first"));
+  setDestination(path_ / "events.jsonl");
+  EXPECT_FALSE(report("refused"));
+  EXPECT_EQ(contents(), line("first"));
+}
+
+TEST_F(JsonlFailure, OfAPathThatMayNotBeWrittenIsAnswered) {
+  EXPECT_TRUE(report("first"));
+  const auto handler = createHandler();
+  fs::permissions(path_, fs::perms::owner_read);
+  fs::permissions(directory_, fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_TRUE(Child([&] {
+                // Whoever may do everything has to become somebody who may not.
+                constexpr uid_t kNobody = 65534;
+                if (geteuid() == 0 && setuid(kNobody) != 0) return false;
+                const bool existing = report(*handler, "refused");
+                setDestination(directory_ / "new.jsonl");
+                return !existing && !report("refused");
+              }).succeeded());
+  fs::permissions(directory_, fs::perms::owner_all);
+  EXPECT_EQ(contents(), line("first"));
 }
 
 TEST_F(JsonlFailure, ThatLeavesNothingBehindLeavesNoEmptyLineEither) {

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "LoadedModule.h"
 
@@ -95,6 +96,24 @@ inline std::string outputOf(const std::string& command) {
   }
   pclose(stream);
   return output;
+}
+
+/// How many lines of files an independent parser takes for what they should be: JSON objects in
+/// UTF-8, without what the standard does not know. -1 if there is one that it does not.
+inline int linesThatPythonReads(const std::vector<std::filesystem::path>& paths) {
+  std::string command = PYTHON R"( -c '
+import json, sys
+def refuse(constant): raise ValueError(constant)
+lines = 0
+for path in sys.argv[1:]:
+  text = open(path, encoding="utf-8", newline="\n").read()
+  if text and text[-1] != "\n": raise ValueError("the last line has no end")
+  for line in text.split("\n")[:-1]:
+    lines += isinstance(json.loads(line, parse_constant=refuse), dict)
+print(lines)')";
+  for (const auto& path : paths) command += " '" + path.string() + "'";
+  const std::string output = outputOf(command);
+  return output.empty() ? -1 : std::stoi(output);
 }
 
 /// A pipe in the place of the standard output while it lives.

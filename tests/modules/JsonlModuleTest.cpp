@@ -136,6 +136,26 @@ TEST_F(JsonlLine, KeepsUtf8AndReplacesOtherBytes) {
             "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd \xef\xbf\xbd\"}\n");
 }
 
+TEST_F(JsonlLine, IsReadByAnotherParserWhateverTheTextsAndNumbers) {
+  std::string every_byte;
+  for (int byte = 1; byte < 256; ++byte) every_byte.push_back(static_cast<char>(byte));
+  // Surrogates, overlong, cut short, and beyond the last code point.
+  const std::string texts[] = {
+      "",         every_byte,         "%n%s",           "\xED\xA0\x80",           "\xC0\x80",
+      "\xE2\x82", "\xF4\x90\x80\x80", "\"\\\n\r\t\b\f", std::string(1 << 20, '"')};
+  const auto handler = createHandler();
+  for (const std::string& text : texts) {
+    const auto event = createEvent(*handler, text.c_str());
+    event->setStringField(("field " + text).c_str(), text.c_str());
+    event->setInt64Field("least", INT64_MIN);
+    event->setFloatField("no number", std::numeric_limits<float>::quiet_NaN());
+    event->setFloatField("infinite", -std::numeric_limits<float>::infinity());
+    event->setFloatField("smallest", std::numeric_limits<float>::denorm_min());
+    EXPECT_TRUE(handler->reportEvent(event.get(), 1));
+  }
+  EXPECT_EQ(linesThatPythonReads({path_}), static_cast<int>(std::size(texts)));
+}
+
 TEST_F(JsonlLine, HasOnlyTheLastValueOfAFieldWhateverItsType) {
   const auto handler = createHandler();
   const auto event = createEvent(*handler, "");
@@ -266,6 +286,14 @@ TEST_F(JsonlPath, GetsANewFileAfterTheOldOneWasRenamed) {
   fs::rename(path_, directory_ / "old.jsonl");
   EXPECT_TRUE(report(*handler, "second"));
   EXPECT_EQ(contents(directory_ / "old.jsonl"), line("first"));
+  EXPECT_EQ(contents(), line("second"));
+}
+
+TEST_F(JsonlPath, GoesOnWhereItBeginsAfterItWasCut) {
+  const auto handler = createHandler();
+  EXPECT_TRUE(report(*handler, "first"));
+  fs::resize_file(path_, 0);
+  EXPECT_TRUE(report(*handler, "second"));
   EXPECT_EQ(contents(), line("second"));
 }
 

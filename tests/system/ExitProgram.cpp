@@ -1,33 +1,32 @@
 // Reports, then ends the process in the way that its argument names.
 #include <android/log.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Calls.h"
+#include "Latch.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace {
 
-using android::kiv::KivErrorSeverity;
-using android::kiv::NumericAggregationType;
+using android::kiv::KivSessionId;
 using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryLogger;
 using android::kiv::TelemetrySubmissionModel;
-
-void report(TelemetryLogger& logger, const std::string& name, int times) {
-  for (int i = 0; i < times; ++i) {
-    logger.logKivEvent<long long>(name, 1, NumericAggregationType::SUM);
-  }
-}
+using kiv_test::callEverything;
+using kiv_test::kEveryModel;
+using kiv_test::Latch;
+using kiv_test::report;
 
 /// A client's object that reports until its very end.
 struct LateReporter {
@@ -60,15 +59,7 @@ void returnFromMain() {
 
 void reportEveryKind() {
   const TelemetryEnv telemetry("Main");
-  TelemetryLogger& logger = *telemetry.getLogger();
-  const android::kiv::KivPcmInfoExt pcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
-  logger.logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
-  logger.logStreamEvent(pcm, kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT, "start");
-  logger.logAudioLatency(pcm, kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT,
-                         std::chrono::milliseconds(1));
-  logger.logKivEvent<long long>("integer", 1, NumericAggregationType::SUM);
-  logger.logKivEvent<float>("float", 1.0F, NumericAggregationType::SUM);
-  logger.logKivEvent<std::string>("text", "", NumericAggregationType::COUNT);
+  kiv_test::reportEveryKind(*telemetry.getLogger());
 }
 
 void joinThreads() {
@@ -85,6 +76,8 @@ void joinThreads() {
 void reportFromEarlyObject() { early_object.telemetry.emplace("Early"); }
 
 void reportFromLateObject() {
+  const TelemetryEnv telemetry("Main");
+  // Constructed after the manager, so destroyed before what was there when that was made.
   static LateReporter late_object;
   late_object.telemetry.emplace("Late");
 }
@@ -94,15 +87,36 @@ void leakLogger() {
   report(*leaked->getLogger(), "before return", 10);
 }
 
+std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
+  return std::make_shared<TelemetryLogger>(KivSessionId(nullptr), "Logger", model);
+}
+
+/// Exits on one thread while others report in every model, make loggers and flush.
 [[noreturn]] void exitWhileReportsFlow() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before exit", 100);
-  for (int i = 0; i < 2; ++i) {
-    std::thread([] {
-      const TelemetryEnv flowing("Flowing");
-      for (;;) report(*flowing.getLogger(), "flowing", 1);
+  std::vector<std::function<void()>> flows;
+  for (const auto model : kEveryModel) {
+    flows.emplace_back([logger = makeLogger(model)] { report(*logger, "flowing", 1); });
+  }
+  flows.emplace_back([] { report(*TelemetryEnv("Flowing").getLogger(), "flowing", 1); });
+  flows.emplace_back([&] {
+    report(*telemetry.getLogger(), "flowing", 100);
+    telemetry.getLogger()->flush();
+  });
+  Latch flowing(static_cast<int>(flows.size()));
+  for (const auto& flow : flows) {
+    std::thread([&] {
+      flow();
+      flowing.countDown();
+      for (;;) {
+        // Without a pause they would keep the processor from the thread that exits.
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+        flow();
+      }
     }).detach();
   }
+  flowing.wait();
   std::thread([] { std::exit(0); }).join();
   std::abort();
 }
@@ -116,13 +130,14 @@ void exitSwitchedOff() {
 }
 
 void exitWithImmediateLogger() {
-  static const auto logger =
-      std::make_shared<TelemetryLogger>(android::kiv::KivSessionId(nullptr), "Immediate",
-                                        TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+  static const auto logger = makeLogger(TelemetrySubmissionModel::LOCKING_IMMEDIATE);
   report(*logger, "immediate", 2);
 }
 
 bool report_after_everything = false;
+
+/// Held beyond the manager's end.
+std::vector<std::shared_ptr<TelemetryLogger>>* kept_loggers = nullptr;
 
 /// Reports when the manager has been destroyed already.
 void reportAfterEverything(int /*status*/, void* /*unused*/) {
@@ -136,14 +151,33 @@ void reportAfterEverything(int /*status*/, void* /*unused*/) {
                android::kiv::isTelemetryEnabled() ? "on" : "off");
 }
 
+/// Uses kept loggers when the manager has been destroyed already, and drops them.
+void useKeptLoggers(int /*status*/, void* /*unused*/) {
+  if (kept_loggers == nullptr) return;
+  for (const auto& logger : *kept_loggers) callEverything(*logger);
+  delete kept_loggers;
+  std::fputs("the kept loggers are gone\n", stderr);
+}
+
 // Called before any library is initialised, so what it registers is called when all are finalised.
 using Initialiser = void (*)(int, char**, char**);
-[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first =
-    [](int, char**, char**) { on_exit(reportAfterEverything, nullptr); };
+[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first = [](int, char**,
+                                                                                    char**) {
+  on_exit(reportAfterEverything, nullptr);
+  on_exit(useKeptLoggers, nullptr);
+};
 
 void outliveTheManager() {
   returnFromMain();
   report_after_everything = true;
+}
+
+void keepLoggers() {
+  kept_loggers = new std::vector<std::shared_ptr<TelemetryLogger>>;
+  for (const auto model : kEveryModel) {
+    kept_loggers->push_back(makeLogger(model));
+    report(*kept_loggers->back(), "before return", 10);
+  }
 }
 
 void flushAndGoOn() {
@@ -151,34 +185,6 @@ void flushAndGoOn() {
   report(*telemetry.getLogger(), "before flush", 5);
   telemetry.getLogger()->flush();
   report(*telemetry.getLogger(), "before return", 7);
-}
-
-/// Forks while another thread keeps the worker busy. The child uses telemetry and exits.
-void forkAndGoOn() {
-  const TelemetryEnv telemetry("Main");
-  TelemetryLogger& logger = *telemetry.getLogger();
-  report(logger, "before fork", 50);
-  std::atomic<bool> over{false};
-  std::thread busy([&] {
-    const TelemetryEnv flowing("Flowing");
-    while (!over) {
-      report(*flowing.getLogger(), "flowing", 1);
-      flowing.getLogger()->start();
-    }
-  });
-  for (int i = 0; i < 10; ++i) {
-    const pid_t child = fork();
-    if (child == 0) {
-      report(logger, "in the child", 5);
-      if (logger.flush()) std::abort();
-      report(*TelemetryEnv("Child").getLogger(), "in the child", 5);
-      std::exit(0);
-    }
-    int status = 0;
-    if (waitpid(child, &status, 0) != child || status != 0) std::abort();
-  }
-  over = true;
-  busy.join();
 }
 
 void stopAndExit() {
@@ -202,15 +208,18 @@ int main(int argc, char** argv) {
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
       {"flush", flushAndGoOn},
-      {"fork", forkAndGoOn},
       {"stop", stopAndExit},
       {"afterlife", outliveTheManager},
+      {"keep", keepLoggers},
   };
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {
     std::fprintf(stderr, "usage: %s WAY\n", argv[0]);
     return 2;
   }
+  // A process that hangs is ended, by a signal that its test sees.
+  constexpr unsigned kHangsAfterSeconds = 60;
+  alarm(kHangsAfterSeconds);
   __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
   way->second();
   return 0;

@@ -8,11 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "FromEnvironment.h"
 #include "JsonEvents.h"
 #include "RunProgram.h"
 
 namespace {
 
+using kiv_test::fromEnvironment;
 using kiv_test::ProgramResult;
 using kiv_test::readEvents;
 using kiv_test::runProgram;
@@ -23,20 +25,34 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
-/// How often what depends on the order of threads is tried.
-constexpr int kTries = 20;
-
 class ProcessExitTest : public testing::Test {
  protected:
   /// Ends a process in the given way, which must go well.
   ProgramResult endProcess(const std::string& way,
-                           std::map<std::string, std::string> environment = {}) {
+                           std::map<std::string, std::string> environment = {},
+                           const char* program = EXIT_PROGRAM) {
     std::remove(events_file.c_str());
     environment["LD_LIBRARY_PATH"] = JSONL_MODULE_DIR;
     environment["TAMSA_JSONL_PATH"] = events_file;
-    const ProgramResult result = runProgram({EXIT_PROGRAM, way}, environment);
+    const ProgramResult result = runProgram({program, way}, environment);
     EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
     return result;
+  }
+
+  /// Does it as often as asked for, because it depends on the order of threads: what was reported
+  /// under a name must be there each time, exactly.
+  void endProcessAgainAndAgain(const std::string& way,
+                               const std::map<std::string, int64_t>& expected,
+                               const std::map<std::string, std::string>& environment = {},
+                               const char* program = EXIT_PROGRAM) {
+    const size_t runs = fromEnvironment("KIV_EXIT_RUNS", 10);
+    for (size_t run = 1; run <= runs && !HasFailure(); ++run) {
+      endProcess(way, environment, program);
+      for (const auto& [name, count] : expected) {
+        EXPECT_EQ(reported(name), count) << name << ", run " << run;
+      }
+    }
+    RecordProperty("runs", std::to_string(runs));
   }
 
   /// The counts of the events with this name, added up.
@@ -60,17 +76,11 @@ TEST_F(ProcessExitTest, WithoutTelemetryLeavesNothing) {
 }
 
 TEST_F(ProcessExitTest, ReturningFromMainLosesNoReport) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("return");
-    ASSERT_EQ(reported("before return"), 100);
-  }
+  endProcessAgainAndAgain("return", {{"before return", 100}});
 }
 
 TEST_F(ProcessExitTest, ReportsOfJoinedThreadsAreNotLost) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("join");
-    ASSERT_EQ(reported("before return"), 100);
-  }
+  endProcessAgainAndAgain("join", {{"before return", 100}});
 }
 
 TEST_F(ProcessExitTest, WindowsAreSubmittedFromTheLastKindToTheFirst) {
@@ -84,25 +94,16 @@ TEST_F(ProcessExitTest, WindowsAreSubmittedFromTheLastKindToTheFirst) {
 }
 
 TEST_F(ProcessExitTest, AnObjectOlderThanTheManagerMayReportFromItsDestructor) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("early-object");
-    ASSERT_EQ(reported("from a destructor"), 3);
-  }
+  endProcessAgainAndAgain("early-object", {{"from a destructor", 3}});
 }
 
 TEST_F(ProcessExitTest, AnObjectYoungerThanTheManagerMayReportFromItsDestructor) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("late-object");
-    ASSERT_EQ(reported("from a destructor"), 3);
-  }
+  endProcessAgainAndAgain("late-object", {{"from a destructor", 3}});
 }
 
 TEST_F(ProcessExitTest, AnObjectMayReportBeforeMainAndFromItsDestructor) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("nothing", {{"REPORT_BEFORE_MAIN", "1"}});
-    ASSERT_EQ(reported("before main"), 4);
-    ASSERT_EQ(reported("from a destructor"), 3);
-  }
+  endProcessAgainAndAgain("nothing", {{"before main", 4}, {"from a destructor", 3}},
+                          {{"REPORT_BEFORE_MAIN", "1"}});
 }
 
 TEST_F(ProcessExitTest, AModuleThatIsFinalisedFirstStillTakesTheLastWindows) {
@@ -112,26 +113,16 @@ TEST_F(ProcessExitTest, AModuleThatIsFinalisedFirstStillTakesTheLastWindows) {
 }
 
 TEST_F(ProcessExitTest, ReportsOfALeakedLoggerAreNotLost) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("leak");
-    ASSERT_EQ(reported("before return"), 10);
-  }
+  endProcessAgainAndAgain("leak", {{"before return", 10}});
 }
 
 TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
-  for (int i = 0; i < kTries; ++i) {
-    endProcess("exit-while-flowing");
-    ASSERT_EQ(reported("before exit"), 100);
-  }
+  endProcessAgainAndAgain("exit-while-flowing", {{"before exit", 100}});
 }
 
-TEST_F(ProcessExitTest, AForkedProcessExitsAndLeavesReportingToItsParent) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the sanitizer's allocator may stay locked in the child";
-#endif
-  endProcess("fork");
-  EXPECT_EQ(reported("before fork"), 50);
-  EXPECT_EQ(reported("in the child"), 0);
+TEST_F(ProcessExitTest, LoggersThatOutliveTheManagerSubmitWhatCameBeforeAndNothingAfter) {
+  endProcessAgainAndAgain("keep", {{"before return", 30}, {"integer", 0}});
+  EXPECT_THAT(endProcess("keep").err, HasSubstr("the kept loggers are gone"));
 }
 
 TEST_F(ProcessExitTest, SwitchedOffLeavesNothing) {
@@ -155,6 +146,32 @@ TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
   EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off"));
   EXPECT_EQ(reported("before return"), 100);
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
+}
+
+TEST_F(ProcessExitTest, AClientThatIsUnloadedLeavesTheLibraryAndItsReportsBehind) {
+  endProcessAgainAndAgain("3", {{"passing", 3}}, {}, UNLOAD_PROGRAM);
+}
+
+class ForkTest : public ProcessExitTest {
+ protected:
+  void SetUp() override {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's allocator may stay locked in the child";
+#endif
+  }
+};
+
+TEST_F(ForkTest, AForkedProcessSubmitsNothingOfTheWindowThatItInherited) {
+  endProcessAgainAndAgain("exit", {{"before fork", 50}}, {}, FORK_PROGRAM);
+}
+
+TEST_F(ForkTest, AForkedProcessExitsAndLeavesReportingToItsParent) {
+  endProcessAgainAndAgain("worker", {{"before fork", 50}, {"in the child", 0}}, {}, FORK_PROGRAM);
+}
+
+TEST_F(ForkTest, EveryCallReturnsInAForkedProcessAndOnlyImmediateReportsAreSubmitted) {
+  // Ten children use one such logger that their parent made and one of their own.
+  endProcessAgainAndAgain("everything", {{"before fork", 30}, {"integer", 20}}, {}, FORK_PROGRAM);
 }
 
 TEST(AbsentModule, OnlyTheLoaderSaysSoAndOnlyOnce) {

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "FreshProcess.h"
-#include "LogCapture.h"
 #include "RecorderTest.h"
 #include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
@@ -17,9 +16,6 @@
 namespace android::kiv {
 namespace {
 
-using ::kiv_test::kNoTag;
-using ::kiv_test::LogCapture;
-using ::kiv_test::LogLine;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
 using ::kiv_test::timeAt;
@@ -93,58 +89,11 @@ TEST_F(BaseAggregatorTest, AnUnknownMethodOnlyCounts) {
   EXPECT_EQ(onlyCount(), 2u);
 }
 
-TEST_F(BaseAggregatorTest, FlushingNothingSendsNothingAndMakesNoHandler) {
-  flush();
-  EXPECT_THAT(recorder.calls(), IsEmpty());
-}
-
-TEST_F(BaseAggregatorTest, SendsOneEventPerKeyInKeyOrder) {
-  add("b");
-  add("a");
-  add("b");
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b"));
-  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 2));
-}
-
 TEST_F(BaseAggregatorTest, KeysThatDifferInTheLastFieldOnlyAreTwoEventsInOrder) {
   add("n", 1, Type::MIN);
   add("n", 1, Type::SUM);
   flush();
   EXPECT_THAT(strings("aggregation_method"), ElementsAre("SUM", "MIN"));
-}
-
-TEST_F(BaseAggregatorTest, MakesExactlyTheCallsThatItNeeds) {
-  {
-    ProbeAggregator local;
-    local.add({{session("s"), "a", Type::SUM}, 1});
-    local.add({{session("s"), "b", Type::SUM}, 1});
-    local.flush(timeAt(kStart), timeAt(kEnd));
-  }
-  EXPECT_THAT(recorder.calls(),
-              ElementsAre("createTelemetryHandler(9)", "createEvent(wexo_kiv_generic)",
-                          "reportEvent(wexo_kiv_generic, 1)", "destroyTelemetryEvent(7)",
-                          "createEvent(wexo_kiv_generic)", "reportEvent(wexo_kiv_generic, 1)",
-                          "destroyTelemetryEvent(7)", "destroyTelemetryHandler(9)"));
-}
-
-TEST_F(BaseAggregatorTest, KeepsItsHandlerFromWindowToWindow) {
-  add("n");
-  flush();
-  add("n");
-  flush();
-  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1));
-  EXPECT_EQ(events()[0].handler, events()[1].handler);
-}
-
-TEST_F(BaseAggregatorTest, EachAggregatorHasAHandlerOfItsOwn) {
-  ProbeAggregator other;
-  other.add({{session("s"), "n", Type::SUM}, 1});
-  add("n");
-  flush();
-  other.flush(timeAt(kStart), timeAt(kEnd));
-  ASSERT_EQ(events().size(), 2u);
-  EXPECT_NE(events()[0].handler, events()[1].handler);
 }
 
 TEST_F(BaseAggregatorTest, FlushEmptiesTheTable) {
@@ -162,27 +111,6 @@ TEST_F(BaseAggregatorTest, SubmittingAloneLeavesTheTable) {
   add("n");
   aggregator.submitEvents(timeAt(kStart), timeAt(kEnd));
   EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
-}
-
-TEST_F(BaseAggregatorTest, ResetForgetsWithoutSending) {
-  add("n");
-  aggregator.reset();
-  flush();
-  EXPECT_THAT(events(), IsEmpty());
-}
-
-TEST_F(BaseAggregatorTest, SendsTheIntervalInMillisecondsTruncatedFromMicroseconds) {
-  add("n");
-  aggregator.flush(timeAt(1'700'000'000'123'999), timeAt(1'700'000'005'000'001));
-  EXPECT_THAT(ints("start_time_since_epoch"), ElementsAre(1'700'000'000'123));
-  EXPECT_THAT(ints("end_time_since_epoch"), ElementsAre(1'700'000'005'000));
-}
-
-TEST_F(BaseAggregatorTest, TruncatesTimesBeforeTheEpochTowardZero) {
-  add("n");
-  aggregator.flush(timeAt(-1'999), timeAt(-999));
-  EXPECT_THAT(ints("start_time_since_epoch"), ElementsAre(-1));
-  EXPECT_THAT(ints("end_time_since_epoch"), ElementsAre(0));
 }
 
 TEST_F(BaseAggregatorTest, StagesEveryTypeAsItsOwn) {
@@ -293,71 +221,6 @@ TEST_F(BaseAggregatorTest, SetsIntegersThenFloatsThenStrings) {
   EXPECT_EQ(groups, "iiiffss");
 }
 
-const LogLine kFailedReport{ANDROID_LOG_ERROR, kNoTag,
-                            "submitEvents: Failed to report UnifiedTelemetry event: "
-                            "wexo_kiv_generic"};
-
-TEST_F(BaseAggregatorTest, ARefusedReportIsLoggedAndTheOthersAreStillSent) {
-  recorder.refuseReport(2);
-  add("a");
-  add("b");
-  add("c");
-  const LogCapture log;
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
-}
-
-TEST_F(BaseAggregatorTest, ARefusedReportIsNotRepeated) {
-  recorder.refuseReport(1);
-  add("a");
-  flush();
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a"));
-}
-
-TEST_F(BaseAggregatorTest, ARefusedEventIsStillDestroyed) {
-  add("warm up");
-  flush();
-  recorder.reset();
-  recorder.refuseReport(1);
-  add("a");
-  flush();
-  EXPECT_THAT(recorder.calls(),
-              ElementsAre("createEvent(wexo_kiv_generic)", "reportEvent(wexo_kiv_generic, 1)",
-                          "destroyTelemetryEvent(7)"));
-}
-
-TEST_F(BaseAggregatorTest, AnEventThatIsNotCreatedCountsAsAFailedReport) {
-  recorder.withholdEvents(1);
-  add("a");
-  add("b");
-  const LogCapture log;
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("b"));
-  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
-}
-
-TEST_F(BaseAggregatorTest, WithoutAHandlerTheWindowIsDroppedQuietly) {
-  recorder.withholdHandlers(1);
-  add("a");
-  add("b");
-  const LogCapture log;
-  flush();
-  EXPECT_THAT(recorder.calls(), ElementsAre("createTelemetryHandler(9)"));
-  EXPECT_THAT(aggregator.aggregated_data_, IsEmpty());
-  EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(BaseAggregatorTest, WithoutAHandlerTheNextWindowAsksAgain) {
-  recorder.withholdHandlers(1);
-  add("lost");
-  flush();
-  add("sent");
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("sent"));
-}
-
 TEST_F(BaseAggregatorTest, WithTelemetryOffNothingIsSentAndTheTableIsEmptied) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
@@ -378,46 +241,6 @@ TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStagedAllTheSame) {
     flush();
     EXPECT_EQ(staged, 2);
   });
-}
-
-TEST_F(BaseAggregatorTest, ASubmissionUnderWayIsFinishedWhenTelemetryIsSwitchedOff) {
-  KIV_EXPECT_IN_FRESH_PROCESS({
-    recorder.onReport([](const kiv_test::Event& /*event*/) { disableTelemetryForTesting(); });
-    add("a");
-    add("b");
-    flush();
-    EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b"));
-    add("c");
-    flush();
-    EXPECT_EQ(events().size(), 2u);
-  });
-}
-
-TEST_F(BaseAggregatorTest, WhatIsReportedDuringAFlushIsInTheNextWindow) {
-  recorder.onReport([this](const kiv_test::Event& event) {
-    if (event.strings.at("kiv_event_name") != "b") return;
-    for (const char* nested : {"a", "b", "c", "d"}) add(nested);
-  });
-  for (const char* name : {"a", "b", "c"}) add(name);
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1, 1));
-  recorder.reset();
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c", "d"));
-  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1, 1, 1));
-}
-
-TEST_F(BaseAggregatorTest, AFlushDuringAFlushSendsWhatCameMeanwhileOnly) {
-  recorder.onReport([this](const kiv_test::Event& event) {
-    if (event.strings.at("kiv_event_name") != "b") return;
-    add("nested");
-    flush();
-  });
-  for (const char* name : {"a", "b", "c"}) add(name);
-  flush();
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "nested", "b", "c"));
 }
 
 TEST_F(BaseAggregatorTest, FieldsAreStagedForAnEntryOfTheTable) {

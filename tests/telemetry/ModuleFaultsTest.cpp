@@ -188,6 +188,17 @@ class SlowModuleTest : public LoggerRig {
  protected:
   static constexpr int kCallers = 4;
 
+  ~SlowModuleTest() override { release.countDown(); }
+
+  /// The module keeps the next report, and with it the worker, until `release`.
+  void holdNextReport() {
+    recorder.onReport([this](const Event& /*event*/) {
+      if (!first.exchange(false)) return;
+      busy.countDown();
+      release.wait();
+    });
+  }
+
   /// Runs `call` on four threads at once, with a blocking logger each.
   template <typename Call>
   std::vector<std::thread> callers(Call call) {
@@ -207,17 +218,14 @@ class SlowModuleTest : public LoggerRig {
     for (const int64_t count : ints("aggregated_count")) sum += count;
     return sum;
   }
-};
 
-TEST_F(SlowModuleTest, BlockingCallersWaitForItAndLoseNothing) {
   Latch busy;
   Latch release;
   std::atomic<bool> first{true};
-  recorder.onReport([&](const Event& /*event*/) {
-    if (!first.exchange(false)) return;
-    busy.countDown();
-    release.wait();
-  });
+};
+
+TEST_F(SlowModuleTest, BlockingCallersWaitForItAndLoseNothing) {
+  holdNextReport();
   const auto logger = makeLogger(Model::NON_BLOCKING);
   logger->logKivEvent("held", 1, Type::SUM);
   std::thread flushing([&] { EXPECT_TRUE(logger->flush()); });
@@ -238,14 +246,7 @@ TEST_F(SlowModuleTest, BlockingCallersWaitForItAndLoseNothing) {
 TEST_F(SlowModuleTest, CallersThatGiveUpWaitingReturnWhileItIsStillBusy) {
   thread = TaskRunnerThread::create(milliseconds(1));
   runner = TaskRunner(thread);
-  Latch busy;
-  Latch release;
-  std::atomic<bool> first{true};
-  recorder.onReport([&](const Event& /*event*/) {
-    if (!first.exchange(false)) return;
-    busy.countDown();
-    release.wait();
-  });
+  holdNextReport();
   const auto logger = makeLogger(Model::NON_BLOCKING);
   logger->logKivEvent("held", 1, Type::SUM);
   // Posted, because a wait for it might be given up on a busy machine.

@@ -9,7 +9,6 @@
 
 #include "AllocationCount.h"
 #include "FreshProcess.h"
-#include "LogCapture.h"
 #include "PackedAggregator.h"
 #include "RecorderTest.h"
 #include "TestSessions.h"
@@ -23,14 +22,9 @@ namespace android::kiv {
 namespace {
 
 using ::kiv_test::AllocationCount;
-using ::kiv_test::kNoTag;
-using ::kiv_test::LogCapture;
-using ::kiv_test::LogLine;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
 using ::kiv_test::timeAt;
-using testing::Each;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 using Type = NumericAggregationType;
@@ -234,56 +228,6 @@ class PackedAggregatorTest : public RecorderTest {
   PackedAggregator<Event> aggregator;
 };
 
-TEST_F(PackedAggregatorTest, MakesExactlyTheCallsThatItNeeds) {
-  {
-    PackedAggregator<Event> local;
-    local.flush(timeAt(0), timeAt(1));
-    local.add({{session("s"), "a", Type::SUM}, 1});
-    local.flush(timeAt(0), timeAt(1));
-    local.add({{session("s"), "a", Type::SUM}, 1});
-    local.flush(timeAt(0), timeAt(1));
-  }
-  EXPECT_THAT(recorder.calls(),
-              ElementsAre("createTelemetryHandler(9)", "createEvent(wexo_kiv_generic)",
-                          "reportEvent(wexo_kiv_generic, 1)", "destroyTelemetryEvent(7)",
-                          "createEvent(wexo_kiv_generic)", "reportEvent(wexo_kiv_generic, 1)",
-                          "destroyTelemetryEvent(7)", "destroyTelemetryHandler(9)"));
-}
-
-const LogLine kFailedReport{ANDROID_LOG_ERROR, kNoTag,
-                            "submitEvents: Failed to report UnifiedTelemetry event: "
-                            "wexo_kiv_generic"};
-
-TEST_F(PackedAggregatorTest, ARefusedReportIsLoggedAndTheOthersAreStillSent) {
-  recorder.refuseReport(2);
-  for (const char* name : {"a", "b", "c"}) add(name);
-  const LogCapture log;
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
-}
-
-TEST_F(PackedAggregatorTest, AnEventThatIsNotCreatedCountsAsAFailedReport) {
-  recorder.withholdEvents(1);
-  add("a");
-  add("b");
-  const LogCapture log;
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("b"));
-  EXPECT_THAT(log.lines(), ElementsAre(kFailedReport));
-}
-
-TEST_F(PackedAggregatorTest, WithoutAHandlerTheWindowIsDroppedQuietlyAndTheNextAsksAgain) {
-  recorder.withholdHandlers(1);
-  add("lost");
-  const LogCapture log;
-  flush();
-  add("sent");
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("sent"));
-  EXPECT_THAT(log.lines(), IsEmpty());
-}
-
 TEST_F(PackedAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotten) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
@@ -293,46 +237,6 @@ TEST_F(PackedAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotte
     EXPECT_THAT(recorder.calls(), IsEmpty());
     EXPECT_EQ(parent.use_count(), 1);
   });
-}
-
-TEST_F(PackedAggregatorTest, ASubmissionUnderWayIsFinishedWhenTelemetryIsSwitchedOff) {
-  KIV_EXPECT_IN_FRESH_PROCESS({
-    recorder.onReport([](const kiv_test::Event& /*event*/) { disableTelemetryForTesting(); });
-    add("a");
-    add("b");
-    flush();
-    EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b"));
-  });
-}
-
-TEST_F(PackedAggregatorTest, WhatIsReportedDuringASubmissionIsInTheNextWindow) {
-  recorder.onReport([this](const kiv_test::Event& event) {
-    const std::string name = event.strings.at("kiv_event_name");
-    // Before, at and behind the key that is being submitted.
-    if (name == "b") {
-      for (const char* nested : {"a", "b", "c", "d"}) add(nested);
-    }
-  });
-  for (const char* name : {"a", "b", "c"}) add(name);
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(ints("aggregated_count"), Each(1));
-  recorder.reset();
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c", "d"));
-  EXPECT_THAT(ints("aggregated_count"), Each(1));
-}
-
-TEST_F(PackedAggregatorTest, AFlushDuringASubmissionSendsWhatCameMeanwhileOnly) {
-  recorder.onReport([this](const kiv_test::Event& event) {
-    if (event.strings.at("kiv_event_name") != "b") return;
-    add("nested");
-    flush();
-  });
-  for (const char* name : {"a", "b", "c"}) add(name);
-  flush();
-  flush();
-  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "nested", "b", "c"));
 }
 
 TEST_F(PackedAggregatorTest, KeepsTheMemoryOfASmallWindowOnly) {

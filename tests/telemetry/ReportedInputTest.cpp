@@ -296,6 +296,18 @@ TEST_F(ReportedInputTest, LatenciesOfAnySizeAreCounted) {
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(5));
 }
 
+TEST_F(ReportedInputTest, LatenciesAtRatesOfNoSenseBelongToTheNearestThatHasOne) {
+  using Limits = std::numeric_limits<float>;
+  for (const float rate : {0.0F, -1.0F, -Limits::infinity(), Limits::quiet_NaN(), 4294967296.0F,
+                           1e20F, Limits::infinity()}) {
+    KivPcmInfoExt pcm = kPcm;
+    pcm.sampleRate = rate;
+    logger->logAudioLatency(pcm, kObject, milliseconds(1));
+  }
+  EXPECT_TRUE(logger->flush());
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(4, 3));
+}
+
 TEST_F(ReportedInputTest, NumbersOfAStreamFillTheirWholeRange) {
   const KivPcmInfoExt pcm{0.0F, UINT32_MAX, UINT32_MAX, false, audio_format_t(0xFFFFFFFF)};
   logger->logStreamEvent(pcm, ::kiv::KivStreamType(-128), "start");

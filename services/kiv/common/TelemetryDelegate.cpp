@@ -1,5 +1,7 @@
 #include "kiv/TelemetryDelegate.h"
 
+#include <pthread.h>
+
 #include <utility>
 
 namespace android::kiv {
@@ -8,8 +10,13 @@ TelemetryHandler::~TelemetryHandler() = default;
 
 TelemetryDelegate& TelemetryDelegate::getInstance() {
   // Leaked on purpose: static destructors of any library may still ask for a handler.
-  static TelemetryDelegate& instance = *new TelemetryDelegate;
-  return instance;
+  static TelemetryDelegate* const instance = [] {
+    // A forked process must not find the mutex locked.
+    pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
+                   [] { getInstance().mutex_.unlock(); });
+    return new TelemetryDelegate;
+  }();
+  return *instance;
 }
 
 void TelemetryDelegate::registerHandler(TelemetryHandler* handler, HandlerFactory factory) {

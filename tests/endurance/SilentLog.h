@@ -1,17 +1,9 @@
-/// What the tests that go on for long have in common. Each has a short form, which belongs to the
-/// suite, and a long one, asked for by a variable of the environment.
+/// For tests of so many reports that their lines in the Android log would be what takes the time.
 #pragma once
 
 #include <android/log.h>
 
-#include <cstdlib>
-
 namespace kiv_test {
-
-inline size_t fromEnvironment(const char* name, size_t otherwise) {
-  const char* const text = std::getenv(name);
-  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
-}
 
 /// Nothing is written to the Android log while it lives.
 class SilentLog {

@@ -1,0 +1,15 @@
+/// What goes on for long has a short form, which belongs to the suite, and a long one, asked for by
+/// a variable of the environment.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+
+namespace kiv_test {
+
+inline size_t fromEnvironment(const char* name, size_t otherwise) {
+  const char* const text = std::getenv(name);
+  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
+}
+
+}  // namespace kiv_test
