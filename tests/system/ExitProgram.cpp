@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -94,6 +96,11 @@ void leakLogger() {
   report(*leaked->getLogger(), "before return", 10);
 }
 
+void leakDefaultLogger() {
+  static const auto* const leaked = new TelemetryEnv();
+  report(*leaked->getLogger(), "before return", 10);
+}
+
 [[noreturn]] void exitWhileReportsFlow() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before exit", 100);
@@ -105,6 +112,55 @@ void leakLogger() {
   }
   std::thread([] { std::exit(0); }).join();
   std::abort();
+}
+
+/// Loggers are made and dropped at the very moment at which the manager ends.
+[[noreturn]] void exitWhileLoggersComeAndGo() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before exit", 100);
+  for (int i = 0; i < 2; ++i) {
+    std::thread([] {
+      for (;;) {
+        const TelemetryEnv passing("Passing");
+        const TelemetryLogger like_the_default;
+      }
+    }).detach();
+  }
+  std::thread([] { std::exit(0); }).join();
+  std::abort();
+}
+
+/// A client's logger that keeps the worker longer than a wait for it lasts.
+class SlowLogger : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& api,
+                    KivErrorSeverity severity, const std::string& kiv_class) override {
+    if (std::this_thread::get_id() != owner_) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    }
+    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
+  }
+
+ private:
+  const std::thread::id owner_ = std::this_thread::get_id();
+};
+
+struct SlowReporter {
+  ~SlowReporter() {
+    if (logger == nullptr) return;
+    logger->logErrorCode("slow", "api", KivErrorSeverity::INFO, "class");
+    report(*logger, "from a destructor", 3);
+  }
+
+  std::shared_ptr<SlowLogger> logger;
+};
+
+void reportSlowlyAtTheEnd() {
+  static SlowReporter slow;
+  slow.logger = std::make_shared<SlowLogger>(android::kiv::KivSessionId(nullptr), "Slow",
+                                             TelemetrySubmissionModel::NON_BLOCKING);
 }
 
 void exitWithoutTelemetry() {}
@@ -123,6 +179,7 @@ void exitWithImmediateLogger() {
 }
 
 bool report_after_everything = false;
+android::kiv::TelemetryLoggerManager* manager_of_main = nullptr;
 
 /// Reports when the manager has been destroyed already.
 void reportAfterEverything(int /*status*/, void* /*unused*/) {
@@ -132,8 +189,12 @@ void reportAfterEverything(int /*status*/, void* /*unused*/) {
   const bool flushed = telemetry.getLogger()->flush();
   const auto trace = telemetry.getLogger()->startTrace("class", "after everything");
   telemetry.getLogger()->stopTrace(trace);
-  std::fprintf(stderr, "%s, telemetry %s\n", flushed ? "flushed" : "not flushed",
-               android::kiv::isTelemetryEnabled() ? "on" : "off");
+  const bool follows =
+      manager_of_main->getTelemetryLoggerInstance() ==
+      android::kiv::TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  std::fprintf(stderr, "%s, telemetry %s, the manager of main gives %s logger\n",
+               flushed ? "flushed" : "not flushed",
+               android::kiv::isTelemetryEnabled() ? "on" : "off", follows ? "today's" : "its old");
 }
 
 // Called before any library is initialised, so what it registers is called when all are finalised.
@@ -143,6 +204,7 @@ using Initialiser = void (*)(int, char**, char**);
 
 void outliveTheManager() {
   returnFromMain();
+  manager_of_main = &android::kiv::TelemetryLoggerManager::getInstance();
   report_after_everything = true;
 }
 
@@ -187,6 +249,13 @@ void stopAndExit() {
   telemetry.getLogger()->stop();
 }
 
+/// As that of a client that keeps its logger for good, and has no use for it any more.
+void stopAndLeak() {
+  static const auto* const leaked = new TelemetryEnv("Leaked");
+  report(*leaked->getLogger(), "before stop", 5);
+  leaked->getLogger()->stop();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -197,13 +266,17 @@ int main(int argc, char** argv) {
       {"early-object", reportFromEarlyObject},
       {"late-object", reportFromLateObject},
       {"leak", leakLogger},
+      {"leak-default", leakDefaultLogger},
       {"exit-while-flowing", exitWhileReportsFlow},
+      {"exit-while-made", exitWhileLoggersComeAndGo},
+      {"slow-at-the-end", reportSlowlyAtTheEnd},
       {"nothing", exitWithoutTelemetry},
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
       {"flush", flushAndGoOn},
       {"fork", forkAndGoOn},
       {"stop", stopAndExit},
+      {"stop-and-leak", stopAndLeak},
       {"afterlife", outliveTheManager},
   };
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();

@@ -118,6 +118,25 @@ TEST_F(ProcessExitTest, ReportsOfALeakedLoggerAreNotLost) {
   }
 }
 
+TEST_F(ProcessExitTest, ReportsOfALeakedDefaultLoggerAreNotLost) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("leak-default");
+    ASSERT_EQ(reported("before return"), 10);
+  }
+}
+
+TEST_F(ProcessExitTest, ExitWhileLoggersComeAndGoKeepsWhatWasReportedBefore) {
+  for (int i = 0; i < kTries; ++i) {
+    endProcess("exit-while-made");
+    ASSERT_EQ(reported("before exit"), 100);
+  }
+}
+
+TEST_F(ProcessExitTest, ReportsBehindASlowOneAreNotLost) {
+  endProcess("slow-at-the-end");
+  EXPECT_EQ(reported("from a destructor"), 3);
+}
+
 TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
   for (int i = 0; i < kTries; ++i) {
     endProcess("exit-while-flowing");
@@ -150,9 +169,15 @@ TEST_F(ProcessExitTest, WhatWasSubmittedByStopIsNotSubmittedAgain) {
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
 
+TEST_F(ProcessExitTest, ALoggerThatIsStoppedAndKeptIsNoFault) {
+  const ProgramResult result = endProcess("stop-and-leak");
+  EXPECT_EQ(reported("before stop"), 5);
+  EXPECT_THAT(result.err, Not(HasSubstr("not running")));
+}
+
 TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
   const ProgramResult result = endProcess("afterlife");
-  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off"));
+  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off, the manager of main gives today's"));
   EXPECT_EQ(reported("before return"), 100);
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
