@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <string>
 #include <thread>
 #include <vector>
@@ -229,6 +231,27 @@ TEST_F(TaskRunnerTest, AWithdrawalAsTheTaskStartsIsEitherRunOrTimedOut) {
     ASSERT_EQ(ran, status.ok());
     ASSERT_TRUE(status.ok() || status.code() == android::TIMED_OUT);
   }
+}
+
+std::atomic<int> handled{0};
+
+TEST_F(TaskRunnerTest, ASignalHandlerDoesNotEndAWait) {
+  struct sigaction counting {};
+  counting.sa_handler = [](int /*signal*/) { ++handled; };
+  struct sigaction previous {};
+  ASSERT_EQ(sigaction(SIGUSR1, &counting, &previous), 0);
+  WorkerHold hold(runner);
+  std::thread interrupter([&hold, waiter = pthread_self()] {
+    // All but the first few come while it waits.
+    for (int i = 1; i <= 200; ++i) {
+      pthread_kill(waiter, SIGUSR1);
+      while (handled < i) std::this_thread::yield();
+    }
+    hold.release();
+  });
+  EXPECT_TRUE(runner.postTaskAndWait([] {}).ok());
+  interrupter.join();
+  sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST_F(TaskRunnerTest, AVeryLongLimitIsNoLimit) {
