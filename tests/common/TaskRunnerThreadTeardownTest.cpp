@@ -162,11 +162,19 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
   static const auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
   Latch never;
+  Latch taken;
   Latch posted;
-  runner.postTask([&] {
-    posted.wait();
-    std::exit(0);
-  });
+  {
+    // The worker takes both of these at once.
+    const WorkerHold hold(runner);
+    runner.postTask([&] {
+      taken.countDown();
+      posted.wait();
+      std::exit(0);
+    });
+    runner.postTask([] { fputs("second task ran\n", stderr); });
+  }
+  taken.wait();
   runner.postTask([] { fputs("last task ran\n", stderr); });
   posted.countDown();
   never.wait();
@@ -175,7 +183,7 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
 
 TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "last task ran");
+  EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "second task ran\nlast task ran");
 }
 
 /// Says how many tasks ran of those that a thread, the worker and the exiting thread posted while
