@@ -114,6 +114,18 @@ TEST_F(TaskRunnerTest, KeepsThePostingOrderOfEachThread) {
   }
 }
 
+TEST_F(TaskRunnerTest, ATaskThatComesAsTheWorkerFallsAsleepIsNotForgotten) {
+  std::atomic<int> ran{0};
+  for (int i = 1; i <= 1000; ++i) {
+    runner.postTask([&] { ++ran; });
+    for (int looks = 0; ran < i; ++looks) {
+      if (looks > 1000) std::this_thread::yield();
+    }
+    // The worker finds nothing more to do about now.
+    for (std::atomic<int> pause{i % 64}; pause > 0;) --pause;
+  }
+}
+
 TEST_F(TaskRunnerTest, KnowsItsOwnWorker) {
   EXPECT_FALSE(runner.isRunningOnCurrentThread());
   bool inside = false;

@@ -158,6 +158,32 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
   EXPECT_EXIT(exitWithTasksQueued(true), testing::ExitedWithCode(0), "last task ran");
 }
 
+/// Exits when nothing can be posted any more, because the worker has dropped its own thread, and
+/// one task is left.
+[[noreturn]] void exitBehindAClosedQueue() {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  static Latch posted;
+  static Latch closed;
+  static Latch release;
+  runner.postTask([owner = std::move(thread)]() mutable {
+    posted.wait();
+    owner.reset();
+    closed.countDown();
+    release.wait();
+  });
+  runner.postTask([] { fputs("last task ran\n", stderr); });
+  posted.countDown();
+  closed.wait();
+  std::atexit([] { release.countDown(); });
+  std::exit(0);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatHasEndedItselfRunAtProcessExit) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitBehindAClosedQueue(), testing::ExitedWithCode(0), "last task ran");
+}
+
 [[noreturn]] void exitFromATask() {
   static const auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
