@@ -35,12 +35,23 @@ constexpr std::chrono::milliseconds kLong{60000};
 TEST(TaskRunnerThreadTeardown, RunsWhatIsQueuedBeforeItReturns) {
   auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
-  int ran = 0;
+  std::atomic<int> ran{0};
   WorkerHold hold(runner);
   for (int i = 0; i < 10; ++i) runner.postTask([&] { ++ran; });
-  hold.release();
+  std::thread releaser([&] {
+    // Once tasks are dropped, the thread is being destroyed.
+    for (bool dropped = false; !dropped;) {
+      auto captured = std::make_shared<int>(1);
+      const std::weak_ptr<int> watch = captured;
+      runner.postTask([captured = std::move(captured)] {});
+      dropped = watch.expired();
+      std::this_thread::yield();
+    }
+    hold.release();
+  });
   thread.reset();
   EXPECT_EQ(ran, 10);
+  releaser.join();
 }
 
 TEST(TaskRunnerThreadTeardown, LaterPostsAreDropped) {
