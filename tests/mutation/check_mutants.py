@@ -70,6 +70,7 @@ class Mutant:
     find: str
     replace: str
     survives: str = ""
+    unsteady: str = ""  # why it is a matter of chance whether somebody notices, if so
     first: str = ""  # the program that is likely to notice, where it is not the subsystem's own
 
     def likely_tests(self):
@@ -242,8 +243,8 @@ def main():
             verdict, detail = "BROKEN", "does not compile"
         elif how:
             verdict, detail = ("STALE" if mutant.survives else "noticed"), how
-        elif mutant.survives:
-            verdict, detail = "explained", mutant.survives
+        elif mutant.survives or mutant.unsteady:
+            verdict, detail = "explained", mutant.survives or mutant.unsteady
         else:
             verdict, detail = "UNNOTICED", "no test fails"
         counts[verdict] += 1
