@@ -23,6 +23,7 @@ using android::kiv::KivErrorSeverity;
 using android::kiv::NumericAggregationType;
 using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryLogger;
+using android::kiv::TelemetryLoggerManager;
 using android::kiv::TelemetrySubmissionModel;
 
 void report(TelemetryLogger& logger, const std::string& name, int times) {
@@ -179,7 +180,7 @@ void exitWithImmediateLogger() {
 }
 
 bool report_after_everything = false;
-android::kiv::TelemetryLoggerManager* manager_of_main = nullptr;
+TelemetryLoggerManager* manager_of_main = nullptr;
 
 /// Reports when the manager has been destroyed already.
 void reportAfterEverything(int /*status*/, void* /*unused*/) {
@@ -189,9 +190,8 @@ void reportAfterEverything(int /*status*/, void* /*unused*/) {
   const bool flushed = telemetry.getLogger()->flush();
   const auto trace = telemetry.getLogger()->startTrace("class", "after everything");
   telemetry.getLogger()->stopTrace(trace);
-  const bool follows =
-      manager_of_main->getTelemetryLoggerInstance() ==
-      android::kiv::TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  const bool follows = manager_of_main->getTelemetryLoggerInstance() ==
+                       TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   std::fprintf(stderr, "%s, telemetry %s, the manager of main gives %s logger\n",
                flushed ? "flushed" : "not flushed",
                android::kiv::isTelemetryEnabled() ? "on" : "off", follows ? "today's" : "its old");
@@ -204,7 +204,11 @@ using Initialiser = void (*)(int, char**, char**);
 
 void outliveTheManager() {
   returnFromMain();
-  manager_of_main = &android::kiv::TelemetryLoggerManager::getInstance();
+  manager_of_main = &TelemetryLoggerManager::getInstance();
+  // Kept, so that no other logger comes to lie where it was.
+  static const auto* const kept =
+      new std::shared_ptr<TelemetryLogger>(manager_of_main->getTelemetryLoggerInstance());
+  static_cast<void>(kept);
   report_after_everything = true;
 }
 
@@ -243,6 +247,20 @@ void forkAndGoOn() {
   busy.join();
 }
 
+/// Forks and exits where the manager is the only one to hold what was reported.
+void forkWithoutLoggers() {
+  {
+    const auto logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+    report(*logger, "before fork", 50);
+    // Waits until they have been taken.
+    logger->start();
+  }
+  const pid_t child = fork();
+  if (child == 0) std::exit(0);
+  int status = 0;
+  if (waitpid(child, &status, 0) != child || status != 0) std::abort();
+}
+
 void stopAndExit() {
   const TelemetryEnv telemetry("Main");
   report(*telemetry.getLogger(), "before stop", 5);
@@ -275,6 +293,7 @@ int main(int argc, char** argv) {
       {"immediate", exitWithImmediateLogger},
       {"flush", flushAndGoOn},
       {"fork", forkAndGoOn},
+      {"fork-without-loggers", forkWithoutLoggers},
       {"stop", stopAndExit},
       {"stop-and-leak", stopAndLeak},
       {"afterlife", outliveTheManager},

@@ -153,6 +153,11 @@ TEST_F(ProcessExitTest, AForkedProcessExitsAndLeavesReportingToItsParent) {
   EXPECT_EQ(reported("in the child"), 0);
 }
 
+TEST_F(ProcessExitTest, AForkedProcessDoesNotSubmitWhatWasReportedToItsParent) {
+  endProcess("fork-without-loggers");
+  EXPECT_EQ(reported("before fork"), 50);
+}
+
 TEST_F(ProcessExitTest, SwitchedOffLeavesNothing) {
   endProcess("switched-off");
   EXPECT_THAT(readEvents(events_file), IsEmpty());
