@@ -22,11 +22,10 @@ class Ptr {
   Ptr(Ptr&& other) noexcept
       : object_(std::exchange(other.object_, nullptr)), destroy_(other.destroy_) {}
   Ptr& operator=(Ptr&& other) noexcept {
-    if (this != &other) {
-      reset();
-      object_ = std::exchange(other.object_, nullptr);
-      destroy_ = other.destroy_;
-    }
+    // The old object goes last: while it is destroyed, the module may come back for the new one.
+    Ptr taken(std::move(other));
+    std::swap(object_, taken.object_);
+    std::swap(destroy_, taken.destroy_);
     return *this;
   }
   Ptr(const Ptr&) = delete;

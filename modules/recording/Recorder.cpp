@@ -67,4 +67,9 @@ void Recorder::onReport(std::function<void(const Event&)> hook) {
   state_->faults.hook = std::move(hook);
 }
 
+void Recorder::onCall(std::function<void(const std::string&)> hook) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.call_hook = std::move(hook);
+}
+
 }  // namespace TAMSA::recording

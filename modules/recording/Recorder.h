@@ -75,6 +75,11 @@ class __attribute__((visibility("default"))) Recorder {
   /// may wait, and may report in turn. An empty one removes it.
   void onReport(std::function<void(const Event&)> hook);
 
+  /// Calls `hook` likewise inside every other operation that the library waits for an answer of or
+  /// fills an event by, with its name: "createTelemetryHandler", "createEvent", "setInt64Field",
+  /// "setFloatField", "setStringField".
+  void onCall(std::function<void(const std::string&)> hook);
+
  private:
   friend class Handler;
   friend class Module;

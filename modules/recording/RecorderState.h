@@ -22,6 +22,7 @@ struct Recorder::State {
     int events_to_withhold = 0;
     std::chrono::milliseconds delay{0};
     std::function<void(const Event&)> hook;
+    std::function<void(const std::string&)> call_hook;
   };
 
   /// With the mutex held.

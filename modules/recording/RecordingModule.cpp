@@ -15,19 +15,46 @@ namespace {
 using UnifiedTelemetry::v7::ITelemetryEvent;
 using UnifiedTelemetry::v9::ITelemetryHandler;
 
+}  // namespace
+
+class Module {
+ public:
+  static ITelemetryHandler* createHandler(int64_t version);
+
+  static void noteCall(std::string call) {
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::lock_guard lock(state.mutex);
+    state.noteCall(std::move(call));
+  }
+
+  static void callHook(const char* operation) {
+    Recorder::State& state = *Recorder::getInstance().state_;
+    std::unique_lock lock(state.mutex);
+    const auto hook = state.faults.call_hook;
+    // Not held meanwhile: a hook may report in turn.
+    lock.unlock();
+    if (hook) hook(operation);
+  }
+};
+
+namespace {
+
 class RecordedEvent final : public ITelemetryEvent {
  public:
   explicit RecordedEvent(const char* name) { event.name = name; }
 
   void setStringField(const char* name, const char* value) override {
+    Module::callHook("setStringField");
     event.strings[name] = value;
     event.set.emplace_back(name);
   }
   void setFloatField(const char* name, float value) override {
+    Module::callHook("setFloatField");
     event.floats[name] = value;
     event.set.emplace_back(name);
   }
   void setInt64Field(const char* name, int64_t value) override {
+    Module::callHook("setInt64Field");
     event.ints[name] = value;
     event.set.emplace_back(name);
   }
@@ -42,6 +69,7 @@ class Handler final : public ITelemetryHandler {
   explicit Handler(int number) : number_(number) {}
 
   ITelemetryEvent* createEvent(const char* name) override {
+    Module::callHook("createEvent");
     Recorder::State& state = *Recorder::getInstance().state_;
     std::lock_guard lock(state.mutex);
     state.noteCall(std::string("createEvent(") + name + ")");
@@ -77,26 +105,18 @@ class Handler final : public ITelemetryHandler {
   const int number_;
 };
 
-class Module {
- public:
-  static ITelemetryHandler* createHandler(int64_t version) {
-    Recorder::State& state = *Recorder::getInstance().state_;
-    std::lock_guard lock(state.mutex);
-    state.noteCall("createTelemetryHandler(" + std::to_string(version) + ")");
-    if (version != ITelemetryHandler::kVersion) return nullptr;
-    if (state.faults.handlers_to_withhold > 0) {
-      --state.faults.handlers_to_withhold;
-      return nullptr;
-    }
-    return new Handler(++state.handlers);
+ITelemetryHandler* Module::createHandler(int64_t version) {
+  callHook("createTelemetryHandler");
+  Recorder::State& state = *Recorder::getInstance().state_;
+  std::lock_guard lock(state.mutex);
+  state.noteCall("createTelemetryHandler(" + std::to_string(version) + ")");
+  if (version != ITelemetryHandler::kVersion) return nullptr;
+  if (state.faults.handlers_to_withhold > 0) {
+    --state.faults.handlers_to_withhold;
+    return nullptr;
   }
-
-  static void noteCall(std::string call) {
-    Recorder::State& state = *Recorder::getInstance().state_;
-    std::lock_guard lock(state.mutex);
-    state.noteCall(std::move(call));
-  }
-};
+  return new Handler(++state.handlers);
+}
 
 extern "C" {
 

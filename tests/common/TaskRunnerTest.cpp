@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <string>
 #include <thread>
 #include <vector>
@@ -109,6 +111,18 @@ TEST_F(TaskRunnerTest, KeepsThePostingOrderOfEachThread) {
   for (const auto& order : seen) {
     EXPECT_EQ(order.size(), 300u);
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+  }
+}
+
+TEST_F(TaskRunnerTest, ATaskThatComesAsTheWorkerFallsAsleepIsNotForgotten) {
+  std::atomic<int> ran{0};
+  for (int i = 1; i <= 1000; ++i) {
+    runner.postTask([&] { ++ran; });
+    for (int looks = 0; ran < i; ++looks) {
+      if (looks > 1000) std::this_thread::yield();
+    }
+    // The worker finds nothing more to do about now.
+    for (std::atomic<int> pause{i % 64}; pause > 0;) --pause;
   }
 }
 
@@ -229,6 +243,25 @@ TEST_F(TaskRunnerTest, AWithdrawalAsTheTaskStartsIsEitherRunOrTimedOut) {
     ASSERT_EQ(ran, status.ok());
     ASSERT_TRUE(status.ok() || status.code() == android::TIMED_OUT);
   }
+}
+
+TEST_F(TaskRunnerTest, ASignalHandlerDoesNotEndAWait) {
+  struct sigaction ignoring {};
+  ignoring.sa_handler = [](int /*signal*/) {};
+  struct sigaction previous {};
+  ASSERT_EQ(sigaction(SIGUSR1, &ignoring, &previous), 0);
+  WorkerHold hold(runner);
+  std::thread interrupter([&hold, waiter = pthread_self()] {
+    // All but the first few come while it waits.
+    for (int i = 0; i < 200; ++i) {
+      pthread_kill(waiter, SIGUSR1);
+      for (int j = 0; j < 100; ++j) std::this_thread::yield();
+    }
+    hold.release();
+  });
+  EXPECT_TRUE(runner.postTaskAndWait([] {}).ok());
+  interrupter.join();
+  sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST_F(TaskRunnerTest, AVeryLongLimitIsNoLimit) {

@@ -35,12 +35,23 @@ constexpr std::chrono::milliseconds kLong{60000};
 TEST(TaskRunnerThreadTeardown, RunsWhatIsQueuedBeforeItReturns) {
   auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
-  int ran = 0;
+  std::atomic<int> ran{0};
   WorkerHold hold(runner);
   for (int i = 0; i < 10; ++i) runner.postTask([&] { ++ran; });
-  hold.release();
+  std::thread releaser([&] {
+    // Once tasks are dropped, the thread is being destroyed.
+    for (bool dropped = false; !dropped;) {
+      auto captured = std::make_shared<int>(1);
+      const std::weak_ptr<int> watch = captured;
+      runner.postTask([captured = std::move(captured)] {});
+      dropped = watch.expired();
+      std::this_thread::yield();
+    }
+    hold.release();
+  });
   thread.reset();
   EXPECT_EQ(ran, 10);
+  releaser.join();
 }
 
 TEST(TaskRunnerThreadTeardown, LaterPostsAreDropped) {
@@ -158,15 +169,49 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
   EXPECT_EXIT(exitWithTasksQueued(true), testing::ExitedWithCode(0), "last task ran");
 }
 
+/// Exits when nothing can be posted any more, because the worker has dropped its own thread, and
+/// one task is left.
+[[noreturn]] void exitBehindAClosedQueue() {
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  static Latch posted;
+  static Latch closed;
+  static Latch release;
+  runner.postTask([owner = std::move(thread)]() mutable {
+    posted.wait();
+    owner.reset();
+    closed.countDown();
+    release.wait();
+  });
+  runner.postTask([] { fputs("last task ran\n", stderr); });
+  posted.countDown();
+  closed.wait();
+  std::atexit([] { release.countDown(); });
+  std::exit(0);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatHasEndedItselfRunAtProcessExit) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitBehindAClosedQueue(), testing::ExitedWithCode(0), "last task ran");
+}
+
 [[noreturn]] void exitFromATask() {
   static const auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
   Latch never;
+  Latch taken;
   Latch posted;
-  runner.postTask([&] {
-    posted.wait();
-    std::exit(0);
-  });
+  {
+    // The worker takes both of these at once.
+    const WorkerHold hold(runner);
+    runner.postTask([&] {
+      taken.countDown();
+      posted.wait();
+      std::exit(0);
+    });
+    runner.postTask([] { fputs("second task ran\n", stderr); });
+  }
+  taken.wait();
   runner.postTask([] { fputs("last task ran\n", stderr); });
   posted.countDown();
   never.wait();
@@ -175,11 +220,11 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfAThreadThatEndsItselfRunAtProcess
 
 TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "last task ran");
+  EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "second task ran\nlast task ran");
 }
 
-/// Says how many tasks ran of those that a thread and the exiting one posted while the process
-/// ended.
+/// Says how many tasks ran of those that a thread, the worker and the exiting thread posted while
+/// the process ended.
 [[noreturn]] void exitWhileAThreadPosts() {
   static std::atomic<int> ran{0};
   static TaskRunner* runner = nullptr;
@@ -188,6 +233,10 @@ TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
     std::thread([] {
       for (int i = 0; i < 30000; ++i) runner->postTask([] { ++ran; });
     }).join();
+    const auto post_on_worker = [] {
+      for (int i = 0; i < 5; ++i) runner->postTask([] { ++ran; });
+    };
+    EXPECT_TRUE(runner->postTaskAndWait(post_on_worker).ok());
     EXPECT_TRUE(runner->postTaskAndWait([] { ++ran; }).ok());
     fprintf(stderr, "%d tasks ran\n", ran.load());
   });
@@ -199,7 +248,7 @@ TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
 
 TEST(TaskRunnerThreadTeardownDeathTest, ThreadsThatNeverStopPostingDoNotKeepTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitWhileAThreadPosts(), testing::ExitedWithCode(0), "10001 tasks ran");
+  EXPECT_EXIT(exitWhileAThreadPosts(), testing::ExitedWithCode(0), "10006 tasks ran");
 }
 
 /// Runs `body` in a forked process, which it ends with `exit()`. True if it said so and ended well.

@@ -9,6 +9,7 @@ namespace kiv_test::model {
 namespace {
 
 constexpr int64_t kPeriodNs = 5000LL * 1000 * 1000;
+constexpr int kDeepestSubmission = 4;
 
 const char* eventName(Kind kind) {
   switch (kind) {
@@ -107,9 +108,12 @@ void Reference::open(Aggregation& aggregation) const {
 }
 
 void Reference::closeWindow(Aggregation& aggregation) {
+  if (submissions_ == kDeepestSubmission) return;
+  ++submissions_;
   const int64_t start_us = aggregation.started_system_us;
   open(aggregation);
   submit(aggregation, start_us, system_us);
+  --submissions_;
 }
 
 void Reference::submit(Aggregation& aggregation, int64_t start_us, int64_t end_us) {

@@ -127,6 +127,7 @@ class Reference {
   void add(Aggregation& aggregation, const Report& report);
   void logLine(int priority, const std::string& text);
 
+  int submissions_ = 0;  ///< That lie within each other.
   int next_id_ = 1;
   int reports_ = 0;
   int handlers_to_withhold_ = 0;

@@ -2,6 +2,7 @@
 #include <android/log.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +23,7 @@ namespace {
 using android::kiv::KivSessionId;
 using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryLogger;
+using android::kiv::TelemetryLoggerManager;
 using android::kiv::TelemetrySubmissionModel;
 using kiv_test::callEverything;
 using kiv_test::kEveryModel;
@@ -91,6 +93,11 @@ std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
   return std::make_shared<TelemetryLogger>(KivSessionId(nullptr), "Logger", model);
 }
 
+void leakDefaultLogger() {
+  static const auto* const leaked = new TelemetryEnv();
+  report(*leaked->getLogger(), "before return", 10);
+}
+
 /// Exits on one thread while others report in every model, make loggers and flush.
 [[noreturn]] void exitWhileReportsFlow() {
   const TelemetryEnv telemetry("Main");
@@ -121,6 +128,55 @@ std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
   std::abort();
 }
 
+/// Loggers are made and dropped at the very moment at which the manager ends.
+[[noreturn]] void exitWhileLoggersComeAndGo() {
+  const TelemetryEnv telemetry("Main");
+  report(*telemetry.getLogger(), "before exit", 100);
+  for (int i = 0; i < 2; ++i) {
+    std::thread([] {
+      for (;;) {
+        const TelemetryEnv passing("Passing");
+        const TelemetryLogger like_the_default;
+      }
+    }).detach();
+  }
+  std::thread([] { std::exit(0); }).join();
+  std::abort();
+}
+
+/// A client's logger that keeps the worker longer than a wait for it lasts.
+class SlowLogger : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& api,
+                    KivErrorSeverity severity, const std::string& kiv_class) override {
+    if (std::this_thread::get_id() != owner_) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    }
+    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
+  }
+
+ private:
+  const std::thread::id owner_ = std::this_thread::get_id();
+};
+
+struct SlowReporter {
+  ~SlowReporter() {
+    if (logger == nullptr) return;
+    logger->logErrorCode("slow", "api", KivErrorSeverity::INFO, "class");
+    report(*logger, "from a destructor", 3);
+  }
+
+  std::shared_ptr<SlowLogger> logger;
+};
+
+void reportSlowlyAtTheEnd() {
+  static SlowReporter slow;
+  slow.logger = std::make_shared<SlowLogger>(android::kiv::KivSessionId(nullptr), "Slow",
+                                             TelemetrySubmissionModel::NON_BLOCKING);
+}
+
 void exitWithoutTelemetry() {}
 
 void exitSwitchedOff() {
@@ -135,6 +191,7 @@ void exitWithImmediateLogger() {
 }
 
 bool report_after_everything = false;
+TelemetryLoggerManager* manager_of_main = nullptr;
 
 /// Held beyond the manager's end.
 std::vector<std::shared_ptr<TelemetryLogger>>* kept_loggers = nullptr;
@@ -147,8 +204,11 @@ void reportAfterEverything(int /*status*/, void* /*unused*/) {
   const bool flushed = telemetry.getLogger()->flush();
   const auto trace = telemetry.getLogger()->startTrace("class", "after everything");
   telemetry.getLogger()->stopTrace(trace);
-  std::fprintf(stderr, "%s, telemetry %s\n", flushed ? "flushed" : "not flushed",
-               android::kiv::isTelemetryEnabled() ? "on" : "off");
+  const bool follows = manager_of_main->getTelemetryLoggerInstance() ==
+                       TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
+  std::fprintf(stderr, "%s, telemetry %s, the manager of main gives %s logger\n",
+               flushed ? "flushed" : "not flushed",
+               android::kiv::isTelemetryEnabled() ? "on" : "off", follows ? "today's" : "its old");
 }
 
 /// Uses kept loggers when the manager has been destroyed already, and drops them.
@@ -169,6 +229,11 @@ using Initialiser = void (*)(int, char**, char**);
 
 void outliveTheManager() {
   returnFromMain();
+  manager_of_main = &TelemetryLoggerManager::getInstance();
+  // Kept, so that no other logger comes to lie where it was.
+  static const auto* const kept =
+      new std::shared_ptr<TelemetryLogger>(manager_of_main->getTelemetryLoggerInstance());
+  static_cast<void>(kept);
   report_after_everything = true;
 }
 
@@ -193,6 +258,13 @@ void stopAndExit() {
   telemetry.getLogger()->stop();
 }
 
+/// As that of a client that keeps its logger for good, and has no use for it any more.
+void stopAndLeak() {
+  static const auto* const leaked = new TelemetryEnv("Leaked");
+  report(*leaked->getLogger(), "before stop", 5);
+  leaked->getLogger()->stop();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -203,12 +275,16 @@ int main(int argc, char** argv) {
       {"early-object", reportFromEarlyObject},
       {"late-object", reportFromLateObject},
       {"leak", leakLogger},
+      {"leak-default", leakDefaultLogger},
       {"exit-while-flowing", exitWhileReportsFlow},
+      {"exit-while-made", exitWhileLoggersComeAndGo},
+      {"slow-at-the-end", reportSlowlyAtTheEnd},
       {"nothing", exitWithoutTelemetry},
       {"switched-off", exitSwitchedOff},
       {"immediate", exitWithImmediateLogger},
       {"flush", flushAndGoOn},
       {"stop", stopAndExit},
+      {"stop-and-leak", stopAndLeak},
       {"afterlife", outliveTheManager},
       {"keep", keepLoggers},
   };

@@ -116,6 +116,19 @@ TEST_F(ProcessExitTest, ReportsOfALeakedLoggerAreNotLost) {
   endProcessAgainAndAgain("leak", {{"before return", 10}});
 }
 
+TEST_F(ProcessExitTest, ReportsOfALeakedDefaultLoggerAreNotLost) {
+  endProcessAgainAndAgain("leak-default", {{"before return", 10}});
+}
+
+TEST_F(ProcessExitTest, ExitWhileLoggersComeAndGoKeepsWhatWasReportedBefore) {
+  endProcessAgainAndAgain("exit-while-made", {{"before exit", 100}});
+}
+
+TEST_F(ProcessExitTest, ReportsBehindASlowOneAreNotLost) {
+  endProcess("slow-at-the-end");
+  EXPECT_EQ(reported("from a destructor"), 3);
+}
+
 TEST_F(ProcessExitTest, ExitWhileReportsFlowKeepsWhatWasReportedBefore) {
   endProcessAgainAndAgain("exit-while-flowing", {{"before exit", 100}});
 }
@@ -141,9 +154,15 @@ TEST_F(ProcessExitTest, WhatWasSubmittedByStopIsNotSubmittedAgain) {
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
 
+TEST_F(ProcessExitTest, ALoggerThatIsStoppedAndKeptIsNoFault) {
+  const ProgramResult result = endProcess("stop-and-leak");
+  EXPECT_EQ(reported("before stop"), 5);
+  EXPECT_THAT(result.err, Not(HasSubstr("not running")));
+}
+
 TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
   const ProgramResult result = endProcess("afterlife");
-  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off"));
+  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off, the manager of main gives today's"));
   EXPECT_EQ(reported("before return"), 100);
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }

@@ -42,6 +42,18 @@ TEST_F(PtrTest, DestroysItsObjectWhenAnotherTakesItsPlace) {
   EXPECT_EQ(destroyed, 1);
 }
 
+Ptr<int>* asked = nullptr;
+const int* held_meanwhile = nullptr;
+
+TEST_F(PtrTest, HoldsTheNewObjectWhileTheOldOneIsDestroyed) {
+  int another = 0;
+  Ptr<int> pointer(&object, [](int* /*object*/) { held_meanwhile = asked->get(); });
+  asked = &pointer;
+  pointer = Ptr<int>(&another, countDestroyed);
+  EXPECT_EQ(held_meanwhile, &another);
+  EXPECT_EQ(destroyed, 0);
+}
+
 TEST_F(PtrTest, TheLastSharedOwnerDestroysTheObject) {
   auto first = Ptr<int>(&object, countDestroyed).toShared();
   auto second = first;

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
@@ -174,6 +175,13 @@ TEST_F(AggregateTableTest, HoldsTextsOfAnySize) {
   find(large + "y").count = 3;
   EXPECT_EQ(find(large).count, 1u);
   EXPECT_THAT(counts(), ElementsAre(2, 1, 3));
+}
+
+TEST_F(AggregateTableTest, AggregatesAreAligned) {
+  for (size_t size = 0; size < 2 * alignof(void*); ++size) {
+    const auto address = reinterpret_cast<uintptr_t>(&find(std::string(size, 'a')));
+    EXPECT_EQ(address % alignof(void*), 0u) << "after a text of " << size;
+  }
 }
 
 TEST_F(AggregateTableTest, ClearingForgetsAllAndItIsUsableAgain) {

@@ -113,6 +113,21 @@ TEST_F(BaseAggregatorTest, SubmittingAloneLeavesTheTable) {
   EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
 }
 
+TEST_F(BaseAggregatorTest, SubmittingAloneFoldsWhatIsReportedMeanwhileIntoTheTable) {
+  recorder.onReport([this](const kiv_test::Event& event) {
+    if (event.strings.at("kiv_event_name") != "b") return;
+    for (const char* nested : {"a", "b", "c"}) add(nested, 10, Type::AVG);
+  });
+  for (const char* name : {"a", "b"}) add(name, 20, Type::AVG);
+  aggregator.submitEvents(timeAt(kStart), timeAt(kEnd));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1, 1));
+  recorder.reset();
+  flush();
+  EXPECT_THAT(strings("kiv_event_name"), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(2, 2, 1));
+  EXPECT_THAT(ints("value_int"), ElementsAre(15, 15, 10));
+}
+
 TEST_F(BaseAggregatorTest, StagesEveryTypeAsItsOwn) {
   aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
     probe.populateTelemetryField("int", -5);

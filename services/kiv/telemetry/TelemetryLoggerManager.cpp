@@ -80,10 +80,11 @@ TelemetryLoggerManager& findAfterlife() {
 }
 
 /// Submits what a manager holds, if somebody else keeps it beyond the process manager's end: nobody
-/// will do it then. `owners` are the ones that let go of it now.
+/// will do it then. `owners` are the ones that let go of it now. One that was stopped holds
+/// nothing, and that is no fault to be logged.
 template <typename Event>
 void submitIfKept(const TelemetryLogger::Manager<Event>& manager, long owners) {
-  if (manager.use_count() > owners) manager->flush();
+  if (manager.use_count() > owners) manager->flushIfRunning();
 }
 
 }  // namespace

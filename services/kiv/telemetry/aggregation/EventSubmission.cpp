@@ -13,6 +13,12 @@ using TAMSA::UnifiedTelemetry::v9::ITelemetryHandler;
 
 constexpr int32_t kReportFlag = 1;
 
+// Small, because a module may do several things at each level, which multiply.
+constexpr int kDeepestSubmission = 4;
+
+/// That lie within each other.
+thread_local int submissions = 0;
+
 template <typename SetFields>
 void submit(ITelemetryHandler& handler, const char* event_name, const SetFields& set_fields) {
   const auto event = ITelemetryEvent::rawToPtr(handler.createEvent(event_name));
@@ -44,6 +50,12 @@ void setFields(ITelemetryEvent& event, const EventFields& fields) {
 
 }  // namespace
 
+SubmissionLevel::SubmissionLevel() { ++submissions; }
+
+SubmissionLevel::~SubmissionLevel() { --submissions; }
+
+bool SubmissionLevel::isDeepest() { return submissions == kDeepestSubmission; }
+
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
   using std::chrono::duration_cast;
   const auto microseconds = duration_cast<std::chrono::microseconds>(time.time_since_epoch());
@@ -58,17 +70,31 @@ void clearFields(std::unordered_map<std::string, int64_t>& int_fields,
   if (!string_fields.empty()) string_fields.clear();
 }
 
-void submitEvent(ITelemetryHandler& handler, const char* event_name,
-                 const std::unordered_map<std::string, int64_t>& int_fields,
-                 const std::unordered_map<std::string, float>& float_fields,
-                 const std::unordered_map<std::string, std::string>& string_fields) {
-  submit(handler, event_name, [&](ITelemetryEvent& event) {
-    for (const auto& [name, value] : int_fields) event.setInt64Field(name.c_str(), value);
-    for (const auto& [name, value] : float_fields) event.setFloatField(name.c_str(), value);
-    for (const auto& [name, value] : string_fields) {
-      event.setStringField(name.c_str(), value.c_str());
-    }
-  });
+StagedFields::StagedFields(std::unordered_map<std::string, int64_t>& int_fields,
+                           std::unordered_map<std::string, float>& float_fields,
+                           std::unordered_map<std::string, std::string>& string_fields)
+    : int_source_(int_fields), float_source_(float_fields), string_source_(string_fields) {
+  swap();
+}
+
+StagedFields::~StagedFields() { swap(); }
+
+void StagedFields::setOn(ITelemetryEvent& event) const {
+  for (const auto& [name, value] : int_fields_) event.setInt64Field(name.c_str(), value);
+  for (const auto& [name, value] : float_fields_) event.setFloatField(name.c_str(), value);
+  for (const auto& [name, value] : string_fields_) {
+    event.setStringField(name.c_str(), value.c_str());
+  }
+}
+
+void StagedFields::swap() {
+  int_fields_.swap(int_source_);
+  float_fields_.swap(float_source_);
+  string_fields_.swap(string_source_);
+}
+
+void submitEvent(ITelemetryHandler& handler, const char* event_name, const StagedFields& fields) {
+  submit(handler, event_name, [&](ITelemetryEvent& event) { fields.setOn(event); });
 }
 
 void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventKind& kind,

@@ -103,9 +103,12 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
+  // The entries stay: what the module reports meanwhile is folded into copies of them. Copied as
+  // reports are added, because the map's own way would be more code for each kind.
   Entries next;
+  for (const auto& [key, data] : aggregated_data_) next[Key(key)] = data;
   submitWindow(start, end, next);
-  aggregated_data_.merge(next);
+  swapWith(next);
 }
 
 template <typename Event, typename Key, typename Value>
@@ -123,14 +126,17 @@ void KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_cloc
     this->populateMetricValuesForEntry(entry);
     if (!enabled) continue;
 
+    // The module may report in turn, and even have this aggregator flushed, while it gives a
+    // handler and takes the event. That belongs to the next window and must not touch the table
+    // that is walked here, nor what is staged.
+    const StagedFields fields(int_fields_, float_fields_, string_fields_);
+    swapWith(next);
     const auto& handler = getUnifiedTelemetryHandler();
+    const bool ready = handler != nullptr;
+    if (ready) submitEvent(*handler, this->getEventName(), fields);
+    swapWith(next);
     // Nobody to take this window. It is dropped like any other, and the next one asks again.
-    if (handler == nullptr) return;
-    // The module may report in turn, and even have this aggregator flushed, while it takes the
-    // event. That belongs to the next window and must not touch the table that is walked here.
-    swapWith(next);
-    submitEvent(*handler, this->getEventName(), int_fields_, float_fields_, string_fields_);
-    swapWith(next);
+    if (!ready) return;
   }
 }
 

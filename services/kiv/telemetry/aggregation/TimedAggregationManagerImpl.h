@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Clock.h"
+#include "EventSubmission.h"
 #include "PackedAggregator.h"
 #include "kiv/TimedAggregationManager.h"
 
@@ -85,6 +86,8 @@ typename TimedAggregationManager<Event>::Window TimedAggregationManager<Event>::
 
 template <typename Event>
 void TimedAggregationManager<Event>::rollOver() {
+  if (SubmissionLevel::isDeepest()) return;
+  const SubmissionLevel level;
   const auto start = window_->started_system;
   // Assigned in place: emplacing would leave the optional empty for an instant, and a logger that
   // is being constructed on another thread would take the manager for a stopped one.

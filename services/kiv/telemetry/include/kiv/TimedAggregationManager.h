@@ -50,6 +50,11 @@ class KIV_EXPORT TimedAggregationManager {
   /// if that takes a record, because the aggregator is none of the library's own.
   KIV_HIDDEN bool addKey(const TableKey& key, NumericAggregationType method, float sample);
 
+  /// For the library's own end: `flush()` where there is a window, and nothing where there is none.
+  KIV_HIDDEN void flushIfRunning() {
+    if (window_.has_value()) flush();
+  }
+
   /// Submits the open window and opens the next. False, with an error log line, while stopped.
   bool flush();
 
@@ -69,7 +74,8 @@ class KIV_EXPORT TimedAggregationManager {
   /// Makes sure that the open window is not over. False, with an error log line, while stopped.
   KIV_HIDDEN bool keepWindow();
 
-  /// Opens the next window and submits the one before it. Only while running.
+  /// Opens the next window and submits the one before it. Only while running. In the depth of
+  /// submissions that lie within each other it leaves the window as it is.
   KIV_HIDDEN void rollOver();
 
   std::shared_ptr<KivAggregator<Event>> aggregator_;

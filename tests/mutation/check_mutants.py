@@ -1,0 +1,261 @@
+#!/usr/bin/env python3
+"""Asks the suite whether it would notice.
+
+Applies the changes of mutants.toml, one at a time, to a copy of this tree, rebuilds what depends on
+the change, and runs the tests that could notice it: those of the subsystem first. A test that fails,
+crashes or hangs has noticed. Fails if a change goes unnoticed without an explanation, if an
+explained one is noticed after all, or if one cannot be applied or does not compile.
+"""
+
+import argparse
+import dataclasses
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import tomllib
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+
+PROGRAMS = {
+    "common_test": "tests/common",
+    "tamsa_test": "tests/tamsa",
+    "tamsa_absent_module_test": "tests/tamsa",
+    "tamsa_android_loader_test": "tests/tamsa",
+    "telemetry_test": "tests/telemetry",
+    "model_test": "tests/model",
+    "system_test": "tests/system",
+    "derived_client_test": "tests/system",
+    "endurance_test": "tests/endurance",
+    "jsonl_test": "tests/modules",
+    "jsonl_faults_test": "tests/modules",
+}
+
+# The programs whose tests can notice a change in a room, its own ones first.
+ROOMS = {
+    "services/kiv/common/": [
+        "common_test", "telemetry_test", "system_test", "model_test", "endurance_test",
+    ],
+    "services/kiv/telemetry/": [
+        "telemetry_test", "model_test", "system_test", "derived_client_test", "endurance_test",
+    ],
+    "tamsa/": [
+        "tamsa_test", "tamsa_absent_module_test", "tamsa_android_loader_test", "telemetry_test",
+        "system_test",
+    ],
+    "modules/jsonl/": ["jsonl_test", "jsonl_faults_test", "system_test"],
+    "modules/recording/": ["tamsa_test", "telemetry_test", "model_test"],
+}
+
+# A test that takes this long hangs. Busy machines are slow, and no mutant is worth a false answer.
+LEAST_TIME_LIMIT = 40
+TIME_LIMIT_FACTOR = 8
+# A program that loses its way may ask for memory without end.
+MEMORY_LIMIT = 8 << 30
+
+
+@dataclasses.dataclass(frozen=True)
+class Mutant:
+    """A change, and why nobody could notice it, if so."""
+
+    what: str
+    file: str
+    find: str
+    replace: str
+    survives: str = ""
+    unsteady: str = ""  # why it is a matter of chance whether somebody notices, if so
+    first: str = ""  # the program that is likely to notice, where it is not the subsystem's own
+
+    def likely_tests(self):
+        """A filter for the tests that bear the source's name: quickly run, and often enough."""
+        return f"*{pathlib.Path(self.file).stem.removeprefix('Kiv').removesuffix('Impl')}*"
+
+    def programs(self):
+        room = next(programs for room, programs in ROOMS.items() if self.file.startswith(room))
+        return [self.first] * bool(self.first) + [name for name in room if name != self.first]
+
+    def __str__(self):
+        return f"{self.file}: {self.what}"
+
+
+class Tree:
+    """The copy, and its build."""
+
+    def __init__(self, work):
+        self.sources = work / "tree"
+        self.build_directory = work / "build"
+
+    def sync(self):
+        """Makes the copy equal to the original. Files that are the same keep their time."""
+        listed = subprocess.run(
+            ["git", "ls-files", "--cached", "--others", "--exclude-standard", "-z"],
+            cwd=ROOT, check=True, capture_output=True, text=True).stdout
+        names = {name for name in listed.split("\0") if name and (ROOT / name).is_file()}
+        for name in names:
+            original, copy = ROOT / name, self.sources / name
+            if copy.exists() and copy.read_bytes() == original.read_bytes():
+                continue
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(original, copy)
+        for copy in self.sources.rglob("*"):
+            if copy.is_file() and str(copy.relative_to(self.sources)) not in names:
+                copy.unlink()
+
+    def configure(self):
+        options = {
+            "CMAKE_BUILD_TYPE": "Debug",
+            "CMAKE_CXX_FLAGS": "-D_GLIBCXX_ASSERTIONS",
+            "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # Nobody looks for the place of a failure.
+            "CMAKE_LINK_DEPENDS_NO_SHARED": "ON",
+            "KIV_BUILD_EXAMPLES": "OFF",
+            "KIV_BUILD_OTLP": "OFF",
+        }
+        if shutil.which("ccache"):
+            options["CMAKE_CXX_COMPILER_LAUNCHER"] = "ccache"
+            os.environ["CCACHE_SLOPPINESS"] = (
+                "pch_defines,time_macros,include_file_mtime,include_file_ctime")
+        subprocess.run(
+            ["cmake", "-S", self.sources, "-B", self.build_directory, "-G", "Ninja"]
+            + [f"-D{name}={value}" for name, value in options.items()],
+            check=True, stdout=subprocess.DEVNULL)
+
+    def build(self, programs):
+        """Whether it compiles."""
+        done = subprocess.run(
+            ["cmake", "--build", self.build_directory, "--target", *programs, "--", "--quiet"],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
+        if done.returncode != 0:
+            print("\n".join(done.stdout.splitlines()[-30:]))
+        return done.returncode == 0
+
+    def run(self, program, time_limit, tests="*"):
+        """How the suite noticed; empty if it did not. In one process, to the first failure."""
+        path = self.build_directory / PROGRAMS[program] / program
+        with tempfile.TemporaryFile("w+", errors="replace") as output:
+            running = subprocess.Popen(
+                [path, "--gtest_fail_fast", "--gtest_color=no", f"--gtest_filter={tests}"],
+                cwd=path.parent, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
+                start_new_session=True, preexec_fn=limit_resources)
+            hung = False
+            try:
+                running.wait(time_limit)
+            except subprocess.TimeoutExpired:
+                hung = True
+            # What it started goes with it.
+            try:
+                os.killpg(running.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            running.wait()
+            output.seek(0)
+            text = output.read()
+        if not hung and running.returncode == 0:
+            return ""
+        failed = re.findall(r"^\[  FAILED  \] (\S+)", text, re.MULTILINE)
+        begun = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)
+        test = failed[0].rstrip(",") if failed else begun[-1] if begun else program
+        if hung:
+            return f"{test}, which hangs"
+        if not failed:
+            return f"{test}, which crashes"
+        return test
+
+
+def limit_resources():
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+
+
+def read_mutants():
+    with open(HERE / "mutants.toml", "rb") as file:
+        return [Mutant(**entry) for entry in tomllib.load(file)["mutant"]]
+
+
+def check_applicable(mutants):
+    """Prints what cannot be applied; true if there is nothing."""
+    ok = True
+    for mutant in mutants:
+        places = (ROOT / mutant.file).read_text().count(mutant.find)
+        if places != 1 or mutant.find == mutant.replace:
+            print(f"cannot apply: {mutant}: its text is there {places} times")
+            ok = False
+    return ok
+
+
+def try_mutant(tree, mutant, limits):
+    """How the suite noticed; empty if it did not, None if the mutant does not compile."""
+    path = tree.sources / mutant.file
+    original = path.read_text()
+    path.write_text(original.replace(mutant.find, mutant.replace))
+    try:
+        for program in mutant.programs():
+            if not tree.build([program]):
+                return None
+            how = (tree.run(program, limits[program], mutant.likely_tests())
+                   or tree.run(program, limits[program]))
+            if how:
+                return f"{program}: {how}"
+        return ""
+    finally:
+        path.write_text(original)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("work", type=pathlib.Path, help="directory for the copy and its build")
+    parser.add_argument("regex", nargs="?", default="", help="which mutants, by file and text")
+    arguments = parser.parse_args()
+
+    everything = read_mutants()
+    if not check_applicable(everything):
+        return 1
+    mutants = [mutant for mutant in everything if re.search(arguments.regex, str(mutant))]
+    programs = [name for name in PROGRAMS if any(name in mutant.programs() for mutant in mutants)]
+
+    tree = Tree(arguments.work.resolve())
+    tree.sync()
+    tree.configure()
+    if not tree.build(programs):
+        return 1
+    limits = {}
+    for program in programs:
+        start = time.monotonic()
+        how = tree.run(program, 600)
+        taken = time.monotonic() - start
+        if how:
+            print(f"The suite fails already without a change: {program}: {how}")
+            return 1
+        limits[program] = max(LEAST_TIME_LIMIT, TIME_LIMIT_FACTOR * taken)
+        print(f"{taken:6.1f} s  {program}", flush=True)
+
+    counts = dict.fromkeys(("noticed", "explained", "UNNOTICED", "STALE", "BROKEN"), 0)
+    for number, mutant in enumerate(mutants, 1):
+        start = time.monotonic()
+        how = try_mutant(tree, mutant, limits)
+        if how is None:
+            verdict, detail = "BROKEN", "does not compile"
+        elif how:
+            verdict, detail = ("STALE" if mutant.survives else "noticed"), how
+        elif mutant.survives or mutant.unsteady:
+            verdict, detail = "explained", mutant.survives or mutant.unsteady
+        else:
+            verdict, detail = "UNNOTICED", "no test fails"
+        counts[verdict] += 1
+        print(f"{number:3}/{len(mutants)} {time.monotonic() - start:5.0f} s  {verdict:9}  {mutant}"
+              f"\n{'':26}{detail}", flush=True)
+
+    print(f"\n{len(mutants)} mutants: {counts['noticed']} noticed, {counts['explained']} explained, "
+          f"{counts['UNNOTICED']} unnoticed, {counts['STALE']} explained but noticed, "
+          f"{counts['BROKEN']} that do not compile")
+    return int(any(counts[verdict] for verdict in ("UNNOTICED", "STALE", "BROKEN")))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
