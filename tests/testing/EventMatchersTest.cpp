@@ -197,6 +197,14 @@ TEST_F(EventMatchersTest, ATraceIsKnownByItsNameAndItsAverage) {
   EXPECT_EQ(objection(event, ClientCall("render")), "which is not a client call");
 }
 
+TEST_F(EventMatchersTest, AnyValueIsNoTraceAndNoClientCall) {
+  logger->logKivEvent("api_latency_ms.render", 1, Type::AVG);
+  logger->logKivEvent("client_api_load.open", std::string("ok"), Type::COUNT);
+  EXPECT_THAT(events(), Not(Contains(TraceLatency("render"))));
+  EXPECT_THAT(events(), Not(Contains(ClientCall("open"))));
+  EXPECT_THAT(events(), Contains(GenericValue("api_latency_ms.render")));
+}
+
 TEST_F(EventMatchersTest, AClientCallIsKnownByItsApiAndItsText) {
   logger->logKivClientCall("open", "ok");
   const TelemetryEvent event = onlyEvent();
@@ -246,7 +254,15 @@ TEST_F(EventMatchersTest, ASessionIsTheLoggersOrOneThatItIsBelow) {
   EXPECT_EQ(objection(event, open.inSession(text)), "");
   EXPECT_EQ(objection(event, open.inSession(session)),
             "but for session: expected \"" + session.toString() + "\", was \"" + text + "\"");
-  EXPECT_EQ(objection(event, open.inChildOf(KivSessionId(nullptr))).find("but for session"), 0u);
+  EXPECT_THAT(objection(event, open.inChildOf(KivSessionId(nullptr))),
+              StartsWith("but for session: expected one that starts with "));
+}
+
+TEST_F(EventMatchersTest, ASessionIsNotBelowItself) {
+  TelemetryLogger(session, "", TelemetrySubmissionModel::LOCKING_IMMEDIATE)
+      .logKivClientCall("open", "ok");
+  EXPECT_THAT(events(), Contains(ClientCall("open").inSession(session)));
+  EXPECT_THAT(events(), Not(Contains(ClientCall("open").inChildOf(session))));
 }
 
 TEST_F(EventMatchersTest, MatchersAlsoServeGoogleMocksContainers) {
@@ -292,6 +308,11 @@ TEST_F(EventMatchersTest, OneSessionIsThatOfOneLogger) {
   EXPECT_THAT(events(), InOneSession());
   TelemetryEnv("Mixer", session).getLogger()->logKivClientCall("open", "ok");
   EXPECT_THAT(events(), Not(InOneSession()));
+}
+
+TEST(Words, OfAFloatAreAsShortAsTheyCanBeTrue) {
+  EXPECT_EQ(inWords(0.1F), "0.1");
+  EXPECT_EQ(inWords(16'777'215.0F), "16777215");
 }
 
 // What is said.
@@ -439,10 +460,10 @@ Expected: contains these and no other:
 
 TEST(FailureMessage, NamesEverythingThatIsMissing) {
   EXPECT_THAT(failureOf({kTrace}, ContainsOnly(TraceLatency("render"), ErrorCode("a"),
-                                               ClientCall("open").withText("ok"))),
+                                               ClientCall("open").withText("ok").once())),
               testing::EndsWith(R"(
   }, without error code "a"
-  and without client call of "open", with "ok")"));
+  and without client call of "open", with "ok", counted once)"));
 }
 
 TEST(FailureMessage, SaysOfWhichEventsATotalIs) {
