@@ -16,6 +16,9 @@ constexpr int kTries = 60;
 
 RecordedTelemetry::RecordedTelemetry() { clear(); }
 
+// An object stands for the telemetry of the process, of which it holds nothing itself.
+// NOLINTBEGIN(readability-convert-member-functions-to-static)
+
 bool RecordedTelemetry::flush() {
   const auto logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   for (int i = 0; i < kTries; ++i) {
@@ -33,6 +36,8 @@ std::vector<TelemetryEvent> RecordedTelemetry::events() const {
   }
   return events;
 }
+
+// NOLINTEND(readability-convert-member-functions-to-static)
 
 bool RecordedTelemetry::clear() {
   const bool flushed = flush();
