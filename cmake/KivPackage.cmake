@@ -22,14 +22,31 @@ install(FILES platform/host/system/audio.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kivtelemetry/platform/system")
 
 install(TARGETS tamsa_jsonl LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/jsonl")
-install(TARGETS tamsa_recording LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/recording")
+install(
+  TARGETS tamsa_recording
+  EXPORT kivtelemetryTestingTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/recording")
 if(TARGET tamsa_otlp)
   install(TARGETS tamsa_otlp LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/tamsa/otlp")
 endif()
 install(FILES modules/recording/Recorder.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tamsa/recording")
+install(
+  TARGETS kivtelemetry_testing
+  EXPORT kivtelemetryTestingTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(
+  DIRECTORY testing/include/kiv
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING
+  PATTERN "*.h")
 
 install(
   EXPORT kivtelemetryTargets
+  NAMESPACE kiv::
+  DESTINATION "${KIV_PACKAGE_DIR}")
+# The component `testing`.
+install(
+  EXPORT kivtelemetryTestingTargets
   NAMESPACE kiv::
   DESTINATION "${KIV_PACKAGE_DIR}")
 configure_package_config_file(

@@ -23,11 +23,11 @@ check_format() {
 run_tidy() {
   configure clang-libcxx
   say "Checking with clang-tidy"
-  git ls-files '*.cpp' | grep -E "$1" | grep -Ev '^tests/package/' |
+  git ls-files '*.cpp' | grep -E "$1" | grep -Ev '^(tests/package/|examples/.*Test\.cpp$)' |
     xargs -P "$(nproc)" -n 2 clang-tidy-14 --quiet -p build/clang-libcxx 2>/dev/null
 }
 
-check_tidy() { run_tidy '^(services|tamsa|modules|platform|examples)/'; }
+check_tidy() { run_tidy '^(services|tamsa|modules|platform|testing|examples)/'; }
 
 check_tidy-tests() { run_tidy '^tests/'; }
 

@@ -1,0 +1,73 @@
+#include <kiv/testing/TelemetryTest.h>
+
+#include "Mixer.h"
+
+namespace {
+
+using namespace android::kiv::telemetry_testing;
+using android::kiv::KivError;
+using android::kiv::KivErrorSeverity;
+using android::kiv::KivSessionId;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr kiv::KivPcmInfo kStereo{0,   kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT, 48000, 2, 960,
+                                  true};
+constexpr kiv::KivPcmInfo kTooSlow{0,   kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT, 4000, 2, 960,
+                                   true};
+
+class MixerTest : public TelemetryTest {
+ protected:
+  const KivSessionId session{nullptr};
+  Mixer mixer{session};
+  std::vector<float> output = std::vector<float>(960);
+};
+
+TEST_F(MixerTest, ReportsTheStreamThatItOpens) {
+  mixer.open(kStereo);
+  EXPECT_THAT(events(), Contains(StreamEvent("open").atRate(48000).onChannels(2).once()));
+}
+
+TEST_F(MixerTest, ReportsTheStreamThatItRefuses) {
+  mixer.open(kTooSlow);
+  EXPECT_THAT(events(), Contains(ErrorCode(KivError::USER_INVALID_SAMPLE_RATE)
+                                     .fromApi("open")
+                                     .ofClass("Mixer")
+                                     .ofSeverity(KivErrorSeverity::ERROR)
+                                     .once()));
+  EXPECT_THAT(events(), Not(Contains(StreamEvent("open"))));
+}
+
+TEST_F(MixerTest, CountsBlocksWithoutAStreamAndMeasuresThemAll) {
+  for (int i = 0; i < 3; ++i) mixer.mix(std::vector<float>(960), output);
+  EXPECT_THAT(events(), ContainsOnly(ErrorCode(KivError::USER_STREAM_NOT_OPEN).counted(3),
+                                     TraceLatency("mix").averaging(testing::Ge(0)).counted(3)));
+}
+
+TEST_F(MixerTest, ReportsUnderTheSessionThatItWasGiven) {
+  mixer.open(kStereo);
+  EXPECT_THAT(events(), Contains(StreamEvent("open").inChildOf(session)));
+}
+
+TEST_F(MixerTest, ReportsAStreamOnce) {
+  mixer.open(kStereo);
+  clearEvents();
+  mixer.mix(std::vector<float>(960), output);
+  EXPECT_THAT(events(), ContainsOnly(TraceLatency("mix").once()));
+}
+
+TEST_F(MixerTest, CountsBlocksOfAWrongSizeInEveryWindow) {
+  mixer.open(kStereo);
+  const auto too_short = ErrorCode(KivError::USER_INVALID_NUMBER_OF_SAMPLES).fromApi("mix");
+  mixer.mix(std::vector<float>(1), output);
+  flush();
+  mixer.mix(std::vector<float>(1), output);
+  mixer.mix(std::vector<float>(1), output);
+  EXPECT_THAT(events(), Contains(too_short.once()));
+  EXPECT_THAT(events(), Contains(too_short.counted(2)));
+  EXPECT_THAT(events(), TotalCount(too_short, 3));
+}
+
+TEST_F(MixerTest, ReportsNothingByItself) { EXPECT_THAT(events(), IsEmpty()); }
+
+}  // namespace

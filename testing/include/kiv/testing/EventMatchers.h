@@ -1,0 +1,365 @@
+/// GoogleMock matchers of telemetry events, which read like the sentence they check:
+///
+///   EXPECT_THAT(events(), Contains(ErrorCode(KivError::MMAP_FAILED)
+///                                      .fromApi("render").ofClass("Mixer").counted(3)));
+///   EXPECT_THAT(events(), ContainsOnly(StreamEvent("open").once(), TraceLatency("open").once()));
+///   EXPECT_THAT(events(), Not(Contains(ClientCall("close"))));
+///
+/// What is not said is not looked at. Wherever a value stands a matcher of it may:
+/// `counted(Ge(2))`, `fromApi(StartsWith("ren"))`. Matchers of single events can also be used with
+/// GoogleMock's own matchers of containers; those below say more where they fail.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "kiv/KivError.h"
+#include "kiv/KivPcmInfo.h"
+#include "kiv/KivSessionId.h"
+#include "kiv/KivStatus.h"
+#include "kiv/NumericAggregationType.h"
+#include "kiv/testing/EventExpectation.h"
+#include "kiv/testing/TelemetryEvent.h"
+
+namespace android::kiv::telemetry_testing {
+
+/// What a value or a matcher expects of a field.
+template <typename T, typename Value>
+Expected<T> expect(const Value& value) {
+  constexpr bool kExact = std::is_same_v<T, std::string> ? std::is_convertible_v<Value, std::string>
+                          : std::is_same_v<T, float>     ? std::is_arithmetic_v<Value>
+                                                         : std::is_integral_v<Value>;
+  if constexpr (kExact) {
+    const T expected = static_cast<T>(value);
+    return {true, inWords(expected), [expected](const T& actual) { return actual == expected; }};
+  } else {
+    const auto matcher = ::testing::SafeMatcherCast<const T&>(value);
+    return {false, ::testing::DescribeMatcher<const T&>(matcher),
+            [matcher](const T& actual) { return matcher.Matches(actual); }};
+  }
+}
+
+/// A matcher of lists of events.
+class EventListMatcher {
+ public:
+  using is_gtest_matcher = void;
+  using Judge = std::function<Verdict(const std::vector<TelemetryEvent>&)>;
+
+  EventListMatcher(std::string description, std::string negation, Judge judge)
+      : description_(std::move(description)),
+        negation_(std::move(negation)),
+        judge_(std::move(judge)) {}
+
+  bool MatchAndExplain(const std::vector<TelemetryEvent>& events,
+                       ::testing::MatchResultListener* listener) const {
+    const Verdict verdict = judge_(events);
+    *listener << verdict.explanation;
+    return verdict.holds;
+  }
+  void DescribeTo(std::ostream* out) const { *out << description_; }
+  void DescribeNegationTo(std::ostream* out) const { *out << negation_; }
+
+ private:
+  std::string description_;
+  std::string negation_;
+  Judge judge_;
+};
+
+/// What the matchers of all kinds of events have in common. Each operation returns a matcher with
+/// one condition more.
+template <typename Derived>
+class EventMatcher {
+ public:
+  using is_gtest_matcher = void;
+
+  /// So many equal reports are in the event.
+  template <typename Count>
+  Derived counted(const Count& count) const {
+    return with(onCount(expect<int64_t>(count)));
+  }
+  Derived once() const { return counted(1); }
+  Derived atLeast(int64_t count) const { return counted(::testing::Ge(count)); }
+
+  /// Of the session with this text.
+  template <typename Text>
+  Derived inSession(const Text& text) const {
+    return with(onText({"session", "in session %", "in a session that %"}, "kiv_session_id",
+                       expect<std::string>(text)));
+  }
+  Derived inSession(const KivSessionId& session) const { return inSession(session.toString()); }
+
+  /// Of any session that was opened under this one, as that of a `TelemetryEnv(name, parent)` is.
+  Derived inChildOf(const KivSessionId& parent) const {
+    return inSession(::testing::StartsWith(parent.toString() + "."));
+  }
+
+  bool MatchAndExplain(const TelemetryEvent& event,
+                       ::testing::MatchResultListener* listener) const {
+    if (!expectation_.isNear(event)) {
+      *listener << "which is not " << expectation_.describeKind();
+      return false;
+    }
+    const std::vector<std::string> differences = expectation_.differences(event);
+    for (size_t i = 0; i < differences.size(); ++i) {
+      *listener << (i == 0 ? "but for " : "; ") << differences[i];
+    }
+    return differences.empty();
+  }
+  void DescribeTo(std::ostream* out) const { *out << "is " << expectation_.describe(); }
+  void DescribeNegationTo(std::ostream* out) const { *out << "is not " << expectation_.describe(); }
+
+  const EventExpectation& expectation() const { return expectation_; }
+
+  /// At least one event is this. Found by its argument: it goes before GoogleMock's, and where it
+  /// fails it tells which events come nearest.
+  friend EventListMatcher Contains(const Derived& event) {
+    const EventExpectation expectation = event.expectation();
+    return {"contains " + expectation.describe(), "contains no " + expectation.describe(),
+            [expectation](const auto& events) { return contains(events, expectation); }};
+  }
+
+ protected:
+  EventMatcher(EventKind kind, Condition name) : expectation_(kind) {
+    expectation_.add(std::move(name));
+  }
+
+  Derived with(Condition condition) const {
+    Derived matcher = static_cast<const Derived&>(*this);
+    matcher.expectation_.add(std::move(condition));
+    return matcher;
+  }
+
+ private:
+  friend Derived;
+
+  EventExpectation expectation_;
+};
+
+/// A reported error.
+class ErrorCode : public EventMatcher<ErrorCode> {
+ public:
+  /// One of the catalogue, reported without a number.
+  explicit ErrorCode(KivError error) : ErrorCode("kiv." + kivErrorToString(error)) {}
+
+  /// One of the catalogue, reported with this number.
+  ErrorCode(KivError error, int detail)
+      : ErrorCode("kiv." + kivErrorToString(error) + "=" + std::to_string(detail)) {}
+
+  /// One by its text.
+  template <typename Text>
+  explicit ErrorCode(const Text& text)
+      : EventMatcher(EventKind::ERROR_CODE,
+                     onText({"error code", "error code %", "an error code that %"},
+                            "kiv_error_code", expect<std::string>(text))) {}
+
+  template <typename Text>
+  ErrorCode fromApi(const Text& api) const {
+    return with(
+        onText({"API", "from API %", "from an API that %"}, "kiv_api", expect<std::string>(api)));
+  }
+
+  /// Of this class, or where none was named, by the logger of this name.
+  template <typename Text>
+  ErrorCode ofClass(const Text& kiv_class) const {
+    return with(onText({"class", "of class %", "of a class that %"}, "kiv_class",
+                       expect<std::string>(kiv_class)));
+  }
+
+  ErrorCode ofSeverity(KivErrorSeverity severity) const {
+    const auto number = static_cast<int64_t>(severity);
+    Expected<int64_t> expected = expect<int64_t>(number);
+    expected.words = severityInWords(number);
+    Condition condition = onInt({"severity", "of severity %", ""}, "severity", expected);
+    condition.actual = [](const TelemetryEvent& event) {
+      const auto found = event.ints.find("severity");
+      return found != event.ints.end() ? severityInWords(found->second) : "missing";
+    };
+    return with(std::move(condition));
+  }
+};
+
+/// A reported Android status.
+inline ErrorCode AndroidStatus(int status) {
+  return ErrorCode("android." + KivStatus(status).toString());
+}
+
+/// What happened to a stream.
+class StreamEvent : public EventMatcher<StreamEvent> {
+ public:
+  template <typename Text>
+  explicit StreamEvent(const Text& event)
+      : EventMatcher(EventKind::STREAM_EVENT,
+                     onText({"stream event", "stream event %", "a stream event that %"},
+                            "kiv_event", expect<std::string>(event))) {}
+
+  StreamEvent ofType(::kiv::KivStreamType type) const {
+    const std::string name = streamTypeInWords(type);
+    return with(onText({"type", "of type " + name, ""}, "stream_type", expect<std::string>(name)));
+  }
+  StreamEvent inFormat(audio_format_t format) const {
+    const std::string name = audio_format_to_string(format);
+    return with(
+        onText({"format", "in format " + name, ""}, "pcm_format", expect<std::string>(name)));
+  }
+
+  /// Frames per second, without their fraction.
+  template <typename Number>
+  StreamEvent atRate(const Number& rate) const {
+    return with(onInt({"sample rate", "at % Hz", "at a sample rate that %"}, "sample_rate",
+                      expect<int64_t>(rate)));
+  }
+  template <typename Number>
+  StreamEvent withSamples(const Number& samples) const {
+    return with(onInt({"samples", "with % samples", "with a number of samples that %"}, "samples",
+                      expect<int64_t>(samples)));
+  }
+  template <typename Number>
+  StreamEvent onChannels(const Number& channels) const {
+    return with(onInt({"channels", "on % channels", "on a number of channels that %"}, "channels",
+                      expect<int64_t>(channels)));
+  }
+  StreamEvent interleaved(bool interleaved = true) const {
+    const char* const clause = interleaved ? "interleaved" : "not interleaved";
+    return with(onInt({"interleaved", clause, ""}, "interleaved", expect<int64_t>(interleaved)));
+  }
+};
+
+/// Samples of an audio latency. The library reports how many there were for a stream, neither which
+/// stream nor their average: `counted` and the session are all that can be looked at.
+class AudioLatency : public EventMatcher<AudioLatency> {
+ public:
+  AudioLatency() : EventMatcher(EventKind::AUDIO_LATENCY, onName("audio latency", "")) {}
+};
+
+/// A named value, whatever it was reported for.
+class GenericValue : public EventMatcher<GenericValue> {
+ public:
+  template <typename Text>
+  explicit GenericValue(const Text& name)
+      : EventMatcher(EventKind::GENERIC_VALUE,
+                     onText({"name", "generic value %", "a generic value with a name that %"},
+                            "kiv_event_name", expect<std::string>(name))) {}
+
+  /// What samples have been combined to. Averages of integers are without their fraction.
+  template <typename Number>
+  GenericValue withInt(const Number& value) const {
+    return with(onInt({"integer", "with integer %", "with an integer that %"}, "value_int",
+                      expect<int64_t>(value)));
+  }
+  template <typename Number>
+  GenericValue withFloat(const Number& value) const {
+    return with(onFloat({"float", "with float %", "with a float that %"}, "value_float",
+                        expect<float>(value)));
+  }
+
+  /// What was reported. Texts are counted, never combined.
+  template <typename Text>
+  GenericValue withText(const Text& value) const {
+    return with(onText({"text", "with text %", "with a text that %"}, "value_string",
+                       expect<std::string>(value)));
+  }
+
+  GenericValue combinedBy(NumericAggregationType method) const {
+    const std::string name = methodInWords(method);
+    return with(onText({"method", "combined by " + name, ""}, "aggregation_method",
+                       expect<std::string>(name)));
+  }
+};
+
+/// How long something took that was traced.
+class TraceLatency : public EventMatcher<TraceLatency> {
+ public:
+  template <typename Text>
+  explicit TraceLatency(const Text& name)
+      : EventMatcher(EventKind::TRACE_LATENCY,
+                     onText({"trace", "latency of trace %", "the latency of a trace that %"},
+                            "kiv_event_name", expect<std::string>(name), "api_latency_us.")) {}
+
+  /// Microseconds.
+  template <typename Number>
+  TraceLatency averaging(const Number& microseconds) const {
+    return with(onInt({"average", "averaging % us", "averaging a number of us that %"}, "value_int",
+                      expect<int64_t>(microseconds)));
+  }
+};
+
+/// A client's call that was reported as such.
+class ClientCall : public EventMatcher<ClientCall> {
+ public:
+  template <typename Text>
+  explicit ClientCall(const Text& api)
+      : EventMatcher(EventKind::CLIENT_CALL,
+                     onText({"API", "client call of %", "a client call of an API that %"},
+                            "kiv_event_name", expect<std::string>(api), "client_api_call.")) {}
+
+  template <typename Text>
+  ClientCall withText(const Text& value) const {
+    return with(onText({"text", "with %", "with a text that %"}, "value_string",
+                       expect<std::string>(value)));
+  }
+};
+
+/// An event of an aggregator of one's own.
+class EventNamed : public EventMatcher<EventNamed> {
+ public:
+  explicit EventNamed(const std::string& name)
+      : EventMatcher(EventKind::OTHER, onName("event " + inWords(name), name)) {}
+
+  template <typename Number>
+  EventNamed withInt(const std::string& field, const Number& value) const {
+    return with(onInt(phrase(field), field, expect<int64_t>(value)));
+  }
+  template <typename Number>
+  EventNamed withFloat(const std::string& field, const Number& value) const {
+    return with(onFloat(phrase(field), field, expect<float>(value)));
+  }
+  template <typename Text>
+  EventNamed withText(const std::string& field, const Text& value) const {
+    return with(onText(phrase(field), field, expect<std::string>(value)));
+  }
+
+ private:
+  static Phrase phrase(const std::string& field) {
+    return {field, "with " + field + " %", "with " + field + " that %"};
+  }
+};
+
+/// The list holds one event for each of these, and no others.
+template <typename... Matchers>
+EventListMatcher ContainsOnly(const Matchers&... matchers) {
+  const std::vector<EventExpectation> expectations{matchers.expectation()...};
+  std::string words;
+  for (const EventExpectation& expectation : expectations) {
+    words += "\n    " + expectation.describe();
+  }
+  return {"contains these and no other:" + words, "contains others than these:" + words,
+          [expectations](const auto& events) { return containsOnly(events, expectations); }};
+}
+
+/// The counts of all such events add up to this, whether they are in one window or in several.
+template <typename Derived, typename Count>
+EventListMatcher TotalCount(const EventMatcher<Derived>& event, const Count& count) {
+  const EventExpectation expectation = event.expectation();
+  const Expected<int64_t> total = expect<int64_t>(count);
+  const std::string words = expectation.describe() + ", with a total count ";
+  return {"contains " + words + (total.exact ? "of " : "that ") + total.words,
+          "does not contain " + words + (total.exact ? "of " : "that ") + total.words,
+          [expectation, total](const auto& events) {
+            return hasTotalCount(events, expectation, total);
+          }};
+}
+
+/// There are events, and all are of the same session.
+inline EventListMatcher InOneSession() {
+  return {"is of one session", "is not of one session",
+          [](const auto& events) { return isOneSession(events); }};
+}
+
+}  // namespace android::kiv::telemetry_testing
