@@ -144,6 +144,10 @@ class CommandTest(unittest.TestCase):
         self.assertEqual(len(shown), len(sample.HOSTILE))
         self.assertIn("</script><script>window.hurt = 1</script>", shown)
 
+    def test_a_title_need_not_be_text(self):
+        page = self.report("--title", os.fsdecode(b"caf\xe9"), self.file(sample.error()))
+        self.assertIn("caf?", page.texts)
+
     def test_no_events_are_a_report_too(self):
         page = self.report(self.file())
         self.assertIn("No events.", page.texts)
@@ -160,8 +164,9 @@ class CommandTest(unittest.TestCase):
         self.assertEqual([row[3] for row in page.rows("files")], ["9"])
 
     def test_a_missing_file_is_an_error_before_others_are_read(self):
-        result = self.run_command("-o", self.page, self.file(sample.error()), "missing.jsonl",
-                                  status=1)
+        endless = self.directory / "endless"
+        os.mkfifo(endless)
+        result = self.run_command("-o", self.page, endless, "missing.jsonl", status=1)
         self.assertEqual(result.stderr.decode(),
                          "kiv-telemetry-report: missing.jsonl: No such file or directory\n")
         self.assertFalse(self.page.exists())

@@ -127,9 +127,10 @@ class ValueTest(unittest.TestCase):
         self.assertEqual(folded.tally.value, -0.25)
 
     def test_sums_are_summed(self):
-        folded = self.folded(sample.value("frames", 2, "SUM", integer=480),
+        folded = self.folded(sample.value("frames", 2, "SUM", integer=481),
+                             sample.value("frames", 1, "SUM", integer=0),
                              sample.value("frames", 1, "SUM", integer=(1 << 53)))
-        self.assertEqual((folded.tally.value, folded.reports), ((1 << 53) + 480, 3))
+        self.assertEqual((folded.tally.value, folded.reports), ((1 << 53) + 481, 4))
 
     def test_counts_are_summed(self):
         folded = self.folded(sample.value("ticks", 2, "COUNT", integer=2),
@@ -246,6 +247,18 @@ class IndependentTest(unittest.TestCase):
         self.assertEqual({api: w.reports for api, w in self.summary.traces.items()}, calls)
         for api, windows in self.summary.traces.items():
             self.assertAlmostEqual(windows.tally.value, times[api] / calls[api], places=9)
+
+    def test_latencies_over_time(self):
+        calls, times = collections.Counter(), collections.Counter()
+        for event in self.events:
+            if event.get("kiv_event_name", "").startswith("api_latency_us."):
+                key = (event["end_time_since_epoch"] // 30_000 * 30_000,
+                       event["kiv_event_name"][len("api_latency_us."):])
+                calls[key] += event["aggregated_count"]
+                times[key] += event["aggregated_count"] * event["value_int"]
+        rows = {(start, key): tally.value
+                for start, _, key, tally in self.summary.traces_over_time.rows(30_000)}
+        self.assertEqual(rows, {key: times[key] / calls[key] for key in calls})
 
     def test_calls(self):
         counts = self.count("wexo_kiv_generic", "kiv_event_name", "value_string",

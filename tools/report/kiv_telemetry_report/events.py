@@ -142,4 +142,4 @@ def kind_of_value(event):
 def number_in(event):
     """The one of the two slots for numbers that is in use; None if the number was not finite."""
     number = event["value_float"]
-    return number if number is None or number != 0 else event["value_int"]
+    return event["value_int"] if number == 0 else number

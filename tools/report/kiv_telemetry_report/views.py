@@ -29,8 +29,8 @@ class Table:
 
 @dataclasses.dataclass
 class Chart:
-    """`data` is for the page's script, which draws it by the spec of that name. A chart without
-    data is only a table."""
+    """`data` is for the page's script, which draws what is of its kind. A chart without data is only
+    a table."""
 
     name: str
     title: str

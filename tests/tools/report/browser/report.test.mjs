@@ -86,7 +86,8 @@ const none = { rects: 0, rules: 0, lines: 0, symbols: 0, texts: 0 };
 const expected = {
   bars: (chart) => ({ ...none, rects: chart.rows.length, texts: chart.bars.length }),
   timeline: (chart) => ({ ...none, rects: chart.rows.length }),
-  latencies: (chart) => ({ ...none, rules: chart.rows.length, symbols: chart.rows.length }),
+  latencies: (chart) => ({ ...none, rules: chart.rows.length, symbols: chart.rows.length,
+                           texts: chart.rows.length }),
   lines: (chart) => ({ ...none, lines: chart.parts.length, symbols: chart.rows.length }),
   multiples: (chart) => ({ ...none, lines: chart.parts.length, symbols: chart.rows.length }),
 };

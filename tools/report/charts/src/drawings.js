@@ -8,6 +8,7 @@ const LEGEND_ENTRY = 130;
 const LEGEND_SYMBOL = 40; // with the space around it
 const NAMES = 0.4; // of the room
 const NUMBERS = 70; // pixels
+const CALLS = 100;
 const TIME_HEIGHT = 200;
 const MULTIPLE_HEIGHT = 110;
 
@@ -17,8 +18,8 @@ const count = { type: "quantitative", axis: { labelExpr: SHORT, tickMinStep: 1, 
 const whole = (field, title) => ({ field, title, type: "quantitative", format: "," });
 
 // `room` is what is beside the axis, above which legends stand.
-function legend(room, entry) {
-  const columns = Math.max(1, Math.floor(room / entry));
+function legend(room) {
+  const columns = Math.max(1, Math.floor(room / LEGEND_ENTRY));
   return { columns, labelLimit: room / columns - LEGEND_SYMBOL };
 }
 
@@ -27,7 +28,7 @@ function colours(chart, palette, room) {
   return {
     field: "part", type: "nominal", title: null,
     scale: { domain: chart.parts, range },
-    legend: legend(room, LEGEND_ENTRY),
+    legend: legend(room),
   };
 }
 
@@ -51,8 +52,8 @@ function bars(chart, palette, room) {
     whole("reports", title),
     ...(chart.rows.some((row) => "events" in row) ? [whole("events", "Events")] : []),
   ];
-  // Room for the longest bar's number, in the half of the width that is left for bars at least.
-  const end = longest(chart) / (1 - Math.min(0.5, 70 / (room / 2)));
+  // Room for the longest bar's number.
+  const end = longest(chart) / (1 - Math.min(0.5, NUMBERS / ((1 - NAMES) * room)));
   const totals = {
     transform: [{ aggregate: [{ op: "sum", field: "reports", as: "total" }], groupby: ["bar"] }],
     mark: { type: "text", align: "left", dx: 5 },
@@ -146,9 +147,12 @@ function logarithmic(values) {
 }
 
 function latencies(chart, palette, room) {
-  const axis = logarithmic(chart.rows.map((row) => row.highest));
+  const { scale, axis } = logarithmic(chart.rows.map((row) => row.highest));
+  const share = Math.min(0.5, CALLS / ((1 - NAMES) * room));
+  const domain = [0, scale.domain[1] ** (1 / (1 - share))];
   const x = (field) => ({
-    field, type: "quantitative", title: "Latency (µs, logarithmic)", ...axis,
+    field, type: "quantitative", title: "Latency (µs, logarithmic)",
+    scale: { ...scale, domain }, axis,
   });
   const tooltip = [
     { field: "api", title: "API" },
@@ -157,8 +161,9 @@ function latencies(chart, palette, room) {
     whole("lowest", "Lowest window (µs)"),
     whole("highest", "Highest window (µs)"),
   ];
+  const called = (row) => `${row.calls.toLocaleString("en")} ${row.calls === 1 ? "call" : "calls"}`;
   return {
-    data: { values: chart.rows },
+    data: { values: chart.rows.map((row) => ({ ...row, called: called(row) })) },
     width: "container",
     height: STEP * chart.rows.length,
     encoding: { y: names("api", room), tooltip },
@@ -168,15 +173,12 @@ function latencies(chart, palette, room) {
         encoding: { x: x("lowest"), x2: { field: "highest" } },
       },
       {
-        mark: { type: "circle", opacity: 1, color: palette.accent },
-        encoding: {
-          x: x("mean"),
-          size: {
-            field: "calls", type: "quantitative", title: "Calls",
-            scale: { range: [40, 400] },
-            legend: { ...legend((1 - NAMES) * room, 80), labelExpr: SHORT, tickCount: 3, symbolType: "circle", symbolFillColor: palette.accent },
-          },
-        },
+        mark: { type: "circle", size: 90, opacity: 1, color: palette.accent },
+        encoding: { x: x("mean") },
+      },
+      {
+        mark: { type: "text", align: "left", dx: 9 },
+        encoding: { x: x("highest"), text: { field: "called" } },
       },
     ],
   };
