@@ -37,7 +37,7 @@ check_report() {
   scripts/npm-install tests/tools/report/browser build/report-browser
   say "Looking at reports in a browser; screenshots go to build/report-browser"
   REPORT_COMMAND=build/release/bin/kiv-telemetry-report BROWSER_DRIVER=build/report-browser \
-    SCREENSHOTS=build/report-browser node --test tests/tools/report/browser/report.test.mjs
+    SCREENSHOTS=build/report-browser node --test --test-reporter spec tests/tools/report/browser/report.test.mjs
   say "Making reports of large files"
   python3 tests/tools/report/large_files_test.py build/release/bin/kiv-telemetry-report
 }

@@ -1,4 +1,5 @@
-// Draws the page's charts, and draws them again when the reader changes between light and dark.
+// Draws the page's charts, and draws them again when the reader's window changes its width or turns
+// from light to dark.
 import embed from "vega-embed";
 
 import { drawings } from "./drawings.js";
@@ -19,34 +20,45 @@ const options = {
   tooltip: { disableDefaultStyle: true },
 };
 
+const RESIZED = 150; // milliseconds without a change of size
+
 const charts = JSON.parse(document.getElementById("data").textContent);
-let drawn = [];
+let views = [];
+let width;
+let times = 0;
 
 async function draw(place, chart) {
   const built = drawings[chart.kind](chart, palettes(), place.clientWidth);
-  const list = Array.isArray(built) ? built : [built];
-  for (const spec of list) {
+  for (const spec of Array.isArray(built) ? built : [built]) {
     const view = place.appendChild(document.createElement("div"));
     const description = spec.title ? `${chart.title}: ${spec.title}` : chart.title;
     const whole = { ...spec, description, autosize: { type: "fit-x", contains: "padding" } };
-    drawn.push(await embed(view, whole, { ...options, config: config() }));
+    views.push(await embed(view, whole, { ...options, config: config() }));
   }
 }
 
 async function drawAll() {
-  for (const view of drawn) view.finalize();
-  drawn = [];
+  for (const view of views) view.finalize();
+  views = [];
+  width = innerWidth;
   for (const place of document.querySelectorAll("[data-chart]")) {
     const chart = charts[place.dataset.chart];
     place.replaceChildren();
     place.classList.toggle("multiple", chart.kind === "multiples");
     await draw(place, chart);
   }
-  document.documentElement.dataset.drawn = String(drawn.length);
+  times += 1;
+  document.documentElement.dataset.drawn = String(times);
 }
 
 // One after the other, so that two changes in a row do not mix.
 let last = drawAll();
-matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
-  last = last.then(drawAll);
+const drawAgain = () => { last = last.then(drawAll); };
+
+matchMedia("(prefers-color-scheme: dark)").addEventListener("change", drawAgain);
+let waiting;
+addEventListener("resize", () => {
+  clearTimeout(waiting);
+  // Touch screens change the height with every turn of scrolling.
+  if (innerWidth !== width) waiting = setTimeout(drawAgain, RESIZED);
 });
