@@ -127,7 +127,8 @@ class LnavTest(unittest.TestCase):
         fields = ("kiv_event_name", "aggregated_count", "aggregation_method", "value_int",
                   "value_float", "value_string")
         self.assert_rows(self.rows(f"SELECT {', '.join(fields)} FROM kiv_values"),
-                         [{field: event[field] for field in fields} for event in self.values_of("")])
+                         [{field: event[field] for field in fields}
+                          for event in self.values_of("")])
 
     def test_a_line_shows_what_an_error_is(self):
         shown = self.lnav("-n", str(self.file)).splitlines()

@@ -112,7 +112,8 @@ class CommandTest(unittest.TestCase):
         page = self.report(self.file(sample.error(count=2), name="a.jsonl"),
                            self.file(sample.error(count=3), name="b.jsonl"))
         self.assertEqual([row[4] for row in page.rows("top-errors")], ["5"])
-        self.assertEqual([row[1:] for row in page.rows("files")], [["1", "2", "0"], ["1", "3", "0"]])
+        self.assertEqual([row[1:] for row in page.rows("files")],
+                         [["1", "2", "0"], ["1", "3", "0"]])
 
     def test_events_can_come_from_the_standard_input(self):
         page = self.report("-", input=sample.lines([sample.error(count=4)]))

@@ -15,7 +15,7 @@ import unittest
 sys.path.insert(0, sys.argv.pop(1))
 
 import sample_events as sample  # noqa: E402
-from kiv_telemetry_report import reading, texts, timeline, views  # noqa: E402
+from kiv_telemetry_report import charts, reading, texts, timeline, views  # noqa: E402
 from kiv_telemetry_report.events import Kind, Malformed, parse  # noqa: E402
 from kiv_telemetry_report.page import as_json  # noqa: E402
 from kiv_telemetry_report.summary import Summary  # noqa: E402
@@ -281,7 +281,7 @@ class IndependentTest(unittest.TestCase):
 class CutTest(unittest.TestCase):
     def test_what_does_not_fit_becomes_one_bar(self):
         counts = {(f"name {i:02}", "part"): 100 - i for i in range(40)}
-        data = views.bars(counts)
+        data = charts.bars(counts)
         self.assertEqual(data["bars"], [f"name {i:02}" for i in range(12)] + ["28 others"])
         self.assertEqual(data["rows"][-1],
                          {"bar": "28 others", "part": "part",
@@ -289,21 +289,21 @@ class CutTest(unittest.TestCase):
 
     def test_a_single_one_more_is_shown(self):
         counts = {(f"name {i:02}", "part"): 1 for i in range(13)}
-        self.assertEqual(views.bars(counts)["bars"], [f"name {i:02}" for i in range(13)])
+        self.assertEqual(charts.bars(counts)["bars"], [f"name {i:02}" for i in range(13)])
 
     def test_parts_that_do_not_fit_become_one(self):
         counts = {("name", f"part {i}"): 100 - i for i in range(9)}
-        data = views.bars(counts)
+        data = charts.bars(counts)
         self.assertEqual(data["parts"], [f"part {i}" for i in range(6)] + ["3 others"])
         self.assertEqual(data["rows"][-1]["reports"], 94 + 93 + 92)
 
     def test_a_table_says_what_it_leaves_out(self):
-        table = views.cut_table([], [(i, 2) for i in range(205)], lambda row: row[1])
+        table = charts.cut_table([], [(i, 2) for i in range(205)], lambda row: row[1])
         self.assertEqual((len(table.rows), table.rest), (200, "5 more, with 10 reports in all"))
 
     def test_names_that_look_alike_stay_apart(self):
         long = "x" * 400
-        data = views.bars({(long + "1", ""): 2, (long + "2", ""): 1})
+        data = charts.bars({(long + "1", ""): 2, (long + "2", ""): 1})
         self.assertEqual(len(set(data["bars"])), 2)
         self.assertEqual([row["reports"] for row in data["rows"]], [2, 1])
 

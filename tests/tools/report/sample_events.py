@@ -88,7 +88,8 @@ def busy_lab(windows=240):
                 yield stream(name, 2, chance.choice(["KIV_STREAM_TYPE_OBJECT",
                                                      "KIV_STREAM_TYPE_AMBISONIC"]), **at)
             if load > 1:
-                yield error("kiv.MMAP_FAILED=-12", chance.randint(3, 40), 2, "Mixer", "render", **at)
+                failures = chance.randint(3, 40)
+                yield error("kiv.MMAP_FAILED=-12", failures, 2, "Mixer", "render", **at)
                 yield error("android.TIMED_OUT", chance.randint(1, 5), 1, "Worker", "post", **at)
             if window == 75:
                 yield error("kiv.ASSERTION_FAILED", 1, 3, "Mixer", "renderBlock", **at)

@@ -24,7 +24,8 @@ const result = await esbuild.build({
 // The packages that something of got into the bundle.
 function bundled() {
   const names = new Set();
-  for (const [path, { bytesInOutput }] of Object.entries(Object.values(result.metafile.outputs)[0].inputs)) {
+  const [{ inputs }] = Object.values(result.metafile.outputs);
+  for (const [path, { bytesInOutput }] of Object.entries(inputs)) {
     const name = /.*node_modules\/((?:@[^/]+\/)?[^/]+)\//.exec(path)?.[1];
     if (name && bytesInOutput > 0) names.add(name);
   }

@@ -80,7 +80,7 @@ FIELDS = {
         "kiv_class": text,
         "kiv_api": text,
         "kiv_error_code": text,
-        "severity": integer,
+        "severity": within(0, 255),
     },
     "wexo_kiv_stream_event": {
         **COMMON,

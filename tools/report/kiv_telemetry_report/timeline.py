@@ -51,7 +51,7 @@ class Timeline:
         return bins
 
     def rows(self, width):
-        """What a chart with bins of this width shows: (start, end, key, tally), in order of time."""
+        """For a chart with bins of this width: (start, end, key, tally), in order of time."""
         for number, tallies in sorted(self.widened(width).items()):
             for key, tally in tallies.items():
                 yield number * width, (number + 1) * width, key, tally

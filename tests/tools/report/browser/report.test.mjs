@@ -72,6 +72,8 @@ after(async () => {
   rmSync(directory, { recursive: true });
 });
 
+const total = (list, of) => list.reduce((sum, each) => sum + of(each), 0);
+
 // Changes something and waits for the charts to be drawn again.
 async function redrawn(page, change) {
   const times = await page.evaluate(() => document.documentElement.dataset.drawn);
@@ -99,7 +101,8 @@ const expected = {
   multiples: (chart) => ({ ...none, lines: chart.parts.length, symbols: chart.rows.length }),
 };
 
-const dataOf = (page) => page.evaluate(() => JSON.parse(document.getElementById("data").textContent));
+const dataOf = (page) =>
+  page.evaluate(() => JSON.parse(document.getElementById("data").textContent));
 
 // Pairs of labels of one axis or legend that cover each other.
 const overlaps = () => {
@@ -159,7 +162,9 @@ describe("a report of a busy lab, with hostile texts", () => {
     test(`can be read in ${scheme}`, async () => {
       const { page, noted } = await open(url, { scheme });
       await page.screenshot({ path: join(screenshots, `${scheme}.png`), fullPage: true });
-      await page.evaluate(() => document.querySelectorAll("details").forEach((d) => { d.open = true; }));
+      await page.evaluate(() => {
+        for (const folded of document.querySelectorAll("details")) folded.open = true;
+      });
       const all = await page.evaluate(contrasts);
       assert.ok(all.length > 500);
       assert.deepEqual(all.filter(({ contrast }) => contrast < READABLE), []);
@@ -171,7 +176,8 @@ describe("a report of a busy lab, with hostile texts", () => {
     const data = await dataOf(page);
     assert.deepEqual(Object.keys(data).sort(), [
       "calls", "errors-by-api", "errors-by-class", "errors-by-code", "errors-over-time", "kinds",
-      "kinds-over-time", "latencies", "latencies-over-time", "numbers-over-time", "streams", "texts",
+      "kinds-over-time", "latencies", "latencies-over-time", "numbers-over-time", "streams",
+      "texts",
     ]);
     assert.deepEqual(await page.evaluate(seen), Object.fromEntries(
       Object.entries(data).map(([name, chart]) => [name, expected[chart.kind](chart)])));
@@ -182,7 +188,7 @@ describe("a report of a busy lab, with hostile texts", () => {
     const widths = await page.evaluate(() => [
       ...document.querySelectorAll("[data-chart=kinds] .mark-rect.role-mark path"),
     ].map((bar) => bar.getBBox().width));
-    const scale = widths.reduce((a, b) => a + b) / kinds.rows.reduce((sum, row) => sum + row.reports, 0);
+    const scale = total(widths, (each) => each) / total(kinds.rows, (row) => row.reports);
     assert.ok(scale > 0);
     for (const [i, row] of kinds.rows.entries()) {
       assert.ok(Math.abs(widths[i] - row.reports * scale) < 0.5, `${row.bar}: ${widths[i]}`);
@@ -194,7 +200,6 @@ describe("a report of a busy lab, with hostile texts", () => {
     const boxes = await page.evaluate(() => [
       ...document.querySelectorAll("[data-chart=errors-over-time] .mark-rect.role-mark path"),
     ].map((bar) => { const { x, height } = bar.getBBox(); return { x, height }; }));
-    const total = (list, of) => list.reduce((sum, each) => sum + of(each), 0);
     const scale = total(boxes, (box) => box.height) / total(chart.rows, (row) => row.value);
     const rank = (row) => chart.parts.indexOf(row.part);
     const rows = [...chart.rows].sort((a, b) => a.start - b.start || rank(a) - rank(b));
@@ -207,13 +212,14 @@ describe("a report of a busy lab, with hostile texts", () => {
   });
 
   test("has a table behind every chart", async () => {
-    const counts = await page.evaluate(() => [...document.querySelectorAll("figure")].map((figure) => ({
-      name: figure.id,
-      charts: figure.querySelectorAll("[data-chart]").length,
-      folded: figure.querySelectorAll("details table").length,
-      tables: figure.querySelectorAll("table").length,
-      rows: figure.querySelectorAll("tbody tr").length,
-    })));
+    const counts = await page.evaluate(() => [...document.querySelectorAll("figure")].map(
+      (figure) => ({
+        name: figure.id,
+        charts: figure.querySelectorAll("[data-chart]").length,
+        folded: figure.querySelectorAll("details table").length,
+        tables: figure.querySelectorAll("table").length,
+        rows: figure.querySelectorAll("tbody tr").length,
+      })));
     assert.ok(counts.length > 12);
     for (const { name, charts, folded, tables, rows } of counts) {
       assert.deepEqual({ name, folded, tables }, { name, folded: charts, tables: 1 });
@@ -283,7 +289,8 @@ describe("a report of a busy lab, with hostile texts", () => {
     const address = `http://127.0.0.1:${listener.address().port}`;
     const blocked = await page.evaluate(async (there) => {
       const violations = [];
-      addEventListener("securitypolicyviolation", (event) => violations.push(event.effectiveDirective));
+      addEventListener("securitypolicyviolation",
+                       (event) => violations.push(event.effectiveDirective));
       const script = document.createElement("script");
       script.textContent = "window.hurt = 1";
       document.body.append(script);

@@ -63,12 +63,16 @@ function bars(chart, palette, room) {
       text: { field: "total", format: "," },
     },
   };
+  const divisions = divided && {
+    color: colours(chart, palette, (1 - NAMES) * room),
+    order: { field: "rank" },
+  };
   const parts = {
     mark: { type: "bar", height: { band: 0.68 }, ...(divided ? {} : { color: palette.accent }) },
     encoding: {
       y: names("bar", room),
       x: { field: "reports", title, ...count, scale: { domain: [0, end], nice: false } },
-      ...(divided ? { color: colours(chart, palette, (1 - NAMES) * room), order: { field: "rank" } } : {}),
+      ...divisions,
       tooltip,
     },
   };
@@ -129,7 +133,7 @@ function timeline(chart, palette, room) {
       y: { field: "low", title: "Reports", ...count },
       y2: { field: "high" },
       color: colours(chart, palette, room - NUMBERS),
-      tooltip: [...times, { field: "part", title: chart.part ?? "Kind" }, whole("value", "Reports")],
+      tooltip: [...times, { field: "part", title: "Part" }, whole("value", "Reports")],
     },
   };
   return { width: "container", height: TIME_HEIGHT, layer: [wholeTime(chart), parts] };
@@ -187,7 +191,8 @@ function latencies(chart, palette, room) {
 function course(chart, rows, y, colour) {
   // In the middle of its bin.
   const values = rows.map((row) => ({ ...row, middle: (row.start + row.end) / 2 }));
-  const value = { field: "value", type: "quantitative", title: y.title ?? "Value", format: ",.5~g" };
+  const value = { field: "value", type: "quantitative", title: y.title ?? "Value",
+                  format: ",.5~g" };
   const drawn = {
     data: { values },
     encoding: {
