@@ -215,7 +215,7 @@ def tiles(summary, sources):
         Tile("Fatal errors", by_severity[3], tone="fatal"),
         Tile("Errors", by_severity[2], tone="error"),
         Tile("Warnings", by_severity[1],
-             f"and {other_errors:,} below" if other_errors else "", "warning"),
+             f"and {other_errors:,} others" if other_errors else "", "warning"),
         Tile("Traced API calls", summary.kinds[Kind.TRACE].value,
              f"of {texts.plural(len(summary.traces), 'API')}"),
         Tile("Stream events", summary.kinds[Kind.STREAM].value),

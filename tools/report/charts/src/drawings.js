@@ -17,6 +17,8 @@ const SHORT = "format(datum.value, abs(datum.value) < 1000 ? '.4~g' : '.4~s')";
 const count = { type: "quantitative", axis: { labelExpr: SHORT, tickMinStep: 1, tickCount: 5 } };
 const whole = (field, title) => ({ field, title, type: "quantitative", format: "," });
 
+const partTitle = (chart) => chart.part ?? (chart.palette === "severity" ? "Severity" : "Kind");
+
 // `room` is what is beside the axis, above which legends stand.
 function legend(room) {
   const columns = Math.max(1, Math.floor(room / LEGEND_ENTRY));
@@ -48,7 +50,7 @@ function bars(chart, palette, room) {
   const title = chart.axis ?? "Reports";
   const tooltip = [
     { field: "bar", title: "Name" },
-    ...(divided ? [{ field: "part", title: chart.part ?? "Severity" }] : []),
+    ...(divided ? [{ field: "part", title: partTitle(chart) }] : []),
     whole("reports", title),
     ...(chart.rows.some((row) => "events" in row) ? [whole("events", "Events")] : []),
   ];
@@ -133,16 +135,16 @@ function timeline(chart, palette, room) {
       y: { field: "low", title: "Reports", ...count },
       y2: { field: "high" },
       color: colours(chart, palette, room - NUMBERS),
-      tooltip: [...times, { field: "part", title: "Part" }, whole("value", "Reports")],
+      tooltip: [...times, { field: "part", title: partTitle(chart) }, whole("value", "Reports")],
     },
   };
   return { width: "container", height: TIME_HEIGHT, layer: [wholeTime(chart), parts] };
 }
 
-// From 0 by 1, 10, 100 … to the first that is not below the greatest.
+// From 0 by 1, 10, 100 … at least to 10, and to the first that is not below the greatest.
 function logarithmic(values) {
   const greatest = Math.max(...values);
-  const powers = [0, 1];
+  const powers = [0, 1, 10];
   while (powers.at(-1) < greatest) powers.push(powers.at(-1) * 10);
   return {
     scale: { type: "symlog", domain: [0, powers.at(-1)], nice: false },
