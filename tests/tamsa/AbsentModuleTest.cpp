@@ -8,6 +8,12 @@
 #include "SymbolCache.h"
 #include "tamsa/UnifiedTelemetry.h"
 
+/// Somebody else's function, which the process happens to have.
+extern "C" __attribute__((visibility("default"))) void* createTelemetryHandler(
+    int64_t /*version*/) {
+  return nullptr;
+}
+
 namespace TAMSA {
 namespace {
 
