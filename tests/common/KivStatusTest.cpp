@@ -69,5 +69,11 @@ TEST(KivStatusOrDeathTest, AbortsWhenAskedForTheValueOfAFailure) {
               "Value is not set\\. status=TIMED_OUT");
 }
 
+TEST(KivStatusOrDeathTest, AbortsUnderTheConditionThatThereIsNoValueAndNoTag) {
+  const KivStatusOr<int> result{KivStatus(android::TIMED_OUT)};
+  EXPECT_EXIT(static_cast<void>(result.value()), testing::KilledBySignal(SIGABRT),
+              "assert\\(!value_\\.has_value\\(\\), null, Value is not set\\. status=%s\\)");
+}
+
 }  // namespace
 }  // namespace android::kiv

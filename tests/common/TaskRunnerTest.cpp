@@ -222,7 +222,7 @@ TEST_F(TaskRunnerTest, ReleasesAWithdrawnTaskBeforeTheWaitReturns) {
   EXPECT_TRUE(watch.expired());
 }
 
-TEST_F(TaskRunnerTest, ATimedOutWaitHasNoValue) {
+TEST_F(TaskRunnerTest, ATimedOutWaitForAResultSaysSo) {
   const auto hasty_thread = TaskRunnerThread::create(kShort);
   TaskRunner hasty(hasty_thread);
   WorkerHold hold(hasty);
@@ -269,6 +269,8 @@ TEST_F(TaskRunnerTest, AVeryLongLimitIsNoLimit) {
   EXPECT_TRUE(TaskRunner(patient_thread).postTaskAndWait([] {}).ok());
 }
 
+TEST_F(TaskRunnerTest, AThreadKnowsItsOwners) { EXPECT_EQ(thread->shared_from_this(), thread); }
+
 class Recipient {
  public:
   void take(const std::string& text, int number) {
@@ -285,6 +287,14 @@ TEST_F(TaskRunnerTest, MemberFormCallsTheMemberWithItsArguments) {
   EXPECT_TRUE(runner.postTaskAndWait(&Recipient::take, recipient, "open", 3).ok());
   EXPECT_EQ(recipient->text_, "open");
   EXPECT_EQ(recipient->number_, 3);
+}
+
+TEST_F(TaskRunnerTest, MemberFormTellsThatTheMemberWasNotCalled) {
+  const auto recipient = std::make_shared<Recipient>();
+  thread.reset();
+  EXPECT_EQ(runner.postTaskAndWait(&Recipient::take, recipient, "open", 3).code(),
+            android::DEAD_OBJECT);
+  EXPECT_EQ(recipient->text_, "");
 }
 
 TEST_F(TaskRunnerTest, MemberFormCopiesItsArguments) {
@@ -331,6 +341,16 @@ TEST_F(TaskRunnerDeathTest, AnEmptyTaskWithAResultEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(runner.postTaskAndWait<bool>(std::function<bool()>()),
               testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(TaskRunnerDeathTest, ATimedOutWaitHasNoValue) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto hasty_thread = TaskRunnerThread::create(kShort);
+  TaskRunner hasty(hasty_thread);
+  WorkerHold hold(hasty);
+  const auto result = hasty.postTaskAndWait<bool>([] { return true; });
+  EXPECT_EXIT(static_cast<void>(result.value()), testing::KilledBySignal(SIGABRT),
+              "Value is not set\\. status=TIMED_OUT");
 }
 
 TEST_F(TaskRunnerTest, IsDestroyedThroughTheFirstVirtualEntry) {

@@ -64,12 +64,22 @@ TEST(TaskRunnerThreadTeardown, LaterPostsAreDropped) {
   EXPECT_TRUE(watch.expired());
 }
 
-TEST(TaskRunnerThreadTeardown, LaterWaitsFailAtOnceWithoutValue) {
+TEST(TaskRunnerThreadTeardown, LaterWaitsFailAtOnce) {
   auto thread = TaskRunnerThread::create(kLong);
   TaskRunner runner(thread);
   thread.reset();
   const auto result = runner.postTaskAndWait<bool>([] { return true; });
   EXPECT_EQ(result.status().code(), android::DEAD_OBJECT);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, LaterWaitsHaveNoValue) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  thread.reset();
+  const auto result = runner.postTaskAndWait<bool>([] { return true; });
+  EXPECT_EXIT(static_cast<void>(result.value()), testing::KilledBySignal(SIGABRT),
+              "Value is not set\\. status=DEAD_OBJECT");
 }
 
 TEST(TaskRunnerThreadTeardown, AHandleIsNoOwner) {

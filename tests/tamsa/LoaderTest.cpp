@@ -19,6 +19,8 @@ namespace {
 std::atomic<int> opened{0};
 std::atomic<int> mode_of_open{0};
 std::atomic<int> looked_up{0};
+std::atomic<int> looked_up_without_error{0};
+std::atomic<bool> error_cleared{false};
 
 }  // namespace
 
@@ -35,8 +37,18 @@ void* __wrap_dlopen(const char* name, int mode) {
 
 void* __real_dlsym(void* handle, const char* name);
 void* __wrap_dlsym(void* handle, const char* name) {
-  if (handle != RTLD_DEFAULT) ++looked_up;
+  if (handle != RTLD_DEFAULT) {
+    ++looked_up;
+    if (error_cleared) ++looked_up_without_error;
+  }
+  error_cleared = false;
   return __real_dlsym(handle, name);
+}
+
+char* __real_dlerror();
+char* __wrap_dlerror() {
+  error_cleared = true;
+  return __real_dlerror();
 }
 
 }  // extern "C"
@@ -133,9 +145,13 @@ TEST(SymbolCache, IsNullForGoodForAMissingSymbol) {
   EXPECT_EQ(looked_up, before);
 }
 
-TEST(SymbolCache, LeavesNoStaleLinkerErrorToMisread) {
-  dlsym(RTLD_DEFAULT, "certainlyNotThere");
-  EXPECT_NE(CreateHandler::getCached(), nullptr);
+TEST(SymbolCache, ClearsAPendingLinkerErrorBeforeEachLookup) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    CreateHandler::getCached();
+    DestroyHandler::getCached();
+    DestroyEvent::getCached();
+    EXPECT_EQ(looked_up_without_error, 3);
+  });
 }
 
 }  // namespace

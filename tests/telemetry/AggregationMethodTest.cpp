@@ -48,6 +48,11 @@ TEST(AggregationMethod, AverageWeighsTheMeanByItsCount) {
   EXPECT_EQ(combine(Type::AVG, 10.0F, 9, 20.0F), 11.0F);
 }
 
+TEST(AggregationMethod, AverageIsTheWeightedSumOverTheCountInFloats) {
+  // Other ways to the mean, and other precisions, are rounded otherwise.
+  EXPECT_EQ(combine(Type::AVG, 0.7F, 2, 2.3F), 1.23333323F);
+}
+
 TEST(AggregationMethod, SumAddsUp) { EXPECT_EQ(combineAll(Type::SUM, {1.5F, 2.5F}), 4.0F); }
 
 TEST(AggregationMethod, MaximumIsTheLargest) { EXPECT_EQ(combineAll(Type::MAX, {5, 9, 2}), 9.0F); }

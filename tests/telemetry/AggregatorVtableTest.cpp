@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "RecorderTest.h"
+#include "StagingAggregator.h"
 #include "TestSessions.h"
 #include "VtableEntry.h"
 #include "kiv/KivAudioLatencyAggregator.h"
@@ -22,6 +23,7 @@ using ::kiv::KivStreamType;
 using ::kiv_test::callEntry;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using ::kiv_test::Watched;
 using testing::ElementsAre;
@@ -164,38 +166,6 @@ class RawTable {
   void* object_;
 };
 
-/// Notes which of the overloads is called, and with what.
-template <typename Aggregator>
-class NotingAggregator : public Aggregator {
- public:
-  using Aggregator::Aggregator;
-
-  void populateTelemetryField(std::string name, int value) override { note("int", name, value); }
-  void populateTelemetryField(std::string name, unsigned int value) override {
-    note("unsigned int", name, value);
-  }
-  void populateTelemetryField(std::string name, long long value) override {
-    note("long long", name, value);
-  }
-  void populateTelemetryField(std::string name, float value) override {
-    note("float", name, value);
-  }
-  void populateTelemetryField(std::string name, std::string value) override {
-    note("string", name, value);
-  }
-  void populateTelemetryField(std::string name, bool value) override { note("bool", name, value); }
-
-  std::string noted;
-
- private:
-  template <typename T>
-  void note(const char* type, const std::string& name, const T& value) {
-    std::ostringstream text;
-    text << type << " " << name << " " << value;
-    noted = text.str();
-  }
-};
-
 template <typename Kind>
 class AggregatorVtableTest : public RecorderTest {
  protected:
@@ -312,21 +282,18 @@ TYPED_TEST(AggregatorVtableTest, PopulateTelemetryFieldStagesEveryType) {
 }
 
 TYPED_TEST(AggregatorVtableTest, EachPopulateTelemetryFieldCanBeOverridden) {
-  using Noting = NotingAggregator<typename TypeParam::Aggregator>;
-  Noting noting = make<TypeParam, Noting>();
-  RawTable<TypeParam> table(&noting);
+  using Staging = StagingAggregator<typename TypeParam::Aggregator>;
+  Staging staging = make<TypeParam, Staging>();
+  RawTable<TypeParam> table(&staging);
   table.populateInt(-5);
-  EXPECT_EQ(noting.noted, "int field -5");
   table.populateUnsignedInt(UINT_MAX);
-  EXPECT_EQ(noting.noted, "unsigned int field 4294967295");
   table.populateLongLong(LLONG_MIN);
-  EXPECT_EQ(noting.noted, "long long field -9223372036854775808");
   table.populateFloat(1.5F);
-  EXPECT_EQ(noting.noted, "float field 1.5");
   table.populateString("text");
-  EXPECT_EQ(noting.noted, "string field text");
   table.populateBool(true);
-  EXPECT_EQ(noting.noted, "bool field 1");
+  EXPECT_THAT(staging.staged, ElementsAre("int field -5", "unsigned int field 4294967295",
+                                          "long long field -9223372036854775808", "float field 1.5",
+                                          "string field text", "bool field 1"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "RecorderTest.h"
+#include "StagingAggregator.h"
 #include "TestSessions.h"
 #include "kiv/KivAudioLatencyAggregator.h"
 
@@ -12,6 +13,7 @@ namespace {
 using ::kiv::KivStreamType;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
@@ -47,6 +49,24 @@ TEST_F(AudioLatencyAggregatorTest, SendsOnlyTheCommonFieldsUnderAnEmptyName) {
   EXPECT_THAT(events()[0].floats, testing::IsEmpty());
   EXPECT_THAT(events()[0].strings,
               UnorderedElementsAre(Pair("aggregation_method", "AVG"), Pair("kiv_session_id", "s")));
+}
+
+TEST_F(AudioLatencyAggregatorTest, StagesItsFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivAudioLatencyAggregator> staging(NumericAggregationType::AVG);
+  staging.add(sample(10));
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(staging.staged,
+              ElementsAre("long long start_time_since_epoch 1000",
+                          "long long end_time_since_epoch 6000", "string aggregation_method AVG",
+                          "unsigned int aggregated_count 1", "string kiv_session_id s"));
+}
+
+TEST_F(AudioLatencyAggregatorTest, FoldsByTheMethodThatItWasGivenAndNamesIt) {
+  AudioLatencyProbe largest(NumericAggregationType::MAX);
+  for (const long long latency : {10, 60, 20}) largest.add(sample(latency));
+  EXPECT_EQ(largest.aggregated_data_.begin()->second.value, 60.0F);
+  largest.flush(timeAt(0), timeAt(1));
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("MAX"));
 }
 
 TEST_F(AudioLatencyAggregatorTest, AveragesTheSamplesOfOneConfiguration) {

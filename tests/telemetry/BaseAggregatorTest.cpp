@@ -5,6 +5,7 @@
 #include <climits>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "FreshProcess.h"
 #include "RecorderTest.h"
@@ -80,6 +81,31 @@ TEST_F(BaseAggregatorTest, KeepsDistinctKeysApart) {
 TEST_F(BaseAggregatorTest, FoldsLargeIntegersAsFloats) {
   add("n", 16'777'217);
   EXPECT_EQ(onlyValue(), 16'777'216.0F);
+}
+
+/// Notes what it is asked of a report.
+class AskedAggregator : public ProbeAggregator {
+ public:
+  KivGenericEventKey getKey(const KivGenericEvent<long long>& event) override {
+    asked.emplace_back("key");
+    return ProbeAggregator::getKey(event);
+  }
+  long long getValue(const KivGenericEvent<long long>& event) override {
+    asked.emplace_back("value of " + std::to_string(aggregated_data_.size()));
+    return ProbeAggregator::getValue(event);
+  }
+  Type getAggregationType(const KivGenericEvent<long long>& event) override {
+    asked.emplace_back("method");
+    return ProbeAggregator::getAggregationType(event);
+  }
+
+  std::vector<std::string> asked;
+};
+
+TEST_F(BaseAggregatorTest, AsksForTheKeyAndWithItsRecordForTheValueAndTheMethod) {
+  AskedAggregator asked;
+  asked.add({{session("s"), "n", Type::SUM}, 1});
+  EXPECT_THAT(asked.asked, ElementsAre("key", "value of 1", "method"));
 }
 
 TEST_F(BaseAggregatorTest, AnUnknownMethodOnlyCounts) {
@@ -267,6 +293,16 @@ TEST_F(BaseAggregatorTest, FieldsAreStagedForAnEntryOfTheTable) {
   add("b");
   flush();
   EXPECT_EQ(events().size(), 2u);
+}
+
+TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsAskedForAnything) {
+  size_t calls_before = 99;
+  aggregator.stage = [&](ProbeAggregator& /*probe*/, const std::string& /*name*/) {
+    calls_before = recorder.calls().size();
+  };
+  add("n");
+  flush();
+  EXPECT_EQ(calls_before, 0u);
 }
 
 TEST(EventNames, AreThoseOfTheirKinds) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "RecorderTest.h"
+#include "StagingAggregator.h"
 #include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
 
@@ -9,6 +10,7 @@ namespace {
 
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using testing::ElementsAre;
 using testing::Pair;
@@ -45,6 +47,18 @@ TEST_F(ErrorCodeAggregatorTest, SendsExactlyItsFields) {
               UnorderedElementsAre(Pair("aggregation_method", "COUNT"),
                                    Pair("kiv_session_id", "root.s"), Pair("kiv_class", "Mixer"),
                                    Pair("kiv_api", "open"), Pair("kiv_error_code", "code")));
+}
+
+TEST_F(ErrorCodeAggregatorTest, StagesItsFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivErrorCodeAggregator> staging(NumericAggregationType::COUNT);
+  staging.add(error());
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(
+      staging.staged,
+      ElementsAre("long long start_time_since_epoch 1000", "long long end_time_since_epoch 6000",
+                  "string aggregation_method COUNT", "unsigned int aggregated_count 1",
+                  "string kiv_session_id s", "string kiv_class Mixer", "string kiv_api open",
+                  "string kiv_error_code kiv.MMAP_FAILED", "long long severity 2"));
 }
 
 TEST_F(ErrorCodeAggregatorTest, CountsEqualReports) {
@@ -123,6 +137,7 @@ TEST_F(ErrorCodeAggregatorTest, SendsEmptyTextsAsTheyAre) {
 
 TEST_F(ErrorCodeAggregatorTest, NamesTheMethodThatItWasGiven) {
   KivErrorCodeAggregator summing(NumericAggregationType::SUM);
+  EXPECT_EQ(summing.getAggregationType(error()), NumericAggregationType::SUM);
   summing.add(error());
   summing.flush(timeAt(0), timeAt(1));
   EXPECT_THAT(strings("aggregation_method"), ElementsAre("SUM"));

@@ -48,6 +48,11 @@ TEST(FatalCheckDeathTest, AMessageWithoutTextIsEmpty) {
   EXPECT_EXIT(KivFatalLogMessage("f", 1, true), KilledBySignal(SIGABRT), "\\[f:1\\] \n");
 }
 
+TEST(FatalCheckDeathTest, AbortsUnderTheNameOfItsFlagAndNoTag) {
+  EXPECT_EXIT(checkPositive(0), KilledBySignal(SIGABRT),
+              "assert\\(condition_, null, \\[%s:%d\\] %s\\)");
+}
+
 TEST(FatalCheckDeathTest, TextIsNoFormat) {
   EXPECT_EXIT(KIV_FATAL_CHECK_AT("f", 1, 1 == 2, "%s%n"), KilledBySignal(SIGABRT), "%s%n");
 }

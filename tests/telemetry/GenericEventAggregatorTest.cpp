@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "RecorderTest.h"
+#include "StagingAggregator.h"
 #include "TestSessions.h"
 #include "kiv/KivGenericEventAggregator.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using testing::ElementsAre;
 using testing::Pair;
@@ -86,6 +88,45 @@ TEST_F(GenericEventAggregatorTest, TextsSendExactlyTheirFields) {
   EXPECT_THAT(events()[0].strings,
               UnorderedElementsAre(Pair("aggregation_method", "COUNT"), Pair("kiv_session_id", "s"),
                                    Pair("kiv_event_name", "n"), Pair("value_string", "text")));
+}
+
+/// What is staged for one report, with its method and its values as they are to be.
+auto stagedFields(const std::string& method, const std::string& value_int,
+                  const std::string& value_float, const std::string& value_string) {
+  return ElementsAre("long long start_time_since_epoch 1000", "long long end_time_since_epoch 6000",
+                     "string aggregation_method " + method, "unsigned int aggregated_count 1",
+                     "string kiv_session_id s", "string kiv_event_name n",
+                     "long long value_int " + value_int, "float value_float " + value_float,
+                     "string value_string " + value_string);
+}
+
+TEST_F(GenericEventAggregatorTest, IntegersStageTheirFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivGenericNumericEventAggregator<long long>> staging;
+  staging.add({{session("s"), "n", Type::SUM}, -7});
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(staging.staged, stagedFields("SUM", "-7", "0", ""));
+}
+
+TEST_F(GenericEventAggregatorTest, FloatsStageTheirFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivGenericNumericEventAggregator<float>> staging;
+  staging.add({{session("s"), "n", Type::SUM}, 1.5F});
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(staging.staged, stagedFields("SUM", "0", "1.5", ""));
+}
+
+TEST_F(GenericEventAggregatorTest, TextsStageTheirFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivGenericStringEventAggregator> staging(Type::COUNT);
+  staging.add({{session("s"), "n", Type::SUM}, "text"});
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(staging.staged, stagedFields("COUNT", "0", "0", "text"));
+}
+
+TEST_F(GenericEventAggregatorTest, TextsNameTheMethodThatTheirAggregatorWasGiven) {
+  KivGenericStringEventAggregator largest(Type::MAX);
+  EXPECT_EQ(largest.getAggregationType({{session("s"), "n", Type::SUM}, "text"}), Type::MAX);
+  largest.add({{session("s"), "n", Type::SUM}, "text"});
+  largest.flush(timeAt(0), timeAt(1));
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("MAX"));
 }
 
 TEST_F(GenericEventAggregatorTest, AnAverageOfIntegersIsTruncatedTowardZero) {

@@ -24,6 +24,15 @@ TEST(StreamDescription, MapsEverySampleFormat) {
   }
 }
 
+TEST(StreamDescription, SampleFormatsHaveTheirNumbers) {
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_FLOAT), 0);
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_PCM_16), 1);
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_PCM_24_PACKED), 2);
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_PCM_32), 3);
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_PCM_8), 4);
+  EXPECT_EQ(static_cast<int>(KivSampleFormat::SAMPLE_FORMAT_PCM_8_24), 5);
+}
+
 TEST(StreamDescription, CopiesSamplesAndChannelsByName) {
   const KivPcmInfoExt extended = toExtended(pcmInfo());
   EXPECT_EQ(extended.samples, 960u);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "RecorderTest.h"
+#include "StagingAggregator.h"
 #include "TestSessions.h"
 #include "kiv/KivStreamEventAggregator.h"
 
@@ -12,6 +13,7 @@ namespace {
 using ::kiv::KivStreamType;
 using ::kiv_test::RecorderTest;
 using ::kiv_test::session;
+using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using testing::ElementsAre;
 using testing::Pair;
@@ -51,6 +53,28 @@ TEST_F(StreamEventAggregatorTest, SendsExactlyItsFields) {
                                    Pair("pcm_format", "AUDIO_FORMAT_PCM_16_BIT"),
                                    Pair("stream_type", "KIV_STREAM_TYPE_OBJECT"),
                                    Pair("kiv_event", "start")));
+}
+
+TEST_F(StreamEventAggregatorTest, StagesItsFieldsInOrderEachAsItsType) {
+  StagingAggregator<KivStreamEventAggregator> staging(NumericAggregationType::COUNT);
+  staging.add(streamEvent());
+  staging.flush(timeAt(1'000'000), timeAt(6'000'000));
+  EXPECT_THAT(
+      staging.staged,
+      ElementsAre("long long start_time_since_epoch 1000", "long long end_time_since_epoch 6000",
+                  "string aggregation_method COUNT", "unsigned int aggregated_count 1",
+                  "string kiv_session_id s", "string pcm_format AUDIO_FORMAT_PCM_16_BIT",
+                  "string stream_type KIV_STREAM_TYPE_OBJECT", "unsigned int sample_rate 48000",
+                  "unsigned int samples 960", "unsigned int channels 2", "bool interleaved 1",
+                  "string kiv_event start"));
+}
+
+TEST_F(StreamEventAggregatorTest, NamesTheMethodThatItWasGiven) {
+  KivStreamEventAggregator largest(NumericAggregationType::MAX);
+  EXPECT_EQ(largest.getAggregationType(streamEvent()), NumericAggregationType::MAX);
+  largest.add(streamEvent());
+  largest.flush(timeAt(0), timeAt(1));
+  EXPECT_THAT(strings("aggregation_method"), ElementsAre("MAX"));
 }
 
 TEST_F(StreamEventAggregatorTest, CountsByEventNameInOrder) {

@@ -131,6 +131,12 @@ TEST_F(TelemetryLoggerReportsTest, AndroidStatusesAreNamedByThePlatform) {
   EXPECT_THAT(ints("severity"), ElementsAre(1, 1));
 }
 
+TEST_F(TelemetryLoggerReportsTest, AnAndroidStatusIsWrittenToTheLogWithoutAClass) {
+  logger->logAndroidStatusErrorCode(-EPIPE, "api", kError);
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, "", "api - android.DEAD_OBJECT"}));
+}
+
 class OverriddenErrors : public TelemetryLogger {
  public:
   using TelemetryLogger::TelemetryLogger;
@@ -149,6 +155,28 @@ TEST_F(TelemetryLoggerReportsTest, EveryErrorReportReachesAnOverride) {
   overridden->logKivErrorCode(KivError::OK, 3, "api", kError, "class");
   overridden->logAndroidStatusErrorCode(0, "api", kError);
   EXPECT_THAT(overridden->seen, ElementsAre("kiv.OK", "kiv.OK=3", "android.OK"));
+}
+
+class CountedErrors : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& api,
+                    KivErrorSeverity severity, const std::string& kiv_class) override {
+    ++calls;
+    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
+  }
+
+  int calls = 0;
+};
+
+TEST_F(TelemetryLoggerReportsTest, ThePostedErrorReportIsTheOverriddenOne) {
+  const auto counted = makeLoggerOf<CountedErrors>(Model::BLOCKING);
+  counted->logErrorCode("code", "api", kError, "class");
+  // Once here, and once on the worker.
+  EXPECT_EQ(counted->calls, 2);
+  counted->flush();
+  EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
 }
 
 TEST_F(TelemetryLoggerReportsTest, AStreamEventCarriesItsDescription) {
@@ -392,6 +420,15 @@ TEST_F(TelemetryLoggerReportsTest, AReportToAStoppedLoggerIsLoggedAndDropped) {
                                   "add: TimedAggregationManager not running! Cannot add."}));
 }
 
+TEST_F(TelemetryLoggerReportsTest, AnErrorIsWrittenToTheLogBeforeItIsDropped) {
+  logger->stop();
+  logger->logErrorCode("code", "api", kError, "class");
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{ANDROID_LOG_ERROR, "class", "api - code"},
+                          LogLine{ANDROID_LOG_ERROR, kNoTag,
+                                  "add: TimedAggregationManager not running! Cannot add."}));
+}
+
 TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerIsFlushedInVain) {
   const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
   immediate->stop();
@@ -401,6 +438,25 @@ TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerIsFlushedInV
                                   "add: TimedAggregationManager not running! Cannot add."},
                           LogLine{ANDROID_LOG_ERROR, kNoTag,
                                   "flush: TimedAggregationManager not running! Cannot flush."}));
+}
+
+TEST_F(TelemetryLoggerReportsTest, AQueuedReportHasCopiesOfItsArguments) {
+  const auto non_blocking = makeLogger(Model::NON_BLOCKING);
+  WorkerHold hold(runner);
+  KivPcmInfoExt pcm = kPcm;
+  std::string event = "start";
+  non_blocking->logStreamEvent(pcm, kObject, event);
+  non_blocking->logAudioLatency(pcm, kObject, milliseconds(10));
+  pcm.channels = 6;
+  event = "other";
+  hold.release();
+  settle();
+  non_blocking->logAudioLatency(kPcm, kObject, milliseconds(20));
+  non_blocking->flush();
+  ASSERT_THAT(events(), SizeIs(2));
+  EXPECT_EQ(events()[0].strings.at("kiv_event"), "start");
+  EXPECT_EQ(events()[0].ints.at("channels"), 2);
+  EXPECT_EQ(events()[1].ints.at("aggregated_count"), 2);
 }
 
 TEST_F(TelemetryLoggerReportsTest, AQueuedReportKeepsItsLoggerAlive) {
@@ -460,6 +516,14 @@ TEST_F(TelemetryLoggerReportsDeathTest, ReportingThroughALoggerThatNoOneSharesAb
   EXPECT_EXIT(unowned.logStreamEvent(kPcm, kObject, ""), aborted, "");
   EXPECT_EXIT(unowned.logKivEvent<long long>("", 0, Type::SUM), aborted, "");
   EXPECT_EXIT(unowned.logKivEvent<std::string>("", "", Type::SUM), aborted, "");
+}
+
+TEST_F(TelemetryLoggerReportsTest, OnTheWorkerALoggerThatNoOneSharesCanReport) {
+  TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
+                          integers, floats, texts, Model::NON_BLOCKING);
+  ASSERT_TRUE(runner.postTaskAndWait([&] { unowned.logStreamEvent(kPcm, kObject, "start"); }).ok());
+  EXPECT_TRUE(unowned.flush());
+  EXPECT_THAT(strings("kiv_event"), ElementsAre("start"));
 }
 
 TEST_F(TelemetryLoggerReportsTest, LatencyCanBeReportedThroughALoggerThatNoOneShares) {

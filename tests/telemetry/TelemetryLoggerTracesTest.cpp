@@ -41,6 +41,14 @@ TEST_F(TelemetryLoggerTracesTest, LessThanAMicrosecondIsZero) {
   EXPECT_THAT(ints("value_int"), ElementsAre(0));
 }
 
+TEST_F(TelemetryLoggerTracesTest, ASectionThatBeginsAfterItsEndIsTruncatedTowardZeroToo) {
+  KivTraceInfo info = logger->kiv_beginTraceSection("open");
+  info.start_time += nanoseconds(1'999);
+  logger->kiv_endTraceSection(info);
+  logger->flush();
+  EXPECT_THAT(ints("value_int"), ElementsAre(-1));
+}
+
 TEST_F(TelemetryLoggerTracesTest, SectionsOfOneNameAreAveraged) {
   for (const int duration : {100, 200, 600}) {
     const KivTraceInfo info = logger->kiv_beginTraceSection("open");

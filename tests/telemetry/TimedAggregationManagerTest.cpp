@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -40,12 +41,14 @@ class FakeAggregator : public KivAggregator<KivErrorCodeEvent> {
   void flush(system_clock::time_point start, system_clock::time_point end) override {
     calls.emplace_back("flush");
     windows.emplace_back(start, end);
+    if (const auto hook = std::exchange(on_flush, nullptr)) hook();
   }
 
   void reset() override { calls.emplace_back("reset"); }
 
   std::vector<std::string> calls;
   std::vector<std::pair<system_clock::time_point, system_clock::time_point>> windows;
+  std::function<void()> on_flush;  ///< Called inside the next one.
 };
 
 KivErrorCodeEvent report(const std::string& name) {
@@ -147,6 +150,16 @@ TEST_F(TimedAggregationManagerTest, AReportOneMillisecondAfterThePeriodComesInto
   EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
 }
 
+TEST_F(TimedAggregationManagerTest, ThePeriodIsTheOneThatItWasGiven) {
+  TimedAggregationManager<KivErrorCodeEvent> hasty(aggregator, milliseconds(10));
+  hasty.start();
+  clock.advance(milliseconds(10));
+  hasty.add(report("a"));
+  clock.advance(milliseconds(1));
+  hasty.add(report("b"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
+}
+
 TEST_F(TimedAggregationManagerTest, TheAgeIsThatOfTheWindowAndNotOfItsLastReport) {
   manager->start();
   for (int i = 0; i < 3; ++i) {
@@ -204,6 +217,29 @@ TEST_F(TimedAggregationManagerTest, StopSubmitsTheOpenWindow) {
   EXPECT_TRUE(manager->stop());
   EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, clock.system())));
   EXPECT_FALSE(manager->flush());
+}
+
+TEST_F(TimedAggregationManagerTest, TheNextWindowIsOpenWhileOneIsSubmitted) {
+  manager->start();
+  clock.advance(milliseconds(10));
+  const auto closed = clock.system();
+  aggregator->on_flush = [this] {
+    clock.advance(milliseconds(20));
+    EXPECT_TRUE(manager->flush());
+  };
+  EXPECT_TRUE(manager->flush());
+  ASSERT_EQ(aggregator->windows.size(), 2u);
+  EXPECT_EQ(aggregator->windows[0].second, closed);
+  EXPECT_THAT(aggregator->windows[1], Pair(closed, clock.system()));
+}
+
+TEST_F(TimedAggregationManagerTest, ItRunsUntilAStopHasSubmittedItsWindow) {
+  manager->start();
+  const LogCapture log;
+  aggregator->on_flush = [this] { manager->add(report("a")); };
+  EXPECT_TRUE(manager->stop());
+  EXPECT_THAT(calls(), ElementsAre("reset", "flush", "add a"));
+  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(TimedAggregationManagerTest, RestartingForgetsWhatWasReportedWhileStopped) {
