@@ -20,6 +20,7 @@
 
 namespace {
 
+using android::kiv::KivErrorSeverity;
 using android::kiv::KivSessionId;
 using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryLogger;
@@ -173,7 +174,7 @@ struct SlowReporter {
 
 void reportSlowlyAtTheEnd() {
   static SlowReporter slow;
-  slow.logger = std::make_shared<SlowLogger>(android::kiv::KivSessionId(nullptr), "Slow",
+  slow.logger = std::make_shared<SlowLogger>(KivSessionId(nullptr), "Slow",
                                              TelemetrySubmissionModel::NON_BLOCKING);
 }
 
