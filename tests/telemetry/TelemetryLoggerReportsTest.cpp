@@ -151,6 +151,28 @@ TEST_F(TelemetryLoggerReportsTest, EveryErrorReportReachesAnOverride) {
   EXPECT_THAT(overridden->seen, ElementsAre("kiv.OK", "kiv.OK=3", "android.OK"));
 }
 
+/// Notes on which threads an error comes by.
+class ErrorThreads : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& api,
+                    KivErrorSeverity severity, const std::string& kiv_class) override {
+    threads.push_back(std::this_thread::get_id());
+    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
+  }
+
+  std::vector<std::thread::id> threads;
+};
+
+TEST_F(TelemetryLoggerReportsTest, AnOverrideIsWhatTheWorkerRunsToo) {
+  const auto overridden = makeLoggerOf<ErrorThreads>(Model::BLOCKING);
+  std::thread::id worker;
+  ASSERT_TRUE(runner.postTaskAndWait([&] { worker = std::this_thread::get_id(); }).ok());
+  overridden->logErrorCode("code", "api", kError, "class");
+  EXPECT_THAT(overridden->threads, ElementsAre(std::this_thread::get_id(), worker));
+}
+
 TEST_F(TelemetryLoggerReportsTest, AStreamEventCarriesItsDescription) {
   logger->logStreamEvent(kPcm, kObject, "start");
   logger->flush();
