@@ -273,6 +273,16 @@ TEST_F(TelemetryLoggerReportsTest, ClientCallsAreCountedStrings) {
   EXPECT_THAT(strings("aggregation_method"), ElementsAre("COUNT"));
 }
 
+TEST_F(TelemetryLoggerReportsTest, NamesHaveTheirPrefixWhereverTheyAreTaken) {
+  const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
+  immediate->logKivClientCall("open", "ok");
+  immediate->kiv_endTraceSection(immediate->kiv_beginTraceSection("open"));
+  ASSERT_TRUE(runner.postTaskAndWait([&] { logger->logKivClientCall("close", "ok"); }).ok());
+  logger->flush();
+  EXPECT_THAT(strings("kiv_event_name"),
+              ElementsAre("client_api_call.open", "api_latency_us.open", "client_api_call.close"));
+}
+
 TEST_F(TelemetryLoggerReportsTest, ClientCallsMeetStringsReportedWithTheCountingMethod) {
   logger->logKivClientCall("open", "ok");
   logger->logKivEvent<std::string>("client_api_call.open", "ok", Type::COUNT);
