@@ -157,25 +157,27 @@ TEST_F(TelemetryLoggerReportsTest, EveryErrorReportReachesAnOverride) {
   EXPECT_THAT(overridden->seen, ElementsAre("kiv.OK", "kiv.OK=3", "android.OK"));
 }
 
-class CountedErrors : public TelemetryLogger {
+/// Notes on which threads an error comes by.
+class ErrorThreads : public TelemetryLogger {
  public:
   using TelemetryLogger::TelemetryLogger;
 
   void logErrorCode(const std::string& error_code, const std::string& api,
                     KivErrorSeverity severity, const std::string& kiv_class) override {
-    ++calls;
+    threads.push_back(std::this_thread::get_id());
     TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
   }
 
-  int calls = 0;
+  std::vector<std::thread::id> threads;
 };
 
-TEST_F(TelemetryLoggerReportsTest, ThePostedErrorReportIsTheOverriddenOne) {
-  const auto counted = makeLoggerOf<CountedErrors>(Model::BLOCKING);
-  counted->logErrorCode("code", "api", kError, "class");
-  // Once here, and once on the worker.
-  EXPECT_EQ(counted->calls, 2);
-  counted->flush();
+TEST_F(TelemetryLoggerReportsTest, AnOverrideIsWhatTheWorkerRunsToo) {
+  const auto overridden = makeLoggerOf<ErrorThreads>(Model::BLOCKING);
+  std::thread::id worker;
+  ASSERT_TRUE(runner.postTaskAndWait([&] { worker = std::this_thread::get_id(); }).ok());
+  overridden->logErrorCode("code", "api", kError, "class");
+  EXPECT_THAT(overridden->threads, ElementsAre(std::this_thread::get_id(), worker));
+  overridden->flush();
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
 }
 
@@ -277,6 +279,16 @@ TEST_F(TelemetryLoggerReportsTest, ClientCallsAreCountedStrings) {
   EXPECT_THAT(strings("kiv_event_name"), ElementsAre("client_api_call.open"));
   EXPECT_THAT(strings("value_string"), ElementsAre("ok"));
   EXPECT_THAT(strings("aggregation_method"), ElementsAre("COUNT"));
+}
+
+TEST_F(TelemetryLoggerReportsTest, NamesHaveTheirPrefixWhereverTheyAreTaken) {
+  const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
+  immediate->logKivClientCall("open", "ok");
+  immediate->kiv_endTraceSection(immediate->kiv_beginTraceSection("open"));
+  ASSERT_TRUE(runner.postTaskAndWait([&] { logger->logKivClientCall("close", "ok"); }).ok());
+  logger->flush();
+  EXPECT_THAT(strings("kiv_event_name"),
+              ElementsAre("client_api_call.open", "api_latency_us.open", "client_api_call.close"));
 }
 
 TEST_F(TelemetryLoggerReportsTest, ClientCallsMeetStringsReportedWithTheCountingMethod) {
