@@ -7,7 +7,7 @@
 
 #include "EventKinds.h"
 
-namespace android::kiv::telemetry_testing {
+namespace android::kiv::telemetry_testing::internal {
 
 namespace {
 
@@ -203,4 +203,4 @@ bool EventExpectation::acceptsButForCount(const TelemetryEvent& event) const {
          });
 }
 
-}  // namespace android::kiv::telemetry_testing
+}  // namespace android::kiv::telemetry_testing::internal

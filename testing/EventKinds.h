@@ -5,7 +5,7 @@
 
 #include "kiv/testing/EventExpectation.h"
 
-namespace android::kiv::telemetry_testing {
+namespace android::kiv::telemetry_testing::internal {
 
 inline constexpr char kTracePrefix[] = "api_latency_us.";
 inline constexpr char kClientCallPrefix[] = "client_api_call.";
@@ -22,4 +22,4 @@ inline int64_t countOf(const TelemetryEvent& event) { return intOf(event, "aggre
 /// "counted once", "counted 3 times".
 std::string countedInWords(int64_t count);
 
-}  // namespace android::kiv::telemetry_testing
+}  // namespace android::kiv::telemetry_testing::internal

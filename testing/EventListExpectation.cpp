@@ -6,7 +6,7 @@
 #include "EventKinds.h"
 #include "kiv/testing/EventExpectation.h"
 
-namespace android::kiv::telemetry_testing {
+namespace android::kiv::telemetry_testing::internal {
 
 namespace {
 
@@ -187,4 +187,4 @@ Verdict isOneSession(const Events& events) {
   return {sessions.size() == 1, words.empty() ? "" : "with\n    " + words};
 }
 
-}  // namespace android::kiv::telemetry_testing
+}  // namespace android::kiv::telemetry_testing::internal

@@ -9,18 +9,17 @@ namespace android::kiv::telemetry_testing {
 
 namespace {
 
+using internal::countedInWords;
+using internal::countOf;
+using internal::EventKind;
+using internal::floatOf;
+using internal::intOf;
+using internal::inWords;
+using internal::severityInWords;
+using internal::textOf;
+
 // More than anybody reads.
 constexpr size_t kMostShown = 40;
-
-template <typename T>
-T valueOf(const std::map<std::string, T>& fields, const std::string& name) {
-  const auto found = fields.find(name);
-  return found != fields.end() ? found->second : T();
-}
-
-bool startsWith(const std::string& text, const std::string& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
-}
 
 std::string errorInWords(const TelemetryEvent& event) {
   return "error code " + inWords(textOf(event, "kiv_error_code")) + ", from API " +
@@ -56,13 +55,15 @@ std::string genericInWords(const TelemetryEvent& event) {
 }
 
 std::string traceInWords(const TelemetryEvent& event) {
-  const std::string name = textOf(event, "kiv_event_name").substr(sizeof(kTracePrefix) - 1);
+  const std::string name =
+      textOf(event, "kiv_event_name").substr(sizeof(internal::kTracePrefix) - 1);
   return "latency of trace " + inWords(name) + ", averaging " + inWords(intOf(event, "value_int")) +
          " us";
 }
 
 std::string callInWords(const TelemetryEvent& event) {
-  const std::string api = textOf(event, "kiv_event_name").substr(sizeof(kClientCallPrefix) - 1);
+  const std::string api =
+      textOf(event, "kiv_event_name").substr(sizeof(internal::kClientCallPrefix) - 1);
   return "client call of " + inWords(api) + ", with " + inWords(textOf(event, "value_string"));
 }
 
@@ -81,36 +82,9 @@ std::string fieldsInWords(const TelemetryEvent& event) {
 
 }  // namespace
 
-std::string textOf(const TelemetryEvent& event, const std::string& field) {
-  return valueOf(event.strings, field);
-}
-
-int64_t intOf(const TelemetryEvent& event, const std::string& field) {
-  return valueOf(event.ints, field);
-}
-
-float floatOf(const TelemetryEvent& event, const std::string& field) {
-  return valueOf(event.floats, field);
-}
-
-std::string countedInWords(int64_t count) {
-  return count == 1 ? "counted once" : "counted " + inWords(count) + " times";
-}
-
-EventKind kindOf(const TelemetryEvent& event) {
-  if (event.name == "wexo_kiv_error_code") return EventKind::ERROR_CODE;
-  if (event.name == "wexo_kiv_stream_event") return EventKind::STREAM_EVENT;
-  if (event.name.empty()) return EventKind::AUDIO_LATENCY;
-  if (event.name != "wexo_kiv_generic") return EventKind::OTHER;
-  const std::string name = textOf(event, "kiv_event_name");
-  if (startsWith(name, kTracePrefix)) return EventKind::TRACE_LATENCY;
-  if (startsWith(name, kClientCallPrefix)) return EventKind::CLIENT_CALL;
-  return EventKind::GENERIC_VALUE;
-}
-
 std::string describe(const TelemetryEvent& event) {
   const std::string counted = ", " + countedInWords(countOf(event));
-  switch (kindOf(event)) {
+  switch (internal::kindOf(event)) {
     case EventKind::ERROR_CODE:
       return errorInWords(event) + counted;
     case EventKind::STREAM_EVENT:

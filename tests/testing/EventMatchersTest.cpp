@@ -311,8 +311,8 @@ TEST_F(EventMatchersTest, OneSessionIsThatOfOneLogger) {
 }
 
 TEST(Words, OfAFloatAreAsShortAsTheyCanBeTrue) {
-  EXPECT_EQ(inWords(0.1F), "0.1");
-  EXPECT_EQ(inWords(16'777'215.0F), "16777215");
+  EXPECT_EQ(internal::inWords(0.1F), "0.1");
+  EXPECT_EQ(internal::inWords(16'777'215.0F), "16777215");
 }
 
 // What is said.
@@ -363,6 +363,14 @@ TEST(FailureMessage, ShowsInWhatTheNearestEventDiffers) {
   EXPECT_EQ(
       failureOf({kTrace, errorWith("kiv_error_code", "kiv.MMAP_FAILED=-12")}, Contains(kThrice)),
       kNearestMessage);
+}
+
+TEST(FailureMessage, IsTheSameBesideGoogleMocksOwnMatcher) {
+  using testing::Contains;
+  EXPECT_EQ(
+      failureOf({kTrace, errorWith("kiv_error_code", "kiv.MMAP_FAILED=-12")}, Contains(kThrice)),
+      kNearestMessage);
+  EXPECT_THAT(failureOf({kTrace}, Contains(ErrorCode("a"))), HasSubstr("none of which is"));
 }
 
 TEST(FailureMessage, ShowsSeveralEventsThatAreAsNear) {

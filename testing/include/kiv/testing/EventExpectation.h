@@ -13,7 +13,7 @@
 #include "kiv/NumericAggregationType.h"
 #include "kiv/testing/TelemetryEvent.h"
 
-namespace android::kiv::telemetry_testing {
+namespace android::kiv::telemetry_testing::internal {
 
 /// What an event tells of.
 enum class EventKind {
@@ -124,4 +124,4 @@ KIV_EXPORT Verdict hasTotalCount(const std::vector<TelemetryEvent>& events,
 /// There are events, and all are of one session.
 KIV_EXPORT Verdict isOneSession(const std::vector<TelemetryEvent>& events);
 
-}  // namespace android::kiv::telemetry_testing
+}  // namespace android::kiv::telemetry_testing::internal

@@ -30,6 +30,8 @@
 
 namespace android::kiv::telemetry_testing {
 
+namespace internal {
+
 /// What a value or a matcher expects of a field.
 template <typename T, typename Value>
 Expected<T> expect(const Value& value) {
@@ -46,11 +48,13 @@ Expected<T> expect(const Value& value) {
   }
 }
 
+}  // namespace internal
+
 /// A matcher of lists of events.
 class EventListMatcher {
  public:
   using is_gtest_matcher = void;
-  using Judge = std::function<Verdict(const std::vector<TelemetryEvent>&)>;
+  using Judge = std::function<internal::Verdict(const std::vector<TelemetryEvent>&)>;
 
   EventListMatcher(std::string description, std::string negation, Judge judge)
       : description_(std::move(description)),
@@ -59,7 +63,7 @@ class EventListMatcher {
 
   bool MatchAndExplain(const std::vector<TelemetryEvent>& events,
                        ::testing::MatchResultListener* listener) const {
-    const Verdict verdict = judge_(events);
+    const internal::Verdict verdict = judge_(events);
     *listener << verdict.explanation;
     return verdict.holds;
   }
@@ -82,7 +86,7 @@ class EventMatcher {
   /// So many equal reports are in the event.
   template <typename Count>
   Derived counted(const Count& count) const {
-    return with(onCount(expect<int64_t>(count)));
+    return with(internal::onCount(internal::expect<int64_t>(count)));
   }
   Derived once() const { return counted(1); }
   Derived atLeast(int64_t count) const { return counted(::testing::Ge(count)); }
@@ -90,8 +94,8 @@ class EventMatcher {
   /// Of the session with this text.
   template <typename Text>
   Derived inSession(const Text& text) const {
-    return with(onText({"session", "in session %", "in a session that %"}, "kiv_session_id",
-                       expect<std::string>(text)));
+    return with(internal::onText({"session", "in session %", "in a session that %"},
+                                 "kiv_session_id", internal::expect<std::string>(text)));
   }
   Derived inSession(const KivSessionId& session) const { return inSession(session.toString()); }
 
@@ -115,22 +119,22 @@ class EventMatcher {
   void DescribeTo(std::ostream* out) const { *out << "is " << expectation_.describe(); }
   void DescribeNegationTo(std::ostream* out) const { *out << "is not " << expectation_.describe(); }
 
-  const EventExpectation& expectation() const { return expectation_; }
+  const internal::EventExpectation& expectation() const { return expectation_; }
 
   /// At least one event is this. Found by its argument: it goes before GoogleMock's, and where it
   /// fails it tells which events come nearest.
   friend EventListMatcher Contains(const Derived& event) {
-    const EventExpectation expectation = event.expectation();
+    const internal::EventExpectation expectation = event.expectation();
     return {"contains " + expectation.describe(), "contains no " + expectation.describe(),
-            [expectation](const auto& events) { return contains(events, expectation); }};
+            [expectation](const auto& events) { return internal::contains(events, expectation); }};
   }
 
  protected:
-  EventMatcher(EventKind kind, Condition name) : expectation_(kind) {
+  EventMatcher(internal::EventKind kind, internal::Condition name) : expectation_(kind) {
     expectation_.add(std::move(name));
   }
 
-  Derived with(Condition condition) const {
+  Derived with(internal::Condition condition) const {
     Derived matcher = static_cast<const Derived&>(*this);
     matcher.expectation_.add(std::move(condition));
     return matcher;
@@ -139,7 +143,7 @@ class EventMatcher {
  private:
   friend Derived;
 
-  EventExpectation expectation_;
+  internal::EventExpectation expectation_;
 };
 
 /// A reported error.
@@ -155,31 +159,32 @@ class ErrorCode : public EventMatcher<ErrorCode> {
   /// One by its text.
   template <typename Text>
   explicit ErrorCode(const Text& text)
-      : EventMatcher(EventKind::ERROR_CODE,
-                     onText({"error code", "error code %", "an error code that %"},
-                            "kiv_error_code", expect<std::string>(text))) {}
+      : EventMatcher(internal::EventKind::ERROR_CODE,
+                     internal::onText({"error code", "error code %", "an error code that %"},
+                                      "kiv_error_code", internal::expect<std::string>(text))) {}
 
   template <typename Text>
   ErrorCode fromApi(const Text& api) const {
-    return with(
-        onText({"API", "from API %", "from an API that %"}, "kiv_api", expect<std::string>(api)));
+    return with(internal::onText({"API", "from API %", "from an API that %"}, "kiv_api",
+                                 internal::expect<std::string>(api)));
   }
 
   /// Of this class, or where none was named, by the logger of this name.
   template <typename Text>
   ErrorCode ofClass(const Text& kiv_class) const {
-    return with(onText({"class", "of class %", "of a class that %"}, "kiv_class",
-                       expect<std::string>(kiv_class)));
+    return with(internal::onText({"class", "of class %", "of a class that %"}, "kiv_class",
+                                 internal::expect<std::string>(kiv_class)));
   }
 
   ErrorCode ofSeverity(KivErrorSeverity severity) const {
     const auto number = static_cast<int64_t>(severity);
-    Expected<int64_t> expected = expect<int64_t>(number);
-    expected.words = severityInWords(number);
-    Condition condition = onInt({"severity", "of severity %", ""}, "severity", expected);
+    internal::Expected<int64_t> expected = internal::expect<int64_t>(number);
+    expected.words = internal::severityInWords(number);
+    internal::Condition condition =
+        internal::onInt({"severity", "of severity %", ""}, "severity", expected);
     condition.actual = [](const TelemetryEvent& event) {
       const auto found = event.ints.find("severity");
-      return found != event.ints.end() ? severityInWords(found->second) : "missing";
+      return found != event.ints.end() ? internal::severityInWords(found->second) : "missing";
     };
     return with(std::move(condition));
   }
@@ -195,39 +200,41 @@ class StreamEvent : public EventMatcher<StreamEvent> {
  public:
   template <typename Text>
   explicit StreamEvent(const Text& event)
-      : EventMatcher(EventKind::STREAM_EVENT,
-                     onText({"stream event", "stream event %", "a stream event that %"},
-                            "kiv_event", expect<std::string>(event))) {}
+      : EventMatcher(internal::EventKind::STREAM_EVENT,
+                     internal::onText({"stream event", "stream event %", "a stream event that %"},
+                                      "kiv_event", internal::expect<std::string>(event))) {}
 
   StreamEvent ofType(::kiv::KivStreamType type) const {
-    const std::string name = streamTypeInWords(type);
-    return with(onText({"type", "of type " + name, ""}, "stream_type", expect<std::string>(name)));
+    const std::string name = internal::streamTypeInWords(type);
+    return with(internal::onText({"type", "of type " + name, ""}, "stream_type",
+                                 internal::expect<std::string>(name)));
   }
   StreamEvent inFormat(audio_format_t format) const {
     const std::string name = audio_format_to_string(format);
-    return with(
-        onText({"format", "in format " + name, ""}, "pcm_format", expect<std::string>(name)));
+    return with(internal::onText({"format", "in format " + name, ""}, "pcm_format",
+                                 internal::expect<std::string>(name)));
   }
 
   /// Frames per second, without their fraction.
   template <typename Number>
   StreamEvent atRate(const Number& rate) const {
-    return with(onInt({"sample rate", "at % Hz", "at a sample rate that %"}, "sample_rate",
-                      expect<int64_t>(rate)));
+    return with(internal::onInt({"sample rate", "at % Hz", "at a sample rate that %"},
+                                "sample_rate", internal::expect<int64_t>(rate)));
   }
   template <typename Number>
   StreamEvent withSamples(const Number& samples) const {
-    return with(onInt({"samples", "with % samples", "with a number of samples that %"}, "samples",
-                      expect<int64_t>(samples)));
+    return with(internal::onInt({"samples", "with % samples", "with a number of samples that %"},
+                                "samples", internal::expect<int64_t>(samples)));
   }
   template <typename Number>
   StreamEvent onChannels(const Number& channels) const {
-    return with(onInt({"channels", "on % channels", "on a number of channels that %"}, "channels",
-                      expect<int64_t>(channels)));
+    return with(internal::onInt({"channels", "on % channels", "on a number of channels that %"},
+                                "channels", internal::expect<int64_t>(channels)));
   }
   StreamEvent interleaved(bool interleaved = true) const {
     const char* const clause = interleaved ? "interleaved" : "not interleaved";
-    return with(onInt({"interleaved", clause, ""}, "interleaved", expect<int64_t>(interleaved)));
+    return with(internal::onInt({"interleaved", clause, ""}, "interleaved",
+                                internal::expect<int64_t>(interleaved)));
   }
 };
 
@@ -235,7 +242,8 @@ class StreamEvent : public EventMatcher<StreamEvent> {
 /// stream nor their average: `counted` and the session are all that can be looked at.
 class AudioLatency : public EventMatcher<AudioLatency> {
  public:
-  AudioLatency() : EventMatcher(EventKind::AUDIO_LATENCY, onName("audio latency", "")) {}
+  AudioLatency()
+      : EventMatcher(internal::EventKind::AUDIO_LATENCY, internal::onName("audio latency", "")) {}
 };
 
 /// A named value, whatever it was reported for.
@@ -243,33 +251,34 @@ class GenericValue : public EventMatcher<GenericValue> {
  public:
   template <typename Text>
   explicit GenericValue(const Text& name)
-      : EventMatcher(EventKind::GENERIC_VALUE,
-                     onText({"name", "generic value %", "a generic value with a name that %"},
-                            "kiv_event_name", expect<std::string>(name))) {}
+      : EventMatcher(
+            internal::EventKind::GENERIC_VALUE,
+            internal::onText({"name", "generic value %", "a generic value with a name that %"},
+                             "kiv_event_name", internal::expect<std::string>(name))) {}
 
   /// What samples have been combined to. Averages of integers are without their fraction.
   template <typename Number>
   GenericValue withInt(const Number& value) const {
-    return with(onInt({"integer", "with integer %", "with an integer that %"}, "value_int",
-                      expect<int64_t>(value)));
+    return with(internal::onInt({"integer", "with integer %", "with an integer that %"},
+                                "value_int", internal::expect<int64_t>(value)));
   }
   template <typename Number>
   GenericValue withFloat(const Number& value) const {
-    return with(onFloat({"float", "with float %", "with a float that %"}, "value_float",
-                        expect<float>(value)));
+    return with(internal::onFloat({"float", "with float %", "with a float that %"}, "value_float",
+                                  internal::expect<float>(value)));
   }
 
   /// What was reported. Texts are counted, never combined.
   template <typename Text>
   GenericValue withText(const Text& value) const {
-    return with(onText({"text", "with text %", "with a text that %"}, "value_string",
-                       expect<std::string>(value)));
+    return with(internal::onText({"text", "with text %", "with a text that %"}, "value_string",
+                                 internal::expect<std::string>(value)));
   }
 
   GenericValue combinedBy(NumericAggregationType method) const {
-    const std::string name = methodInWords(method);
-    return with(onText({"method", "combined by " + name, ""}, "aggregation_method",
-                       expect<std::string>(name)));
+    const std::string name = internal::methodInWords(method);
+    return with(internal::onText({"method", "combined by " + name, ""}, "aggregation_method",
+                                 internal::expect<std::string>(name)));
   }
 };
 
@@ -278,15 +287,17 @@ class TraceLatency : public EventMatcher<TraceLatency> {
  public:
   template <typename Text>
   explicit TraceLatency(const Text& name)
-      : EventMatcher(EventKind::TRACE_LATENCY,
-                     onText({"trace", "latency of trace %", "the latency of a trace that %"},
-                            "kiv_event_name", expect<std::string>(name), "api_latency_us.")) {}
+      : EventMatcher(
+            internal::EventKind::TRACE_LATENCY,
+            internal::onText({"trace", "latency of trace %", "the latency of a trace that %"},
+                             "kiv_event_name", internal::expect<std::string>(name),
+                             "api_latency_us.")) {}
 
   /// Microseconds.
   template <typename Number>
   TraceLatency averaging(const Number& microseconds) const {
-    return with(onInt({"average", "averaging % us", "averaging a number of us that %"}, "value_int",
-                      expect<int64_t>(microseconds)));
+    return with(internal::onInt({"average", "averaging % us", "averaging a number of us that %"},
+                                "value_int", internal::expect<int64_t>(microseconds)));
   }
 };
 
@@ -295,14 +306,15 @@ class ClientCall : public EventMatcher<ClientCall> {
  public:
   template <typename Text>
   explicit ClientCall(const Text& api)
-      : EventMatcher(EventKind::CLIENT_CALL,
-                     onText({"API", "client call of %", "a client call of an API that %"},
-                            "kiv_event_name", expect<std::string>(api), "client_api_call.")) {}
+      : EventMatcher(internal::EventKind::CLIENT_CALL,
+                     internal::onText({"API", "client call of %", "a client call of an API that %"},
+                                      "kiv_event_name", internal::expect<std::string>(api),
+                                      "client_api_call.")) {}
 
   template <typename Text>
   ClientCall withText(const Text& value) const {
-    return with(onText({"text", "with %", "with a text that %"}, "value_string",
-                       expect<std::string>(value)));
+    return with(internal::onText({"text", "with %", "with a text that %"}, "value_string",
+                                 internal::expect<std::string>(value)));
   }
 };
 
@@ -310,23 +322,24 @@ class ClientCall : public EventMatcher<ClientCall> {
 class EventNamed : public EventMatcher<EventNamed> {
  public:
   explicit EventNamed(const std::string& name)
-      : EventMatcher(EventKind::OTHER, onName("event " + inWords(name), name)) {}
+      : EventMatcher(internal::EventKind::OTHER,
+                     internal::onName("event " + internal::inWords(name), name)) {}
 
   template <typename Number>
   EventNamed withInt(const std::string& field, const Number& value) const {
-    return with(onInt(phrase(field), field, expect<int64_t>(value)));
+    return with(internal::onInt(phrase(field), field, internal::expect<int64_t>(value)));
   }
   template <typename Number>
   EventNamed withFloat(const std::string& field, const Number& value) const {
-    return with(onFloat(phrase(field), field, expect<float>(value)));
+    return with(internal::onFloat(phrase(field), field, internal::expect<float>(value)));
   }
   template <typename Text>
   EventNamed withText(const std::string& field, const Text& value) const {
-    return with(onText(phrase(field), field, expect<std::string>(value)));
+    return with(internal::onText(phrase(field), field, internal::expect<std::string>(value)));
   }
 
  private:
-  static Phrase phrase(const std::string& field) {
+  static internal::Phrase phrase(const std::string& field) {
     return {field, "with " + field + " %", "with " + field + " that %"};
   }
 };
@@ -334,32 +347,33 @@ class EventNamed : public EventMatcher<EventNamed> {
 /// The list holds one event for each of these, and no others.
 template <typename... Matchers>
 EventListMatcher ContainsOnly(const Matchers&... matchers) {
-  const std::vector<EventExpectation> expectations{matchers.expectation()...};
+  const std::vector<internal::EventExpectation> expectations{matchers.expectation()...};
   std::string words;
-  for (const EventExpectation& expectation : expectations) {
+  for (const internal::EventExpectation& expectation : expectations) {
     words += "\n    " + expectation.describe();
   }
-  return {"contains these and no other:" + words, "contains others than these:" + words,
-          [expectations](const auto& events) { return containsOnly(events, expectations); }};
+  return {
+      "contains these and no other:" + words, "contains others than these:" + words,
+      [expectations](const auto& events) { return internal::containsOnly(events, expectations); }};
 }
 
 /// The counts of all such events add up to this, whether they are in one window or in several.
 template <typename Derived, typename Count>
 EventListMatcher TotalCount(const EventMatcher<Derived>& event, const Count& count) {
-  const EventExpectation expectation = event.expectation();
-  const Expected<int64_t> total = expect<int64_t>(count);
+  const internal::EventExpectation expectation = event.expectation();
+  const internal::Expected<int64_t> total = internal::expect<int64_t>(count);
   const std::string words = expectation.describe() + ", with a total count ";
   return {"contains " + words + (total.exact ? "of " : "that ") + total.words,
           "does not contain " + words + (total.exact ? "of " : "that ") + total.words,
           [expectation, total](const auto& events) {
-            return hasTotalCount(events, expectation, total);
+            return internal::hasTotalCount(events, expectation, total);
           }};
 }
 
 /// There are events, and all are of the same session.
 inline EventListMatcher InOneSession() {
   return {"is of one session", "is not of one session",
-          [](const auto& events) { return isOneSession(events); }};
+          [](const auto& events) { return internal::isOneSession(events); }};
 }
 
 }  // namespace android::kiv::telemetry_testing
