@@ -1,7 +1,6 @@
 // Loggers on managers over aggregators of a client's own, which take whole records.
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,23 +25,26 @@ using Type = NumericAggregationType;
 constexpr KivPcmInfoExt kPcm{44100.9F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
 constexpr KivStreamType kObject = KivStreamType::KIV_STREAM_TYPE_OBJECT;
 
+/// Shared, because managers outlive the test and submit as they go.
+using Calls = std::shared_ptr<std::vector<std::string>>;
+
 template <typename Event>
 class ClientAggregator : public KivAggregator<Event> {
  public:
-  ClientAggregator(std::string kind, std::vector<std::string>& calls)
-      : kind_(std::move(kind)), calls_(calls) {}
+  ClientAggregator(std::string kind, Calls calls)
+      : kind_(std::move(kind)), calls_(std::move(calls)) {}
 
   void add(const Event& event) override { taken.push_back(event); }
   void flush(system_clock::time_point /*start*/, system_clock::time_point /*end*/) override {
-    calls_.push_back("flush " + kind_);
+    calls_->push_back("flush " + kind_);
   }
-  void reset() override { calls_.push_back("reset " + kind_); }
+  void reset() override { calls_->push_back("reset " + kind_); }
 
   std::vector<Event> taken;
 
  private:
   const std::string kind_;
-  std::vector<std::string>& calls_;
+  const Calls calls_;
 };
 
 template <typename Event>
@@ -69,7 +71,7 @@ class ClientAggregatorsTest : public LoggerRig {
     manager = std::make_shared<TimedAggregationManager<Event>>(aggregator, std::chrono::hours(1));
   }
 
-  std::vector<std::string> calls;
+  const Calls calls = std::make_shared<std::vector<std::string>>();
   Client<KivErrorCodeEvent> client_errors = make<KivErrorCodeEvent>("errors");
   Client<KivStreamEvent> client_streams = make<KivStreamEvent>("streams");
   Client<KivAudioLatencyEvent> client_latencies = make<KivAudioLatencyEvent>("latencies");
@@ -80,17 +82,17 @@ class ClientAggregatorsTest : public LoggerRig {
 
 TEST_F(ClientAggregatorsTest, ConstructionStartsTheKindsInTheirOrder) {
   makeLogger(Model::BLOCKING);
-  EXPECT_THAT(calls, ElementsAre("reset errors", "reset streams", "reset latencies",
-                                 "reset integers", "reset floats", "reset texts"));
+  EXPECT_THAT(*calls, ElementsAre("reset errors", "reset streams", "reset latencies",
+                                  "reset integers", "reset floats", "reset texts"));
 }
 
 TEST_F(ClientAggregatorsTest, StartStartsTheKindsInTheirOrder) {
   const auto logger = makeLogger(Model::BLOCKING);
   logger->stop();
-  calls.clear();
+  calls->clear();
   EXPECT_TRUE(logger->start());
-  EXPECT_THAT(calls, ElementsAre("reset errors", "reset streams", "reset latencies",
-                                 "reset integers", "reset floats", "reset texts"));
+  EXPECT_THAT(*calls, ElementsAre("reset errors", "reset streams", "reset latencies",
+                                  "reset integers", "reset floats", "reset texts"));
 }
 
 TEST_F(ClientAggregatorsTest, AnErrorIsTakenWhole) {

@@ -132,6 +132,15 @@ TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerWithoutManagersSharesTheProc
   EXPECT_EQ(sessionOf(*logger), "s");
 }
 
+TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerStartsTheManagersWithoutTheWorker) {
+  EXPECT_TRUE(defaultLogger()->stop());
+  TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
+  WorkerHold hold(runner);
+  const TelemetryLogger logger(session("s"), "n", TelemetrySubmissionModel::BLOCKING);
+  hold.release();
+  EXPECT_TRUE(defaultLogger()->flush());
+}
+
 TEST_F(TelemetryLoggerManagerTest, CreatesLoggersUnderAFreshChildOfTheGivenSession) {
   const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), false);
   const std::string text = sessionOf(*logger);
