@@ -40,6 +40,9 @@ install(
   FILES_MATCHING
   PATTERN "*.h")
 
+# What comes of reports, for people and for machines.
+install(FILES docs/events.md docs/events.schema.json DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
 install(
   EXPORT kivtelemetryTargets
   NAMESPACE kiv::

@@ -25,10 +25,10 @@ namespace TAMSA::recording {
 
 /// One event as it was reported, its fields by name.
 struct Event {
-  std::string name;
-  std::map<std::string, int64_t> ints;
-  std::map<std::string, float> floats;
-  std::map<std::string, std::string> strings;
+  std::string name;                            ///< As it was created under.
+  std::map<std::string, int64_t> ints;         ///< Its integer fields.
+  std::map<std::string, float> floats;         ///< Its float fields.
+  std::map<std::string, std::string> strings;  ///< Its text fields.
   std::vector<std::string> set;  ///< The names of the fields in the order in which they were set.
   int handler = 0;               ///< The handler that took it; the first one made is 1.
   int32_t flag = 0;              ///< As passed with the report.
@@ -36,6 +36,7 @@ struct Event {
   std::thread::id thread;        ///< Where it was reported.
 };
 
+/// Keeps what is reported, and can be told to fail.
 class __attribute__((visibility("default"))) Recorder {
  public:
   /// The recorder of this process. It is never destroyed.

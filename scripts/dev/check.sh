@@ -112,8 +112,8 @@ cmd_check() {
   need "${check_packages[@]}"
   local step
   local steps=("${@:-all}")
-  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind counts otlp events reference
-    armv7)
+  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind
+    counts otlp events reference report armv7)
   for step in "${steps[@]}"; do
     if declare -F "check_$step" >/dev/null; then
       "check_$step"

@@ -53,21 +53,27 @@ Expected<T> expect(const Value& value) {
 /// A matcher of lists of events.
 class EventListMatcher {
  public:
+  /// Marks a matcher for GoogleTest, which calls the operations that it needs.
   using is_gtest_matcher = void;
+  /// Whether a list is so, and in words why not.
   using Judge = std::function<internal::Verdict(const std::vector<TelemetryEvent>&)>;
 
+  /// What is expected, what is not, and how to tell.
   EventListMatcher(std::string description, std::string negation, Judge judge)
       : description_(std::move(description)),
         negation_(std::move(negation)),
         judge_(std::move(judge)) {}
 
+  /// Whether the events are so; if not, why.
   bool MatchAndExplain(const std::vector<TelemetryEvent>& events,
                        ::testing::MatchResultListener* listener) const {
     const internal::Verdict verdict = judge_(events);
     *listener << verdict.explanation;
     return verdict.holds;
   }
+  /// What is expected, in words.
   void DescribeTo(std::ostream* out) const { *out << description_; }
+  /// What is expected of those that must not match, in words.
   void DescribeNegationTo(std::ostream* out) const { *out << negation_; }
 
  private:
@@ -81,6 +87,7 @@ class EventListMatcher {
 template <typename Derived>
 class EventMatcher {
  public:
+  /// Marks a matcher for GoogleTest, which calls the operations that it needs.
   using is_gtest_matcher = void;
 
   /// So many equal reports are in the event.
@@ -88,7 +95,9 @@ class EventMatcher {
   Derived counted(const Count& count) const {
     return with(internal::onCount(internal::expect<int64_t>(count)));
   }
+  /// One report is in the event.
   Derived once() const { return counted(1); }
+  /// So many equal reports, or more, are in the event.
   Derived atLeast(int64_t count) const { return counted(::testing::Ge(count)); }
 
   /// Of the session with this text.
@@ -97,6 +106,7 @@ class EventMatcher {
     return with(internal::onText({"session", "in session %", "in a session that %"},
                                  "kiv_session_id", internal::expect<std::string>(text)));
   }
+  /// Of this session.
   Derived inSession(const KivSessionId& session) const { return inSession(session.toString()); }
 
   /// Of any session that was opened under this one, as that of a `TelemetryEnv(name, parent)` is.
@@ -104,6 +114,7 @@ class EventMatcher {
     return inSession(::testing::StartsWith(parent.toString() + "."));
   }
 
+  /// Whether the event is so; if not, how it differs.
   bool MatchAndExplain(const TelemetryEvent& event,
                        ::testing::MatchResultListener* listener) const {
     if (!expectation_.isNear(event)) {
@@ -116,9 +127,12 @@ class EventMatcher {
     }
     return differences.empty();
   }
+  /// What is expected, in words.
   void DescribeTo(std::ostream* out) const { *out << "is " << expectation_.describe(); }
+  /// What is expected of those that must not match, in words.
   void DescribeNegationTo(std::ostream* out) const { *out << "is not " << expectation_.describe(); }
 
+  /// For matchers of many events.
   const internal::EventExpectation& expectation() const { return expectation_; }
 
   /// At least one event is this. Found by its argument: it goes before GoogleMock's, and where it
@@ -130,10 +144,12 @@ class EventMatcher {
   }
 
  protected:
+  /// Of this kind, and of a name.
   EventMatcher(internal::EventKind kind, internal::Condition name) : expectation_(kind) {
     expectation_.add(std::move(name));
   }
 
+  /// With one condition more.
   Derived with(internal::Condition condition) const {
     Derived matcher = static_cast<const Derived&>(*this);
     matcher.expectation_.add(std::move(condition));
@@ -163,6 +179,7 @@ class ErrorCode : public EventMatcher<ErrorCode> {
                      internal::onText({"error code", "error code %", "an error code that %"},
                                       "kiv_error_code", internal::expect<std::string>(text))) {}
 
+  /// Reported from this operation.
   template <typename Text>
   ErrorCode fromApi(const Text& api) const {
     return with(internal::onText({"API", "from API %", "from an API that %"}, "kiv_api",
@@ -176,6 +193,7 @@ class ErrorCode : public EventMatcher<ErrorCode> {
                                  internal::expect<std::string>(kiv_class)));
   }
 
+  /// Of this severity.
   ErrorCode ofSeverity(KivErrorSeverity severity) const {
     const auto number = static_cast<int64_t>(severity);
     internal::Expected<int64_t> expected = internal::expect<int64_t>(number);
@@ -198,17 +216,20 @@ inline ErrorCode AndroidStatus(int status) {
 /// What happened to a stream.
 class StreamEvent : public EventMatcher<StreamEvent> {
  public:
+  /// One with this text.
   template <typename Text>
   explicit StreamEvent(const Text& event)
       : EventMatcher(internal::EventKind::STREAM_EVENT,
                      internal::onText({"stream event", "stream event %", "a stream event that %"},
                                       "kiv_event", internal::expect<std::string>(event))) {}
 
+  /// On a stream of this type.
   StreamEvent ofType(::kiv::KivStreamType type) const {
     const std::string name = internal::streamTypeInWords(type);
     return with(internal::onText({"type", "of type " + name, ""}, "stream_type",
                                  internal::expect<std::string>(name)));
   }
+  /// On a stream of samples in this format.
   StreamEvent inFormat(audio_format_t format) const {
     const std::string name = audio_format_to_string(format);
     return with(internal::onText({"format", "in format " + name, ""}, "pcm_format",
@@ -221,16 +242,19 @@ class StreamEvent : public EventMatcher<StreamEvent> {
     return with(internal::onInt({"sample rate", "at % Hz", "at a sample rate that %"},
                                 "sample_rate", internal::expect<int64_t>(rate)));
   }
+  /// On a stream with a buffer of so many samples.
   template <typename Number>
   StreamEvent withSamples(const Number& samples) const {
     return with(internal::onInt({"samples", "with % samples", "with a number of samples that %"},
                                 "samples", internal::expect<int64_t>(samples)));
   }
+  /// On a stream of so many channels.
   template <typename Number>
   StreamEvent onChannels(const Number& channels) const {
     return with(internal::onInt({"channels", "on % channels", "on a number of channels that %"},
                                 "channels", internal::expect<int64_t>(channels)));
   }
+  /// On a stream whose channels are interleaved, or are not.
   StreamEvent interleaved(bool interleaved = true) const {
     const char* const clause = interleaved ? "interleaved" : "not interleaved";
     return with(internal::onInt({"interleaved", clause, ""}, "interleaved",
@@ -242,6 +266,7 @@ class StreamEvent : public EventMatcher<StreamEvent> {
 /// stream nor their average: `counted` and the session are all that can be looked at.
 class AudioLatency : public EventMatcher<AudioLatency> {
  public:
+  /// Of any stream.
   AudioLatency()
       : EventMatcher(internal::EventKind::AUDIO_LATENCY, internal::onName("audio latency", "")) {}
 };
@@ -249,6 +274,7 @@ class AudioLatency : public EventMatcher<AudioLatency> {
 /// A named value, whatever it was reported for.
 class GenericValue : public EventMatcher<GenericValue> {
  public:
+  /// One of this name.
   template <typename Text>
   explicit GenericValue(const Text& name)
       : EventMatcher(
@@ -262,6 +288,7 @@ class GenericValue : public EventMatcher<GenericValue> {
     return with(internal::onInt({"integer", "with integer %", "with an integer that %"},
                                 "value_int", internal::expect<int64_t>(value)));
   }
+  /// The same for floats.
   template <typename Number>
   GenericValue withFloat(const Number& value) const {
     return with(internal::onFloat({"float", "with float %", "with a float that %"}, "value_float",
@@ -275,6 +302,7 @@ class GenericValue : public EventMatcher<GenericValue> {
                                  internal::expect<std::string>(value)));
   }
 
+  /// Combined by this method.
   GenericValue combinedBy(NumericAggregationType method) const {
     const std::string name = internal::methodInWords(method);
     return with(internal::onText({"method", "combined by " + name, ""}, "aggregation_method",
@@ -285,6 +313,7 @@ class GenericValue : public EventMatcher<GenericValue> {
 /// How long something took that was traced.
 class TraceLatency : public EventMatcher<TraceLatency> {
  public:
+  /// Of the trace of this name.
   template <typename Text>
   explicit TraceLatency(const Text& name)
       : EventMatcher(
@@ -304,6 +333,7 @@ class TraceLatency : public EventMatcher<TraceLatency> {
 /// A client's call that was reported as such.
 class ClientCall : public EventMatcher<ClientCall> {
  public:
+  /// Of this operation.
   template <typename Text>
   explicit ClientCall(const Text& api)
       : EventMatcher(internal::EventKind::CLIENT_CALL,
@@ -311,6 +341,7 @@ class ClientCall : public EventMatcher<ClientCall> {
                                       "kiv_event_name", internal::expect<std::string>(api),
                                       "client_api_call.")) {}
 
+  /// With what was reported of it.
   template <typename Text>
   ClientCall withText(const Text& value) const {
     return with(internal::onText({"text", "with %", "with a text that %"}, "value_string",
@@ -321,18 +352,22 @@ class ClientCall : public EventMatcher<ClientCall> {
 /// An event of an aggregator of one's own.
 class EventNamed : public EventMatcher<EventNamed> {
  public:
+  /// One of this name.
   explicit EventNamed(const std::string& name)
       : EventMatcher(internal::EventKind::OTHER,
                      internal::onName("event " + internal::inWords(name), name)) {}
 
+  /// Has this integer field.
   template <typename Number>
   EventNamed withInt(const std::string& field, const Number& value) const {
     return with(internal::onInt(phrase(field), field, internal::expect<int64_t>(value)));
   }
+  /// Has this float field.
   template <typename Number>
   EventNamed withFloat(const std::string& field, const Number& value) const {
     return with(internal::onFloat(phrase(field), field, internal::expect<float>(value)));
   }
+  /// Has this text field.
   template <typename Text>
   EventNamed withText(const std::string& field, const Text& value) const {
     return with(internal::onText(phrase(field), field, internal::expect<std::string>(value)));
