@@ -32,6 +32,11 @@ TEST_F(ModuleObjectsTest, EachRequestMakesAHandlerOfItsOwn) {
   EXPECT_NE(first, second);
 }
 
+TEST_F(ModuleObjectsTest, AHandlerOfAnotherVersionIsNotGiven) {
+  using Create = Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>;
+  EXPECT_EQ(Create::getCached()(8), nullptr);
+}
+
 TEST_F(ModuleObjectsTest, AModuleWithoutAHandlerGivesAnEmptyOne) {
   recorder.withholdHandlers(1);
   EXPECT_FALSE(v9::createTelemetryHandlerPtr());
