@@ -49,9 +49,9 @@ def counts_per_call(output, totals):
             for (name, count, allocations), total in zip(sections, totals)}
 
 
-def most(runs):
-    """The most that any run took: how two threads' allocations meet differs a little from run to run."""
-    return {name: tuple(max(run[name][column] for run in runs) for column in range(2))
+def least(runs):
+    """The least that any run took: how two threads meet differs from run to run, and adds to both."""
+    return {name: tuple(min(run[name][column] for run in runs) for column in range(2))
             for name in runs[0]}
 
 
@@ -103,7 +103,7 @@ def main():
         else:
             run = callgrind_totals(arguments.program)
         runs.append(counts_per_call(*run))
-    counts = most(runs)
+    counts = least(runs)
     if arguments.record:
         arguments.table.write_text(as_table(counts), encoding="utf-8")
         print(as_table(counts), end="")
