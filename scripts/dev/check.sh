@@ -68,7 +68,12 @@ describe_abi() {
 }
 
 check_armv7() {
-  test_preset armv7
+  build armv7
+  say "Testing: preset armv7"
+  # Most tests in one go: under the emulator a process for each takes minutes.
+  qemu-arm-static -L build/armv7-sysroot build/armv7/tests/telemetry/telemetry_test \
+    --gtest_brief=1 2>/dev/null
+  ctest --preset armv7 --progress -LE '^unit$'
   say "Comparing the device's tests with the host's"
   build dev
   diff <(test_names dev) <(test_names armv7)
@@ -113,7 +118,7 @@ cmd_check() {
   local step
   local steps=("${@:-all}")
   [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind
-    counts otlp events reference report armv7)
+    counts otlp events reference armv7)
   for step in "${steps[@]}"; do
     if declare -F "check_$step" >/dev/null; then
       "check_$step"
