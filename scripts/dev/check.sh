@@ -118,7 +118,7 @@ cmd_check() {
   local step
   local steps=("${@:-all}")
   [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind
-    counts otlp events reference armv7)
+    counts otlp events reference report armv7)
   for step in "${steps[@]}"; do
     if declare -F "check_$step" >/dev/null; then
       "check_$step"
