@@ -208,6 +208,14 @@ TEST_F(AggregateTableTest, IsSmallWithAFewKeysOnly) {
   EXPECT_FALSE(table.isSmall());
 }
 
+TEST_F(AggregateTableTest, StaysSmallHoweverOftenItIsCleared) {
+  for (int window = 0; window < 10; ++window) {
+    for (const char* name : {"a", "b", "c"}) find(name);
+    table.clear();
+  }
+  EXPECT_TRUE(table.isSmall());
+}
+
 TEST(NumberPart, HasTheOrderOfItsNumbers) {
   std::string last;
   for (const uint32_t number :
