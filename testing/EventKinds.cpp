@@ -1,5 +1,7 @@
 #include "EventKinds.h"
 
+#include "kiv/TelemetryLogger.h"
+
 namespace android::kiv::telemetry_testing::internal {
 
 namespace {
@@ -33,10 +35,10 @@ std::string countedInWords(int64_t count) {
 }
 
 EventKind kindOf(const TelemetryEvent& event) {
-  if (event.name == "wexo_kiv_error_code") return EventKind::ERROR_CODE;
-  if (event.name == "wexo_kiv_stream_event") return EventKind::STREAM_EVENT;
+  if (event.name == KivErrorCodeBaseAggregator::kKivErrorCodeEvent) return EventKind::ERROR_CODE;
+  if (event.name == KivStreamEventBaseAggregator::kKivStreamEvent) return EventKind::STREAM_EVENT;
   if (event.name.empty()) return EventKind::AUDIO_LATENCY;
-  if (event.name != "wexo_kiv_generic") return EventKind::OTHER;
+  if (event.name != KivGenericInt64BaseAggregator::kKivGenericEvent) return EventKind::OTHER;
   const std::string name = textOf(event, "kiv_event_name");
   if (startsWith(name, kTracePrefix)) return EventKind::TRACE_LATENCY;
   if (startsWith(name, kClientCallPrefix)) return EventKind::CLIENT_CALL;

@@ -15,7 +15,6 @@ import subprocess
 import sys
 import tempfile
 import unittest
-import wave
 
 import jsonschema
 
@@ -240,17 +239,12 @@ class Demo:
     own_sessions = False
 
     def command(self, directory):
-        broken = pathlib.Path(directory) / "not_audio.wav"
-        broken.write_text("this is not audio")
-        slow = f"{directory}/slow.wav"
-        with wave.open(slow, "wb") as file:
-            file.setparams((1, 2, 1000, 0, "NONE", ""))
-            file.writeframes(bytes(2000))
+        run([sys.executable, SOURCE / "examples/render_service/make_faulty_sounds.py", directory])
         sounds = sorted(pathlib.Path("/usr/share/sounds/alsa").glob("*.wav"))
         if not sounds:
             raise RuntimeError("there are no sounds")
         return [BUILD / "examples/render_service", "--quiet", "-o", f"{directory}/out.wav",
-                *sounds, broken, slow, "missing.wav"]
+                *sounds, f"{directory}/not_audio.wav", f"{directory}/slow.wav", "missing.wav"]
 
 
 class Reporter:
