@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "Log.h"
-#include "Rows.h"
-#include "Table.h"
+#include "bench/harness/Log.h"
+#include "bench/harness/Table.h"
+#include "bench/rows/Rows.h"
 
 namespace kiv_bench {
 

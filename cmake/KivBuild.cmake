@@ -10,6 +10,9 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Debian keeps Android's libraries in a directory of their own, off the loader's path.
 set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 
+# Private headers are included by their path from the root, which says what room each is from.
+include_directories("${PROJECT_SOURCE_DIR}")
+
 find_package(Threads REQUIRED)
 find_package(AndroidHost REQUIRED)
 find_package(PkgConfig REQUIRED)

@@ -1,4 +1,4 @@
-#include "Loader.h"
+#include "tamsa/Loader.h"
 
 #include <android/dlext.h>
 #include <android/log.h>

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "SymbolCache.h"
+#include "tamsa/SymbolCache.h"
 
 namespace TAMSA {
 

@@ -3,7 +3,7 @@
 
 #include <mutex>
 
-#include "Loader.h"
+#include "tamsa/Loader.h"
 
 namespace TAMSA::Symbol {
 

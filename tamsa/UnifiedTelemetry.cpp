@@ -1,6 +1,6 @@
 #include "tamsa/UnifiedTelemetry.h"
 
-#include "Ptr.h"
+#include "tamsa/Ptr.h"
 
 namespace TAMSA::UnifiedTelemetry {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "EventKinds.h"
+#include "testing/EventKinds.h"
 
 namespace android::kiv::telemetry_testing::internal {
 

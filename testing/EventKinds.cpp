@@ -1,4 +1,4 @@
-#include "EventKinds.h"
+#include "testing/EventKinds.h"
 
 #include "kiv/TelemetryLogger.h"
 

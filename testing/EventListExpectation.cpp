@@ -3,8 +3,8 @@
 #include <optional>
 #include <set>
 
-#include "EventKinds.h"
 #include "kiv/testing/EventExpectation.h"
+#include "testing/EventKinds.h"
 
 namespace android::kiv::telemetry_testing::internal {
 

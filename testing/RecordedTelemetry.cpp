@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "Recorder.h"
 #include "kiv/TelemetryLogger.h"
+#include "modules/recording/Recorder.h"
 
 namespace android::kiv::telemetry_testing {
 

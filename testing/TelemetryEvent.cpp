@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
-#include "EventKinds.h"
+#include "testing/EventKinds.h"
 
 namespace android::kiv::telemetry_testing {
 

@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "AllocationCount.h"
-#include "SectionMark.h"
+#include "bench/counts/SectionMark.h"
+#include "instrumentation/AllocationCount.h"
 
 #if __has_include(<valgrind/callgrind.h>)
 #include <valgrind/callgrind.h>

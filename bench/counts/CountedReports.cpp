@@ -3,13 +3,13 @@
 #include <chrono>
 #include <future>
 
-#include "Counted.h"
-#include "Keys.h"
-#include "LibraryLogger.h"
-#include "Log.h"
-#include "NullModule.h"
-#include "OwnAggregations.h"
-#include "Require.h"
+#include "bench/counts/Counted.h"
+#include "bench/harness/Log.h"
+#include "bench/harness/Require.h"
+#include "bench/library/OwnAggregations.h"
+#include "bench/null_module/NullModule.h"
+#include "bench/peers/Keys.h"
+#include "bench/peers/LibraryLogger.h"
 
 namespace kiv_bench {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "SectionMark.h"
+#include "bench/counts/SectionMark.h"
 
 // The part of QEMU's plugin interface, version 1, that is used here. Debian packages the emulator
 // with the interface, but not its header.

@@ -1,11 +1,11 @@
-#include "Comparison.h"
+#include "bench/harness/Comparison.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cstddef>
 
-#include "Statistics.h"
+#include "bench/harness/Statistics.h"
 
 namespace kiv_bench {
 

@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "bench/harness/Log.h"
 
 #include <android/log.h>
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Statistics.h"
+#include "bench/harness/Statistics.h"
 
 namespace kiv_bench {
 

@@ -1,4 +1,4 @@
-#include "Placement.h"
+#include "bench/harness/Placement.h"
 
 namespace kiv_bench {
 

@@ -1,4 +1,4 @@
-#include "Table.h"
+#include "bench/harness/Table.h"
 
 #include <fmt/format.h>
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Comparison.h"
+#include "bench/harness/Comparison.h"
 
 namespace kiv_bench {
 

@@ -1,16 +1,16 @@
-#include "OwnAggregations.h"
+#include "bench/library/OwnAggregations.h"
 
-#include "AggregationManagers.h"
-#include "aggregation/PackedAggregator.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "services/kiv/telemetry/aggregation/TableAggregator.h"
 
 namespace kiv_bench {
 
 using android::kiv::KivErrorCodeEvent;
-using android::kiv::PackedAggregator;
+using android::kiv::TableAggregator;
 using android::kiv::TelemetryLogger;
 
 std::unique_ptr<ErrorCodeAggregator> makeOwnAggregator() {
-  return std::make_unique<PackedAggregator<KivErrorCodeEvent>>();
+  return std::make_unique<TableAggregator<KivErrorCodeEvent>>();
 }
 
 std::shared_ptr<TelemetryLogger> makeOwnLogger(

@@ -1,4 +1,4 @@
-#include "NullModule.h"
+#include "bench/null_module/NullModule.h"
 
 #include "tamsa/UnifiedTelemetry.h"
 

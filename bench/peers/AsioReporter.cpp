@@ -1,8 +1,8 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 
-#include "Reporter.h"
-#include "Task.h"
+#include "bench/peers/Reporter.h"
+#include "bench/peers/Task.h"
 
 namespace kiv_bench {
 

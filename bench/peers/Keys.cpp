@@ -1,10 +1,10 @@
-#include "Keys.h"
+#include "bench/peers/Keys.h"
 
 #include <iomanip>
 #include <random>
 #include <sstream>
 
-#include "Report.h"
+#include "bench/peers/Report.h"
 
 namespace kiv_bench {
 

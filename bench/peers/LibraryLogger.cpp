@@ -1,6 +1,6 @@
-#include "LibraryLogger.h"
+#include "bench/peers/LibraryLogger.h"
 
-#include "OwnAggregations.h"
+#include "bench/library/OwnAggregations.h"
 
 namespace kiv_bench {
 

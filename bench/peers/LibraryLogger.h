@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "Report.h"
+#include "bench/peers/Report.h"
 #include "kiv/TelemetryLogger.h"
 
 namespace kiv_bench {

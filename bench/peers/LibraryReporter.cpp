@@ -1,5 +1,5 @@
-#include "LibraryLogger.h"
-#include "Reporter.h"
+#include "bench/peers/LibraryLogger.h"
+#include "bench/peers/Reporter.h"
 
 namespace kiv_bench {
 

@@ -1,4 +1,4 @@
-#include "PeerKeys.h"
+#include "bench/peers/PeerKeys.h"
 
 namespace kiv_bench {
 

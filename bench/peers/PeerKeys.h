@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "PlainKey.h"
+#include "bench/peers/PlainKey.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "prometheus/labels.h"
 

@@ -1,6 +1,6 @@
-#include "PlainQueue.h"
-#include "Reporter.h"
-#include "Task.h"
+#include "bench/peers/PlainQueue.h"
+#include "bench/peers/Reporter.h"
+#include "bench/peers/Task.h"
 
 namespace kiv_bench {
 

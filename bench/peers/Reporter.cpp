@@ -1,4 +1,4 @@
-#include "Reporter.h"
+#include "bench/peers/Reporter.h"
 
 #include <future>
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Report.h"
+#include "bench/peers/Report.h"
 
 namespace kiv_bench {
 

@@ -3,7 +3,7 @@
 
 #include <future>
 
-#include "Reporter.h"
+#include "bench/peers/Reporter.h"
 
 namespace kiv_bench {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "Report.h"
+#include "bench/peers/Report.h"
 
 namespace kiv_bench {
 

@@ -6,14 +6,14 @@
 #include <boost/asio/thread_pool.hpp>
 #include <future>
 
-#include "LibraryLogger.h"
-#include "Measure.h"
-#include "NullModule.h"
-#include "PingPong.h"
-#include "Placement.h"
-#include "Require.h"
-#include "Rows.h"
-#include "Task.h"
+#include "bench/harness/Measure.h"
+#include "bench/harness/Placement.h"
+#include "bench/harness/Require.h"
+#include "bench/null_module/NullModule.h"
+#include "bench/peers/LibraryLogger.h"
+#include "bench/peers/PingPong.h"
+#include "bench/peers/Task.h"
+#include "bench/rows/Rows.h"
 
 namespace kiv_bench {
 

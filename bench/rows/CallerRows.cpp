@@ -1,5 +1,5 @@
-#include "CallerRuns.h"
-#include "Rows.h"
+#include "bench/rows/CallerRuns.h"
+#include "bench/rows/Rows.h"
 
 namespace kiv_bench {
 

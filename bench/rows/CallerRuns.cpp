@@ -1,4 +1,4 @@
-#include "CallerRuns.h"
+#include "bench/rows/CallerRuns.h"
 
 #include <pthread.h>
 #include <sys/prctl.h>
@@ -7,8 +7,8 @@
 #include <random>
 #include <thread>
 
-#include "Measure.h"
-#include "Statistics.h"
+#include "bench/harness/Measure.h"
+#include "bench/harness/Statistics.h"
 
 namespace kiv_bench {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "Placement.h"
-#include "Reporter.h"
+#include "bench/harness/Placement.h"
+#include "bench/peers/Reporter.h"
 
 namespace kiv_bench {
 

@@ -3,12 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "Keys.h"
-#include "LibraryLogger.h"
-#include "Log.h"
-#include "Measure.h"
-#include "OwnAggregations.h"
-#include "Rows.h"
+#include "bench/harness/Log.h"
+#include "bench/harness/Measure.h"
+#include "bench/library/OwnAggregations.h"
+#include "bench/peers/Keys.h"
+#include "bench/peers/LibraryLogger.h"
+#include "bench/rows/Rows.h"
 
 namespace kiv_bench {
 

@@ -1,12 +1,12 @@
 // What a key takes while its window is open, and a report while it waits for the worker.
 #include <future>
 
-#include "Heap.h"
-#include "Keys.h"
-#include "OwnAggregations.h"
-#include "PeerKeys.h"
-#include "Reporter.h"
-#include "Rows.h"
+#include "bench/harness/Heap.h"
+#include "bench/library/OwnAggregations.h"
+#include "bench/peers/Keys.h"
+#include "bench/peers/PeerKeys.h"
+#include "bench/peers/Reporter.h"
+#include "bench/rows/Rows.h"
 #include "prometheus/counter.h"
 #include "prometheus/family.h"
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Comparison.h"
+#include "bench/harness/Comparison.h"
 
 namespace kiv_bench {
 

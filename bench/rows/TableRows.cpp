@@ -3,13 +3,13 @@
 #include <map>
 #include <unordered_map>
 
-#include "Keys.h"
-#include "Measure.h"
-#include "NullModule.h"
-#include "OwnAggregations.h"
-#include "PeerKeys.h"
-#include "Require.h"
-#include "Rows.h"
+#include "bench/harness/Measure.h"
+#include "bench/harness/Require.h"
+#include "bench/library/OwnAggregations.h"
+#include "bench/null_module/NullModule.h"
+#include "bench/peers/Keys.h"
+#include "bench/peers/PeerKeys.h"
+#include "bench/rows/Rows.h"
 #include "prometheus/counter.h"
 #include "prometheus/family.h"
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <thread>
 
-#include "Log.h"
-#include "Reporter.h"
+#include "bench/harness/Log.h"
+#include "bench/peers/Reporter.h"
 
 namespace kiv_bench {
 

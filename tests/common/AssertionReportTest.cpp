@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "LogCapture.h"
 #include "kiv/AssertionReport.h"
+#include "tests/support/LogCapture.h"
 
 namespace android::kiv {
 namespace {

@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "Latch.h"
-#include "VtableEntry.h"
-#include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
+#include "tests/support/Latch.h"
+#include "tests/support/VtableEntry.h"
+#include "tests/support/WorkerHold.h"
 
 namespace android::kiv {
 namespace {

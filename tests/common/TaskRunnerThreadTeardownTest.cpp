@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "Latch.h"
-#include "WorkerHold.h"
 #include "kiv/TaskRunner.h"
+#include "tests/support/Latch.h"
+#include "tests/support/WorkerHold.h"
 
 namespace {
 

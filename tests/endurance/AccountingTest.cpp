@@ -7,9 +7,9 @@
 #include <map>
 #include <thread>
 
-#include "FromEnvironment.h"
-#include "LoggerRig.h"
-#include "SilentLog.h"
+#include "tests/endurance/SilentLog.h"
+#include "tests/support/FromEnvironment.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

@@ -5,10 +5,10 @@
 
 #include <fstream>
 
-#include "FakeClock.h"
-#include "FromEnvironment.h"
-#include "LoggerRig.h"
-#include "SilentLog.h"
+#include "tests/endurance/SilentLog.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/FromEnvironment.h"
+#include "tests/telemetry/LoggerRig.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)

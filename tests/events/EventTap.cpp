@@ -8,8 +8,8 @@
 #include <cstring>
 #include <string>
 
-#include "JsonlEvent.h"
-#include "LineAppender.h"
+#include "modules/jsonl/JsonlEvent.h"
+#include "modules/jsonl/LineAppender.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace TAMSA::tap {

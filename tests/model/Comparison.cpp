@@ -1,10 +1,10 @@
-#include "Comparison.h"
+#include "tests/model/Comparison.h"
 
 #include <algorithm>
 #include <cstring>
 #include <sstream>
 
-#include "Vocabulary.h"
+#include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 

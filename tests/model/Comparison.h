@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "Recorder.h"
-#include "Reference.h"
+#include "modules/recording/Recorder.h"
+#include "tests/model/Reference.h"
 
 namespace kiv_test::model {
 

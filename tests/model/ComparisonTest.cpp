@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "Comparison.h"
+#include "tests/model/Comparison.h"
 
 namespace kiv_test::model {
 namespace {

@@ -7,9 +7,9 @@
 #include <iterator>
 #include <random>
 
-#include "Comparison.h"
-#include "FromEnvironment.h"
-#include "Sequence.h"
+#include "tests/model/Comparison.h"
+#include "tests/model/Sequence.h"
+#include "tests/support/FromEnvironment.h"
 
 namespace kiv_test::model {
 namespace {

@@ -1,4 +1,4 @@
-#include "Reference.h"
+#include "tests/model/Reference.h"
 
 #include <algorithm>
 #include <limits>

@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-#include "LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace kiv_test::model {
 

@@ -1,8 +1,8 @@
-#include "Reports.h"
+#include "tests/model/Reports.h"
 
 #include <limits>
 
-#include "Vocabulary.h"
+#include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 

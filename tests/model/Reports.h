@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Reference.h"
+#include "tests/model/Reference.h"
 
 namespace kiv_test::model {
 

@@ -1,13 +1,13 @@
-#include "Sequence.h"
+#include "tests/model/Sequence.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
 
-#include "Comparison.h"
-#include "Latch.h"
-#include "Vocabulary.h"
+#include "tests/model/Comparison.h"
+#include "tests/model/Vocabulary.h"
+#include "tests/support/Latch.h"
 
 namespace kiv_test::model {
 

@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "ByteInput.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "Recorder.h"
-#include "Reference.h"
-#include "Reports.h"
-#include "Subjects.h"
+#include "modules/recording/Recorder.h"
+#include "tests/model/ByteInput.h"
+#include "tests/model/Reference.h"
+#include "tests/model/Reports.h"
+#include "tests/model/Subjects.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/LogCapture.h"
 
 namespace kiv_test::model {
 

@@ -1,6 +1,6 @@
 // Calls that the module makes on loggers of a sequence while it takes a report.
-#include "Sequence.h"
-#include "Vocabulary.h"
+#include "tests/model/Sequence.h"
+#include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 

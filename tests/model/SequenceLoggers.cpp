@@ -1,9 +1,9 @@
 // How the loggers of a sequence come and go.
 #include <algorithm>
 
-#include "Sequence.h"
-#include "TestSessions.h"
-#include "Vocabulary.h"
+#include "tests/model/Sequence.h"
+#include "tests/model/Vocabulary.h"
+#include "tests/support/TestSessions.h"
 
 namespace kiv_test::model {
 

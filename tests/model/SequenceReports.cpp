@@ -2,8 +2,8 @@
 #include <chrono>
 #include <iterator>
 
-#include "Sequence.h"
-#include "Vocabulary.h"
+#include "tests/model/Sequence.h"
+#include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 

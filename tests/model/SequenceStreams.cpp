@@ -1,8 +1,8 @@
 // The logging operations of a sequence that concern a stream.
 #include <chrono>
 
-#include "Sequence.h"
-#include "Vocabulary.h"
+#include "tests/model/Sequence.h"
+#include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 

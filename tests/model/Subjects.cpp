@@ -1,11 +1,11 @@
-#include "Subjects.h"
+#include "tests/model/Subjects.h"
 
 #include <cstdlib>
 
-#include "Latch.h"
-#include "LogCapture.h"
-#include "Recorder.h"
-#include "TestSessions.h"
+#include "modules/recording/Recorder.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 

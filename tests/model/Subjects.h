@@ -7,9 +7,9 @@
 #include <string>
 #include <thread>
 
-#include "AggregationManagers.h"
-#include "Reference.h"
 #include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "tests/model/Reference.h"
 
 namespace kiv_test::model {
 

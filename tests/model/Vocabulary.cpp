@@ -1,4 +1,4 @@
-#include "Vocabulary.h"
+#include "tests/model/Vocabulary.h"
 
 #include <cmath>
 #include <cstdio>

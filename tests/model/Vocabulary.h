@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ByteInput.h"
+#include "tests/model/ByteInput.h"
 
 namespace kiv_test::model {
 

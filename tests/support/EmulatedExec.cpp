@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "RunProgram.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

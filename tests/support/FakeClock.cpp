@@ -1,8 +1,8 @@
-#include "FakeClock.h"
+#include "tests/support/FakeClock.h"
 
 #include <atomic>
 
-#include "Clock.h"
+#include "services/kiv/telemetry/aggregation/Clock.h"
 
 namespace kiv_test {
 

@@ -1,4 +1,4 @@
-#include "MemoryShortage.h"
+#include "tests/support/MemoryShortage.h"
 
 #include <cstdlib>
 #include <new>

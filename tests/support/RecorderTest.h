@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "Loader.h"
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
+#include "tamsa/Loader.h"
 
 namespace kiv_test {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "Latch.h"
 #include "kiv/TaskRunner.h"
+#include "tests/support/Latch.h"
 
 namespace kiv_test {
 

@@ -1,4 +1,4 @@
-#include "Calls.h"
+#include "tests/system/Calls.h"
 
 #include <chrono>
 

@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "DerivedLoggers.h"
-#include "NotingLogger.h"
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
+#include "tests/system/DerivedLoggers.h"
+#include "tests/system/NotingLogger.h"
 
 namespace {
 

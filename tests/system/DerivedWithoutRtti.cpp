@@ -1,5 +1,5 @@
-#include "DerivedLoggers.h"
-#include "NotingLogger.h"
+#include "tests/system/DerivedLoggers.h"
+#include "tests/system/NotingLogger.h"
 
 namespace derived_client {
 

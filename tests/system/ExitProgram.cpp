@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
-#include "Calls.h"
-#include "Latch.h"
 #include "kiv/TelemetryLogger.h"
+#include "tests/support/Latch.h"
+#include "tests/system/Calls.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <vector>
 
-#include "RunProgram.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

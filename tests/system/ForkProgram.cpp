@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-#include "Calls.h"
 #include "kiv/TelemetryDelegate.h"
 #include "kiv/TelemetryLogger.h"
+#include "tests/system/Calls.h"
 
 namespace {
 

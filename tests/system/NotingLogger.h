@@ -1,5 +1,5 @@
 // A derived logger, defined anew in each translation unit that includes this.
-#include "DerivedLoggers.h"
+#include "tests/system/DerivedLoggers.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "RunProgram.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

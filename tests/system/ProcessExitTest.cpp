@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "FromEnvironment.h"
-#include "JsonEvents.h"
-#include "RunProgram.h"
+#include "tests/support/FromEnvironment.h"
+#include "tests/support/JsonEvents.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

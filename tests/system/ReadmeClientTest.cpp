@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "JsonEvents.h"
-#include "RunProgram.h"
+#include "tests/support/JsonEvents.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

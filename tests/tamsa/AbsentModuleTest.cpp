@@ -2,11 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "FreshProcess.h"
-#include "LogCapture.h"
-#include "Ptr.h"
-#include "SymbolCache.h"
+#include "tamsa/Ptr.h"
+#include "tamsa/SymbolCache.h"
 #include "tamsa/UnifiedTelemetry.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/LogCapture.h"
 
 /// Somebody else's function, which the process happens to have.
 extern "C" __attribute__((visibility("default"))) void* createTelemetryHandler(

@@ -10,10 +10,10 @@
 #include <thread>
 #include <vector>
 
-#include "FreshProcess.h"
-#include "Latch.h"
-#include "Loader.h"
-#include "LogCapture.h"
+#include "tamsa/Loader.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 

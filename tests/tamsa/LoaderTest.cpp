@@ -8,11 +8,11 @@
 #include <thread>
 #include <vector>
 
-#include "FreshProcess.h"
-#include "Latch.h"
-#include "Loader.h"
-#include "LogCapture.h"
-#include "SymbolCache.h"
+#include "tamsa/Loader.h"
+#include "tamsa/SymbolCache.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Ptr.h"
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
+#include "tamsa/Ptr.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace TAMSA::UnifiedTelemetry {

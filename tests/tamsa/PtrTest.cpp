@@ -2,7 +2,7 @@
 
 #include <type_traits>
 
-#include "Ptr.h"
+#include "tamsa/Ptr.h"
 
 namespace TAMSA {
 namespace {

@@ -8,8 +8,8 @@
 #include <memory>
 #include <vector>
 
-#include "Ptr.h"
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
+#include "tamsa/Ptr.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace {

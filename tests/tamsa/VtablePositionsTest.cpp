@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "Recorder.h"
-#include "VtableEntry.h"
+#include "modules/recording/Recorder.h"
 #include "tamsa/UnifiedTelemetry.h"
+#include "tests/support/VtableEntry.h"
 
 namespace TAMSA::UnifiedTelemetry {
 namespace {

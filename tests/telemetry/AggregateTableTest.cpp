@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "AggregateTable.h"
-#include "TestSessions.h"
+#include "services/kiv/telemetry/aggregation/AggregateTable.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {
@@ -18,8 +18,9 @@ using testing::IsEmpty;
 
 using Texts = std::vector<std::string>;
 
-struct TextKey : TableKey {
-  TextKey(const KivSessionId& session_id, const Texts& texts) : TableKey(session_id, texts.size()) {
+struct TextKey : AggregationKey {
+  TextKey(const KivSessionId& session_id, const Texts& texts)
+      : AggregationKey(session_id, texts.size()) {
     std::copy(texts.begin(), texts.end(), parts.begin());
   }
 };
@@ -33,15 +34,17 @@ class AggregateTableTest : public testing::Test {
   /// The first parts of all keys, in order.
   Texts firstParts() const {
     Texts all;
-    table.visitInOrder(
-        [&](const TableKey& key, const auto& /*aggregate*/) { all.emplace_back(key.parts[0]); });
+    table.visitInOrder([&](const AggregationKey& key, const auto& /*aggregate*/) {
+      all.emplace_back(key.parts[0]);
+    });
     return all;
   }
 
   std::vector<uint32_t> counts() const {
     std::vector<uint32_t> all;
-    table.visitInOrder(
-        [&](const TableKey& /*key*/, const auto& aggregate) { all.push_back(aggregate.count); });
+    table.visitInOrder([&](const AggregationKey& /*key*/, const auto& aggregate) {
+      all.push_back(aggregate.count);
+    });
     return all;
   }
 
@@ -122,8 +125,9 @@ TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
   table.find(TextKey(other, {"a", ""}));
   table.find(TextKey(same, {"b", ""}));
   std::vector<const KivSessionId*> sessions;
-  table.visitInOrder(
-      [&](const TableKey& key, const auto& /*aggregate*/) { sessions.push_back(key.session); });
+  table.visitInOrder([&](const AggregationKey& key, const auto& /*aggregate*/) {
+    sessions.push_back(key.session);
+  });
   ASSERT_EQ(sessions.size(), 3u);
   EXPECT_NE(sessions[0], sessions[1]);
   EXPECT_EQ(sessions[1], sessions[2]);
@@ -132,7 +136,7 @@ TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
 
 TEST_F(AggregateTableTest, PartsHaveANulBehindThem) {
   find("ab", "c");
-  table.visitInOrder([](const TableKey& key, const auto& /*aggregate*/) {
+  table.visitInOrder([](const AggregationKey& key, const auto& /*aggregate*/) {
     EXPECT_STREQ(key.parts[0].data(), "ab");
     EXPECT_STREQ(key.parts[1].data(), "c");
   });

@@ -4,7 +4,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "AggregationMethod.h"
+#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
 namespace android::kiv {
 namespace {

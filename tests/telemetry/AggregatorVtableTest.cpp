@@ -7,14 +7,14 @@
 #include <string>
 #include <type_traits>
 
-#include "RecorderTest.h"
-#include "StagingAggregator.h"
-#include "TestSessions.h"
-#include "VtableEntry.h"
 #include "kiv/KivAudioLatencyAggregator.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/KivStreamEventAggregator.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/StagingAggregator.h"
+#include "tests/support/TestSessions.h"
+#include "tests/support/VtableEntry.h"
 
 namespace android::kiv {
 namespace {

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "FreshProcess.h"
-#include "RecorderTest.h"
-#include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/TelemetrySwitch.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
-#include "RecorderTest.h"
-#include "StagingAggregator.h"
-#include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/StagingAggregator.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AllocationCount.h"
-#include "KivFatalCheck.h"
-#include "LogCapture.h"
+#include "instrumentation/AllocationCount.h"
+#include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
+#include "tests/support/LogCapture.h"
 
 namespace android::kiv {
 namespace {

@@ -3,10 +3,10 @@
 #include <climits>
 #include <limits>
 
-#include "RecorderTest.h"
-#include "StagingAggregator.h"
-#include "TestSessions.h"
 #include "kiv/KivGenericEventAggregator.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/StagingAggregator.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {

@@ -5,8 +5,8 @@
 #include <regex>
 #include <set>
 
-#include "TestSessions.h"
 #include "kiv/KivSessionId.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {

@@ -4,10 +4,10 @@
 #include <atomic>
 #include <thread>
 
-#include "FakeClock.h"
-#include "Latch.h"
-#include "LogCapture.h"
-#include "LoggerRig.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

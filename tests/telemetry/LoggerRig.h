@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "AggregationManagers.h"
-#include "RecorderTest.h"
-#include "TestSessions.h"
 #include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 

@@ -2,10 +2,10 @@
 // and the two interfaces of loggers, by position.
 #include <gmock/gmock.h>
 
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "LoggerRig.h"
-#include "VtableEntry.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/VtableEntry.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

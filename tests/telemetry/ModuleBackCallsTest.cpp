@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "LoggerRig.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

@@ -5,10 +5,10 @@
 #include <set>
 #include <thread>
 
-#include "Latch.h"
-#include "LogCapture.h"
-#include "LoggerRig.h"
-#include "WorkerHold.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/WorkerHold.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

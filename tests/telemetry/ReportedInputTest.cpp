@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "LogCapture.h"
-#include "LoggerRig.h"
+#include "tests/support/LogCapture.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

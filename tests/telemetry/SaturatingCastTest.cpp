@@ -3,7 +3,7 @@
 #include <climits>
 #include <cstdint>
 
-#include "SaturatingCast.h"
+#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
 namespace android::kiv {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <vector>
 
-#include "RecorderTest.h"
-#include "StagingAggregator.h"
-#include "TestSessions.h"
 #include "kiv/KivStreamEventAggregator.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/StagingAggregator.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {

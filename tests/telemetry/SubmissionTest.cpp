@@ -8,13 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "FreshProcess.h"
-#include "LogCapture.h"
-#include "PackedAggregator.h"
-#include "RecorderTest.h"
-#include "TestSessions.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/TelemetrySwitch.h"
+#include "services/kiv/telemetry/aggregation/TableAggregator.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {
@@ -63,7 +63,7 @@ class SubmissionTest : public ::kiv_test::RecorderTest {
 };
 
 using Aggregators = testing::Types<KivGenericNumericEventAggregator<long long>,
-                                   PackedAggregator<KivGenericEvent<long long>>>;
+                                   TableAggregator<KivGenericEvent<long long>>>;
 TYPED_TEST_SUITE(SubmissionTest, Aggregators, );
 
 TYPED_TEST(SubmissionTest, OfNothingMakesNoHandler) {

@@ -4,11 +4,11 @@
 #include <thread>
 #include <type_traits>
 
-#include "FakeClock.h"
-#include "Latch.h"
-#include "LogCapture.h"
-#include "LoggerRig.h"
-#include "WorkerHold.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/WorkerHold.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

@@ -4,13 +4,13 @@
 #include <set>
 #include <thread>
 
-#include "FreshProcess.h"
-#include "Latch.h"
-#include "LogCapture.h"
-#include "RecorderTest.h"
-#include "TestSessions.h"
-#include "WorkerHold.h"
 #include "kiv/TelemetryLogger.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
+#include "tests/support/WorkerHold.h"
 
 namespace android::kiv {
 

@@ -6,11 +6,11 @@
 #include <limits>
 #include <thread>
 
-#include "AllocationCount.h"
-#include "Latch.h"
-#include "LogCapture.h"
-#include "LoggerRig.h"
-#include "WorkerHold.h"
+#include "instrumentation/AllocationCount.h"
+#include "tests/support/Latch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/WorkerHold.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <thread>
 
-#include "FakeClock.h"
-#include "LoggerRig.h"
+#include "tests/support/FakeClock.h"
+#include "tests/telemetry/LoggerRig.h"
 
 namespace android::kiv {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <thread>
 
-#include "FreshProcess.h"
-#include "RecorderTest.h"
 #include "kiv/TelemetryLogger.h"
 #include "kiv/TelemetrySwitch.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/RecorderTest.h"
 
 namespace android::kiv {
 namespace {

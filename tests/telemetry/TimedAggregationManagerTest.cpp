@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "AggregationManagers.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "RecorderTest.h"
-#include "ReportKinds.h"
-#include "TestSessions.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/TimedAggregationManager.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {
@@ -317,14 +317,14 @@ TEST_F(TimedAggregationManagerTest, ARolloverNeverLooksLikeAStop) {
 TEST_F(TimedAggregationManagerTest, AnAggregatorOfAClientIsGivenRecordsOnly) {
   manager->start();
   calls();
-  EXPECT_FALSE(manager->addKey(ErrorCodeKey(report("a")), NumericAggregationType::COUNT, 1));
+  EXPECT_FALSE(manager->addReport(ErrorCodeKey(report("a")), NumericAggregationType::COUNT, 1));
   EXPECT_THAT(calls(), IsEmpty());
 }
 
 class OwnManagerTest : public RecorderTest {
  protected:
-  bool addKey(const std::string& name) {
-    return manager->addKey(ErrorCodeKey(report(name)), NumericAggregationType::COUNT, 1);
+  bool addReport(const std::string& name) {
+    return manager->addReport(ErrorCodeKey(report(name)), NumericAggregationType::COUNT, 1);
   }
 
   FakeClock clock;
@@ -334,9 +334,9 @@ class OwnManagerTest : public RecorderTest {
 
 TEST_F(OwnManagerTest, AKeyCountsAsItsRecord) {
   manager->start();
-  EXPECT_TRUE(addKey("a"));
+  EXPECT_TRUE(addReport("a"));
   manager->add(report("a"));
-  EXPECT_TRUE(addKey("a"));
+  EXPECT_TRUE(addReport("a"));
   manager->flush();
   EXPECT_THAT(strings("kiv_api"), ElementsAre("a"));
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(3));
@@ -344,17 +344,17 @@ TEST_F(OwnManagerTest, AKeyCountsAsItsRecord) {
 
 TEST_F(OwnManagerTest, AKeyIsTakenIntoTheWindowThatIsOpenThen) {
   manager->start();
-  addKey("a");
+  addReport("a");
   clock.advance(kAggregationPeriod);
-  addKey("at the end");
+  addReport("at the end");
   clock.advance(nanoseconds(1));
-  addKey("behind it");
+  addReport("behind it");
   EXPECT_THAT(strings("kiv_api"), ElementsAre("a", "at the end"));
 }
 
 TEST_F(OwnManagerTest, AKeyIsDroppedWithALogLineWhileStopped) {
   const LogCapture log;
-  EXPECT_TRUE(addKey("a"));
+  EXPECT_TRUE(addReport("a"));
   EXPECT_THAT(log.lines(),
               ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
                                   "add: TimedAggregationManager not running! Cannot add."}));

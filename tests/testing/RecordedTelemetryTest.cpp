@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "FreshProcess.h"
-#include "Latch.h"
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/Latch.h"
 
 namespace android::kiv::telemetry_testing {
 namespace {

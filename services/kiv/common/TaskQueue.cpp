@@ -1,4 +1,4 @@
-#include "TaskQueue.h"
+#include "services/kiv/common/TaskQueue.h"
 
 #include <pthread.h>
 

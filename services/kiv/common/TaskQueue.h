@@ -11,8 +11,8 @@
 #include <optional>
 #include <thread>
 
-#include "Semaphore.h"
 #include "kiv/KivStatus.h"
+#include "services/kiv/common/Semaphore.h"
 
 namespace android::kiv::internal {
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "TaskQueue.h"
+#include "services/kiv/common/TaskQueue.h"
 
 namespace android::kiv {
 

@@ -4,9 +4,9 @@
 #include <functional>
 #include <utility>
 
-#include "AggregationManagers.h"
-#include "KivFatalCheck.h"
-#include "ManagerUse.h"
+#include "services/kiv/telemetry/ScopedManagerRef.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
 
 namespace android::kiv {
 
@@ -41,7 +41,7 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
-    const ManagerUse manager;
+    const ScopedManagerRef manager;
     error_code_manager_ = manager->error_code_manager_;
     stream_event_manager_ = manager->stream_event_manager_;
     audio_latency_manager_ = manager->audio_latency_manager_;
@@ -61,7 +61,7 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
   startInternal();
 }
 
-TelemetryLogger::TelemetryLogger() : TelemetryLogger(*ManagerUse()) {}
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(*ScopedManagerRef()) {}
 
 TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
     : TelemetryLogger(manager.session_id_, std::string(), manager.task_runner_thread_,

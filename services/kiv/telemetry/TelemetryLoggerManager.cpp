@@ -5,9 +5,9 @@
 #include <optional>
 #include <utility>
 
-#include "AggregationManagers.h"
-#include "ManagerUse.h"
 #include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/ScopedManagerRef.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 
 namespace android::kiv {
 
@@ -74,7 +74,7 @@ TelemetryLoggerManager& findManager() {
 
 /// The manager for those who ask for one after the end of the real one. Leaked on purpose: nothing
 /// is left that could destroy it in order.
-TelemetryLoggerManager& findAfterlife() {
+TelemetryLoggerManager& postExitManager() {
   static TelemetryLoggerManager& afterlife = *new TelemetryLoggerManager;
   return afterlife;
 }
@@ -89,14 +89,14 @@ void submitIfKept(const TelemetryLogger::Manager<Event>& manager, long owners) {
 
 }  // namespace
 
-ManagerUse::ManagerUse() : manager_(&findManager()) {
+ScopedManagerRef::ScopedManagerRef() : manager_(&findManager()) {
   pthread_rwlock_rdlock(&manager_lifetime);
-  if (manager_ended) manager_ = &findAfterlife();
+  if (manager_ended) manager_ = &postExitManager();
 }
 
-ManagerUse::~ManagerUse() { pthread_rwlock_unlock(&manager_lifetime); }
+ScopedManagerRef::~ScopedManagerRef() { pthread_rwlock_unlock(&manager_lifetime); }
 
-TelemetryLoggerManager& TelemetryLoggerManager::getInstance() { return *ManagerUse(); }
+TelemetryLoggerManager& TelemetryLoggerManager::getInstance() { return *ScopedManagerRef(); }
 
 TelemetryLoggerManager::TelemetryLoggerManager()
     : session_id_(nullptr),
@@ -136,7 +136,7 @@ void TelemetryLoggerManager::submitKeptWindows() {
 
 std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::getTelemetryLoggerInstance() {
   // Through a use of its own: the caller may have got its reference before the manager's end.
-  const ManagerUse manager;
+  const ScopedManagerRef manager;
   return this == &findManager() ? manager->telemetry_logger_ : telemetry_logger_;
 }
 
@@ -166,18 +166,18 @@ void disableTelemetryForTesting() {
 
 TelemetryEnv::TelemetryEnv() {
   ensureInitialized();
-  logger_ = ManagerUse()->telemetry_logger_;
+  logger_ = ScopedManagerRef()->telemetry_logger_;
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name) {
   ensureInitialized();
-  const ManagerUse manager;
+  const ScopedManagerRef manager;
   logger_ = manager->createLogger(name, manager->telemetry_logger_->session_id_, false);
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name, const KivSessionId& session_id) {
   ensureInitialized();
-  logger_ = ManagerUse()->createLogger(name, session_id, false);
+  logger_ = ScopedManagerRef()->createLogger(name, session_id, false);
 }
 
 TelemetryEnv::TelemetryEnv(std::shared_ptr<TelemetryLogger> logger) : logger_(std::move(logger)) {
@@ -190,7 +190,7 @@ void TelemetryEnv::init() {
   const auto default_logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   TelemetryDelegate::getInstance().registerHandler(
       default_logger.get(), [](const std::string& name) -> std::unique_ptr<TelemetryHandler> {
-        return std::make_unique<TelemetryLogger>(ManagerUse()->session_id_, name,
+        return std::make_unique<TelemetryLogger>(ScopedManagerRef()->session_id_, name,
                                                  TelemetrySubmissionModel::LOCKING_IMMEDIATE);
       });
 }

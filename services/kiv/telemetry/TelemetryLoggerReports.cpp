@@ -6,10 +6,10 @@
 #include <iterator>
 #include <utility>
 
-#include "PackedTexts.h"
-#include "StreamDescription.h"
-#include "aggregation/ReportKinds.h"
 #include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/TaskStrings.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
 
@@ -33,7 +33,7 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
 // Each operation that builds an event hands itself over to the worker, where the same call, on the
 // same object, does the work.
 
-void TelemetryLogger::handOver(std::function<void()> task) {
+void TelemetryLogger::postToWorker(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
     task_runner_->postTaskAndWait(std::move(task));
   } else {
@@ -42,10 +42,10 @@ void TelemetryLogger::handOver(std::function<void()> task) {
 }
 
 template <typename Event, typename MakeEvent>
-void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const TableKey& key,
+void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const AggregationKey& key,
                            NumericAggregationType method, float sample,
                            const MakeEvent& make_event) {
-  if (!manager.addKey(key, method, sample)) manager.add(make_event());
+  if (!manager.addReport(key, method, sample)) manager.add(make_event());
   if (submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE) manager.flush();
 }
 
@@ -53,9 +53,9 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver(
-        [self = shared_from_this(), packed = PackedTexts{error_code, api, kiv_class}, severity] {
-          const UnpackedTexts texts(packed);
+    postToWorker(
+        [self = shared_from_this(), packed = TaskStrings{error_code, api, kiv_class}, severity] {
+          const ScratchStrings texts(packed);
           self->logErrorCode(texts[0], texts[1], severity, texts[2]);
         });
     return;
@@ -99,8 +99,8 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    handOver([self = shared_from_this(), pcm_info, stream_type, packed = PackedTexts{event}] {
-      self->logStreamEventInternal(pcm_info, stream_type, UnpackedTexts(packed)[0]);
+    postToWorker([self = shared_from_this(), pcm_info, stream_type, packed = TaskStrings{event}] {
+      self->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(packed)[0]);
     });
     return;
   }
@@ -141,21 +141,21 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
 }
 
 template <typename T>
-void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
-                                   std::string_view prefix, const std::string& name, const T& value,
-                                   NumericAggregationType aggregation_type) {
+void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
+                                     std::string_view prefix, const std::string& name,
+                                     const T& value, NumericAggregationType aggregation_type) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     if constexpr (std::is_same_v<T, std::string>) {
-      handOver([self = shared_from_this(), packed = PackedTexts({name, value}, prefix),
-                aggregation_type] {
-        const UnpackedTexts texts(packed);
+      postToWorker([self = shared_from_this(), packed = TaskStrings({name, value}, prefix),
+                    aggregation_type] {
+        const ScratchStrings texts(packed);
         self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
       });
     } else {
-      handOver([self = shared_from_this(), packed = PackedTexts({name}, prefix), value,
-                aggregation_type] {
-        self->logKivEvent<T>(UnpackedTexts(packed)[0], value, aggregation_type);
+      postToWorker([self = shared_from_this(), packed = TaskStrings({name}, prefix), value,
+                    aggregation_type] {
+        self->logKivEvent<T>(ScratchStrings(packed)[0], value, aggregation_type);
       });
     }
     return;
@@ -173,31 +173,31 @@ void TelemetryLogger::takeKivEvent(const Manager<KivGenericEvent<T>>& manager,
   }
 }
 
-template void TelemetryLogger::takeKivEvent<long long>(const Manager<KivGenericEvent<long long>>&,
-                                                       std::string_view, const std::string&,
-                                                       const long long&, NumericAggregationType);
+template void TelemetryLogger::recordKivEvent<long long>(const Manager<KivGenericEvent<long long>>&,
+                                                         std::string_view, const std::string&,
+                                                         const long long&, NumericAggregationType);
 
 template <>
 void TelemetryLogger::logKivEvent<long long>(const std::string& name, const long long& value,
                                              NumericAggregationType aggregation_type) {
-  takeKivEvent(int64_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(int64_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<float>(const std::string& name, const float& value,
                                          NumericAggregationType aggregation_type) {
-  takeKivEvent(float_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(float_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<std::string>(const std::string& name, const std::string& value,
                                                NumericAggregationType aggregation_type) {
-  takeKivEvent(string_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(string_event_manager_, {}, name, value, aggregation_type);
 }
 
 void TelemetryLogger::logKivClientCall(const std::string& api, const std::string& value) {
-  takeKivEvent(string_event_manager_, "client_api_call.", api, value,
-               NumericAggregationType::COUNT);
+  recordKivEvent(string_event_manager_, "client_api_call.", api, value,
+                 NumericAggregationType::COUNT);
 }
 
 }  // namespace android::kiv

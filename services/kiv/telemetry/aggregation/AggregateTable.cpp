@@ -1,20 +1,20 @@
-#include "AggregateTable.h"
+#include "services/kiv/telemetry/aggregation/AggregateTable.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
 
-#include "TextHash.h"
+#include "services/kiv/telemetry/aggregation/TextHash.h"
 
 namespace android::kiv {
 
-AggregateTable::Aggregate& AggregateTable::find(const TableKey& key) {
+AggregateTable::Aggregate& AggregateTable::find(const AggregationKey& key) {
   // What goes wrong goes wrong many times in a row.
   if (last_found_ == nullptr || !isOf(*last_found_, key)) last_found_ = &findEntry(key, key.hash());
   return last_found_->aggregate;
 }
 
-AggregateTable::Entry& AggregateTable::findEntry(const TableKey& key, uint32_t hash) {
+AggregateTable::Entry& AggregateTable::findEntry(const AggregationKey& key, uint32_t hash) {
   const void*& known = index_.find(
       hash, [&key](const void* item) { return isOf(*static_cast<const Entry*>(item), key); });
   if (known != nullptr) return *const_cast<Entry*>(static_cast<const Entry*>(known));
@@ -35,7 +35,7 @@ void AggregateTable::clear() {
 }
 
 AggregateTable::EntryKey::EntryKey(const Entry& entry, size_t key_size)
-    : TableKey(*entry.session, key_size) {
+    : AggregationKey(*entry.session, key_size) {
   size_t start = 0;
   for (size_t i = 0; i < key_size; ++i) {
     const size_t end = entry.ends()[i];
@@ -53,7 +53,7 @@ bool AggregateTable::Less::operator()(const Entry* left, const Entry* right) con
          std::string_view(right->text(key_size), right->ends()[key_size - 1]);
 }
 
-bool AggregateTable::isOf(const Entry& entry, const TableKey& key) {
+bool AggregateTable::isOf(const Entry& entry, const AggregationKey& key) {
   const char* const text = entry.text(key.size);
   size_t start = 0;
   for (size_t i = 0; i < key.size; ++i) {
@@ -66,7 +66,7 @@ bool AggregateTable::isOf(const Entry& entry, const TableKey& key) {
   return entry.session->compare(*key.session) == 0;
 }
 
-AggregateTable::Entry* AggregateTable::makeEntry(const TableKey& key) {
+AggregateTable::Entry* AggregateTable::makeEntry(const AggregationKey& key) {
   size_t bytes = sizeof(Entry);
   for (size_t i = 0; i < key_size_; ++i) bytes += sizeof(size_t) + key.parts[i].size() + 1;
   auto* const entry = new (entries_.allocate(bytes)) Entry{{}, findSession(*key.session)};

@@ -6,10 +6,10 @@
 #include <forward_list>
 #include <set>
 
-#include "Arena.h"
-#include "HashIndex.h"
-#include "TableKey.h"
 #include "kiv/KivBaseAggregator.h"
+#include "services/kiv/telemetry/aggregation/AggregationKey.h"
+#include "services/kiv/telemetry/aggregation/Arena.h"
+#include "services/kiv/telemetry/aggregation/HashIndex.h"
 
 namespace android::kiv {
 
@@ -29,11 +29,13 @@ class AggregateTable {
   bool empty() const { return order_.empty(); }
 
   /// The aggregate of `key`, which starts at zero. `hash` is that of the key.
-  Aggregate& find(const TableKey& key, uint32_t hash) { return findEntry(key, hash).aggregate; }
-  Aggregate& find(const TableKey& key);
+  Aggregate& find(const AggregationKey& key, uint32_t hash) {
+    return findEntry(key, hash).aggregate;
+  }
+  Aggregate& find(const AggregationKey& key);
 
-  /// Calls `visit(const TableKey&, const Aggregate&)` for every entry in key order. Equal sessions
-  /// are one object there, and parts have a NUL behind them.
+  /// Calls `visit(const AggregationKey&, const Aggregate&)` for every entry in key order. Equal
+  /// sessions are one object there, and parts have a NUL behind them.
   template <typename Visitor>
   void visitInOrder(const Visitor& visit) const {
     for (const Entry* const entry : order_) visit(EntryKey(*entry, key_size_), entry->aggregate);
@@ -58,7 +60,7 @@ class AggregateTable {
     const KivSessionId* session;
   };
 
-  struct EntryKey : TableKey {
+  struct EntryKey : AggregationKey {
     EntryKey(const Entry& entry, size_t key_size);
   };
 
@@ -67,9 +69,9 @@ class AggregateTable {
     const AggregateTable* table;
   };
 
-  Entry& findEntry(const TableKey& key, uint32_t hash);
-  static bool isOf(const Entry& entry, const TableKey& key);
-  Entry* makeEntry(const TableKey& key);
+  Entry& findEntry(const AggregationKey& key, uint32_t hash);
+  static bool isOf(const Entry& entry, const AggregationKey& key);
+  Entry* makeEntry(const AggregationKey& key);
   const KivSessionId* findSession(const KivSessionId& session);
 
   const size_t key_size_;

@@ -1,4 +1,4 @@
-#include "AggregationMethod.h"
+#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
 namespace android::kiv {
 

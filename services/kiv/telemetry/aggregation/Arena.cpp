@@ -1,4 +1,4 @@
-#include "Arena.h"
+#include "services/kiv/telemetry/aggregation/Arena.h"
 
 #include <algorithm>
 #include <new>

@@ -1,8 +1,8 @@
-#include "EventSubmission.h"
+#include "services/kiv/telemetry/aggregation/EventSubmission.h"
 
 #include <android/log.h>
 
-#include "Ptr.h"
+#include "tamsa/Ptr.h"
 
 namespace android::kiv {
 
@@ -50,11 +50,11 @@ void setFields(ITelemetryEvent& event, const EventFields& fields) {
 
 }  // namespace
 
-SubmissionLevel::SubmissionLevel() { ++submissions; }
+NestedSubmission::NestedSubmission() { ++submissions; }
 
-SubmissionLevel::~SubmissionLevel() { --submissions; }
+NestedSubmission::~NestedSubmission() { --submissions; }
 
-bool SubmissionLevel::isDeepest() { return submissions == kDeepestSubmission; }
+bool NestedSubmission::isDeepest() { return submissions == kDeepestSubmission; }
 
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
   using std::chrono::duration_cast;
@@ -97,7 +97,7 @@ void submitEvent(ITelemetryHandler& handler, const char* event_name, const Stage
   submit(handler, event_name, [&](ITelemetryEvent& event) { fields.setOn(event); });
 }
 
-void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventKind& kind,
+void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventSchema& kind,
                  std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end) {
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -105,7 +105,7 @@ void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const 
   const KivSessionId* session = nullptr;
   std::string session_text;
   EventFields fields;
-  table.visitInOrder([&](const TableKey& key, const AggregateTable::Aggregate& aggregate) {
+  table.visitInOrder([&](const AggregationKey& key, const AggregateTable::Aggregate& aggregate) {
     if (key.session != session) {
       session = key.session;
       session_text = session->toString();

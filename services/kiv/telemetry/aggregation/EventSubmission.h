@@ -7,8 +7,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "AggregateTable.h"
-#include "EventFields.h"
+#include "services/kiv/telemetry/aggregation/AggregateTable.h"
+#include "services/kiv/telemetry/aggregation/EventSchema.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace android::kiv {
@@ -19,13 +19,13 @@ long long toEpochMilliseconds(std::chrono::system_clock::time_point time);
 /// One submission among those that lie within each other on a thread: a telemetry module that
 /// reports in turn may have further windows closed. Where it does so whenever it is called it would
 /// never come to an end, so from some depth on a window stays open instead.
-class SubmissionLevel {
+class NestedSubmission {
  public:
-  SubmissionLevel();
-  ~SubmissionLevel();
+  NestedSubmission();
+  ~NestedSubmission();
 
-  SubmissionLevel(const SubmissionLevel&) = delete;
-  SubmissionLevel& operator=(const SubmissionLevel&) = delete;
+  NestedSubmission(const NestedSubmission&) = delete;
+  NestedSubmission& operator=(const NestedSubmission&) = delete;
 
   /// Whether no further one may begin.
   static bool isDeepest();
@@ -68,7 +68,7 @@ void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const 
 
 /// Does the same for every entry of a table, in key order.
 void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler,
-                 const AggregateTable& table, const EventKind& kind,
+                 const AggregateTable& table, const EventSchema& kind,
                  std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end);
 

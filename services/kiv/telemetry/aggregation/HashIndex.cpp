@@ -1,4 +1,4 @@
-#include "HashIndex.h"
+#include "services/kiv/telemetry/aggregation/HashIndex.h"
 
 #include <algorithm>
 

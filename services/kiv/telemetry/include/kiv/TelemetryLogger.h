@@ -220,21 +220,21 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   KIV_HIDDEN bool worksOnCurrentThread() const;
 
   /// Has the worker run `task`, and waits for it in the `BLOCKING` model.
-  KIV_HIDDEN void handOver(std::function<void()> task);
+  KIV_HIDDEN void postToWorker(std::function<void()> task);
 
   /// Has the worker call `operation` on this logger, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
 
   /// Takes a report into its window, which in `LOCKING_IMMEDIATE` is submitted at once.
   template <typename Event, typename MakeEvent>
-  KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const TableKey& key,
+  KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const AggregationKey& key,
                        NumericAggregationType method, float sample, const MakeEvent& make_event);
 
   /// Reports a value under the name `prefix` + `name`.
   template <typename T>
-  KIV_HIDDEN void takeKivEvent(const Manager<KivGenericEvent<T>>& manager, std::string_view prefix,
-                               const std::string& name, const T& value,
-                               NumericAggregationType aggregation_type);
+  KIV_HIDDEN void recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
+                                 std::string_view prefix, const std::string& name, const T& value,
+                                 NumericAggregationType aggregation_type);
 
   // All constant after construction. What the managers hold is touched by the worker only or, in
   // LOCKING_IMMEDIATE, by the calling thread.

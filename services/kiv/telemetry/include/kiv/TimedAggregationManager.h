@@ -10,7 +10,7 @@
 
 namespace android::kiv {
 
-struct TableKey;
+struct AggregationKey;
 
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
@@ -48,7 +48,7 @@ class KIV_EXPORT TimedAggregationManager {
 
   /// For the library's own loggers: does the same for a report of which there is no record. False
   /// if that takes a record, because the aggregator is none of the library's own.
-  KIV_HIDDEN bool addKey(const TableKey& key, NumericAggregationType method, float sample);
+  KIV_HIDDEN bool addReport(const AggregationKey& key, NumericAggregationType method, float sample);
 
   /// For the library's own end: `flush()` where there is a window, and nothing where there is none.
   KIV_HIDDEN void flushIfRunning() {
@@ -72,7 +72,7 @@ class KIV_EXPORT TimedAggregationManager {
   KIV_HIDDEN static Window openWindow();
 
   /// Makes sure that the open window is not over. False, with an error log line, while stopped.
-  KIV_HIDDEN bool keepWindow();
+  KIV_HIDDEN bool rollOverIfExpired();
 
   /// Opens the next window and submits the one before it. Only while running. In the depth of
   /// submissions that lie within each other it leaves the window as it is.

@@ -1,4 +1,4 @@
-#include "Clock.h"
+#include "services/kiv/telemetry/aggregation/Clock.h"
 
 namespace android::kiv::internal {
 

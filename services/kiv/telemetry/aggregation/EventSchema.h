@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include "TableKey.h"
 #include "kiv/NumericAggregationType.h"
+#include "services/kiv/telemetry/aggregation/AggregationKey.h"
 
 namespace android::kiv {
 
@@ -52,7 +52,7 @@ class EventFields {
 
 /// An aggregate to be described.
 struct AggregateView {
-  const TableKey& key;
+  const AggregationKey& key;
   std::string_view session;  ///< The text of the key's.
   NumericAggregationType method;
   float value;
@@ -67,7 +67,7 @@ void beginFields(const AggregateView& aggregate, NumericAggregationType method,
 using Describe = void(const AggregateView& aggregate, EventFields& fields);
 
 /// What the events of one kind have in common.
-struct EventKind {
+struct EventSchema {
   const char* name;
   NumericAggregationType method;  ///< What they name, unless that is each key's own.
   Describe* describe;
@@ -75,8 +75,8 @@ struct EventKind {
 
 /// The fields of one aggregate and what they refer to.
 struct Description {
-  Description(Describe* describe, const TableKey& key, NumericAggregationType method, float value,
-              uint32_t count);
+  Description(Describe* describe, const AggregationKey& key, NumericAggregationType method,
+              float value, uint32_t count);
   ~Description();
 
   const std::string session;

@@ -1,7 +1,7 @@
 #include "kiv/KivErrorCodeAggregator.h"
 
-#include "KivBaseAggregatorImpl.h"
-#include "ReportKinds.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
 
 namespace android::kiv {
 
@@ -18,7 +18,7 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
 
 }  // namespace
 
-const EventKind ReportKind<KivErrorCodeEvent>::kEvents{
+const EventSchema EventTraits<KivErrorCodeEvent>::kEvents{
     KivErrorCodeBaseAggregator::kKivErrorCodeEvent, NumericAggregationType::COUNT, describe};
 
 template <>

@@ -1,4 +1,4 @@
-#include "KivFatalCheck.h"
+#include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
 
 #include <android/log.h>
 

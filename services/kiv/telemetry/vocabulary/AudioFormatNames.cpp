@@ -1,4 +1,4 @@
-#include "AudioFormatNames.h"
+#include "services/kiv/telemetry/vocabulary/AudioFormatNames.h"
 
 #include <system/audio.h>
 

@@ -1,6 +1,6 @@
-#include "EventFields.h"
+#include "services/kiv/telemetry/aggregation/EventSchema.h"
 
-#include "AggregationMethod.h"
+#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
 namespace android::kiv {
 
@@ -36,8 +36,8 @@ void beginFields(const AggregateView& aggregate, NumericAggregationType method,
   fields.add("kiv_session_id", aggregate.session);
 }
 
-Description::Description(Describe* describe, const TableKey& key, NumericAggregationType method,
-                         float value, uint32_t count)
+Description::Description(Describe* describe, const AggregationKey& key,
+                         NumericAggregationType method, float value, uint32_t count)
     : session(key.session->toString()) {
   describe({key, session, method, value, count}, fields);
 }

@@ -8,25 +8,25 @@
 #include <string>
 #include <string_view>
 
-#include "Spare.h"
+#include "services/kiv/telemetry/ThreadLocalScratch.h"
 
 namespace android::kiv {
 
 /// Keeps the texts of a report until the worker takes it. They are bound on the threads of those
 /// who report: copied so, usual ones need no memory but the task's own.
-class PackedTexts {
+class TaskStrings {
  public:
   static constexpr size_t kMaxTexts = 3;
 
   /// The first of `texts` comes with `prefix` before it.
-  PackedTexts(std::initializer_list<std::string_view> texts, std::string_view prefix = {});
+  TaskStrings(std::initializer_list<std::string_view> texts, std::string_view prefix = {});
 
   // Of use to nobody, but tasks have to be copyable.
-  PackedTexts(const PackedTexts& other);
-  PackedTexts(PackedTexts&&) noexcept = default;
-  PackedTexts& operator=(const PackedTexts&) = delete;
-  PackedTexts& operator=(PackedTexts&&) = delete;
-  ~PackedTexts() = default;
+  TaskStrings(const TaskStrings& other);
+  TaskStrings(TaskStrings&&) noexcept = default;
+  TaskStrings& operator=(const TaskStrings&) = delete;
+  TaskStrings& operator=(TaskStrings&&) = delete;
+  ~TaskStrings() = default;
 
   /// Beyond the last of them there are empty ones.
   std::string_view operator[](size_t index) const;
@@ -44,16 +44,16 @@ class PackedTexts {
 };
 
 /// The same texts as strings, while it lives.
-class UnpackedTexts {
+class ScratchStrings {
  public:
-  explicit UnpackedTexts(const PackedTexts& texts);
+  explicit ScratchStrings(const TaskStrings& texts);
 
   const std::string& operator[](size_t index) const { return (*strings_)[index]; }
 
  private:
-  using Strings = std::array<std::string, PackedTexts::kMaxTexts>;
+  using Strings = std::array<std::string, TaskStrings::kMaxTexts>;
 
-  const Spare<Strings> strings_;
+  const ThreadLocalScratch<Strings> strings_;
 };
 
 }  // namespace android::kiv

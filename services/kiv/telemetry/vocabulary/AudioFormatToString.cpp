@@ -1,7 +1,7 @@
 // The exported function, in a source that must not see <system/audio.h>: some of Android's versions
 // define an inline function of this name there.
-#include "AudioFormatNames.h"
 #include "kiv/Export.h"
+#include "services/kiv/telemetry/vocabulary/AudioFormatNames.h"
 
 enum audio_format_t : uint32_t;
 

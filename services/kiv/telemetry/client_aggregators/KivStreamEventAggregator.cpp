@@ -1,9 +1,9 @@
 #include "kiv/KivStreamEventAggregator.h"
 
-#include "AudioFormatNames.h"
-#include "KivBaseAggregatorImpl.h"
-#include "ReportKinds.h"
-#include "StreamDescription.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
+#include "services/kiv/telemetry/vocabulary/AudioFormatNames.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
 
@@ -26,8 +26,8 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
 
 }  // namespace
 
-const EventKind ReportKind<KivStreamEvent>::kEvents{KivStreamEventBaseAggregator::kKivStreamEvent,
-                                                    NumericAggregationType::COUNT, describe};
+const EventSchema EventTraits<KivStreamEvent>::kEvents{
+    KivStreamEventBaseAggregator::kKivStreamEvent, NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivStreamEventBaseAggregator::kKivStreamEvent[] = "wexo_kiv_stream_event";

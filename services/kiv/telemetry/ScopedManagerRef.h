@@ -7,15 +7,15 @@ namespace android::kiv {
 
 /// Keeps the manager from ending while it lives. For a moment only, and never two on one thread:
 /// process exit waits for it.
-class ManagerUse {
+class ScopedManagerRef {
  public:
   /// Creates the manager on first need. After its end there is another, which takes reports and
   /// submits none.
-  ManagerUse();
-  ~ManagerUse();
+  ScopedManagerRef();
+  ~ScopedManagerRef();
 
-  ManagerUse(const ManagerUse&) = delete;
-  ManagerUse& operator=(const ManagerUse&) = delete;
+  ScopedManagerRef(const ScopedManagerRef&) = delete;
+  ScopedManagerRef& operator=(const ScopedManagerRef&) = delete;
 
   TelemetryLoggerManager& operator*() const { return *manager_; }
   TelemetryLoggerManager* operator->() const { return manager_; }

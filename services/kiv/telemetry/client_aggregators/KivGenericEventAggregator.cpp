@@ -2,9 +2,9 @@
 
 #include <type_traits>
 
-#include "KivBaseAggregatorImpl.h"
-#include "ReportKinds.h"
-#include "SaturatingCast.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
+#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
 namespace {
 
@@ -73,14 +73,14 @@ void describeString(const AggregateView& aggregate, EventFields& fields) {
 }  // namespace
 
 template <>
-const EventKind ReportKind<KivGenericEvent<long long>>::kEvents{
+const EventSchema EventTraits<KivGenericEvent<long long>>::kEvents{
     KivGenericInt64BaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
     describeNumber<long long>};
 template <>
-const EventKind ReportKind<KivGenericEvent<float>>::kEvents{
+const EventSchema EventTraits<KivGenericEvent<float>>::kEvents{
     KivGenericFloatBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
     describeNumber<float>};
-const EventKind ReportKind<KivGenericEvent<std::string>>::kEvents{
+const EventSchema EventTraits<KivGenericEvent<std::string>>::kEvents{
     KivGenericStringBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
     describeString};
 

@@ -1,21 +1,24 @@
+#include "services/kiv/telemetry/aggregation/TableAggregator.h"
+
 #include <utility>
 
-#include "AggregationMethod.h"
-#include "EventSubmission.h"
-#include "PackedAggregator.h"
 #include "kiv/TelemetrySwitch.h"
+#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
+#include "services/kiv/telemetry/aggregation/EventSubmission.h"
 
 namespace android::kiv {
 
-void PackedAggregates::add(const TableKey& key, NumericAggregationType method, float sample) {
+void TableAggregatorBase::add(const AggregationKey& key, NumericAggregationType method,
+                              float sample) {
   if (table_ == nullptr) table_ = std::make_unique<AggregateTable>(key.size);
   AggregateTable::Aggregate& aggregate = table_->find(key);
   aggregate.value = combine(method, aggregate.value, aggregate.count, sample);
   ++aggregate.count;
 }
 
-void PackedAggregates::flush(const EventKind& kind, std::chrono::system_clock::time_point start,
-                             std::chrono::system_clock::time_point end) {
+void TableAggregatorBase::flush(const EventSchema& kind,
+                                std::chrono::system_clock::time_point start,
+                                std::chrono::system_clock::time_point end) {
   const bool enabled = isTelemetryEnabled();
   if (table_ == nullptr || table_->empty()) return;
   // Out of reach first: the module may report and flush in turn.

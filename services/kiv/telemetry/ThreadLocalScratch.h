@@ -10,23 +10,23 @@ namespace android::kiv {
 /// An object that the calling thread has used before, so that its strings have memory already. One
 /// that is made while another is in use, or that is the thread's first, is a fresh one.
 template <typename T>
-class Spare {
+class ThreadLocalScratch {
  public:
   /// Objects that were made to hold more than this are not kept for the next.
   static constexpr size_t kMaxKept = 4096;
 
   /// `size` says how much it is going to hold; `make` gives a fresh one.
   template <typename Make>
-  Spare(size_t size, Make make) : keeps_(size <= kMaxKept) {
+  ThreadLocalScratch(size_t size, Make make) : keeps_(size <= kMaxKept) {
     if (!thread_ended) object_ = std::move(kept().object);
     if (object_ == nullptr) object_ = std::make_unique<T>(make());
   }
-  ~Spare() {
+  ~ThreadLocalScratch() {
     if (keeps_ && !thread_ended) kept().object = std::move(object_);
   }
 
-  Spare(const Spare&) = delete;
-  Spare& operator=(const Spare&) = delete;
+  ThreadLocalScratch(const ThreadLocalScratch&) = delete;
+  ThreadLocalScratch& operator=(const ThreadLocalScratch&) = delete;
 
   T& operator*() const { return *object_; }
   T* operator->() const { return object_.get(); }

@@ -1,6 +1,6 @@
-#include "AggregationManagers.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 
-#include "aggregation/PackedAggregator.h"
+#include "services/kiv/telemetry/aggregation/TableAggregator.h"
 
 namespace android::kiv {
 
@@ -9,7 +9,7 @@ namespace {
 template <typename Event>
 auto makeManager() {
   return std::make_shared<TimedAggregationManager<Event>>(
-      std::make_shared<PackedAggregator<Event>>(), kAggregationPeriod);
+      std::make_shared<TableAggregator<Event>>(), kAggregationPeriod);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "TableKey.h"
+#include "services/kiv/telemetry/aggregation/AggregationKey.h"
 
-#include "TextHash.h"
+#include "services/kiv/telemetry/aggregation/TextHash.h"
 
 namespace android::kiv {
 
@@ -13,7 +13,7 @@ constexpr uint32_t kNotNul = 0x80;
 
 }  // namespace
 
-uint32_t TableKey::hash() const {
+uint32_t AggregationKey::hash() const {
   TextHash hash;
   hash.add(hashedPart(*session));
   for (size_t i = 0; i < size; ++i) hash.add(parts[i]);

@@ -1,4 +1,4 @@
-#include "AllocationCount.h"
+#include "instrumentation/AllocationCount.h"
 
 #include <cstdlib>
 #include <new>

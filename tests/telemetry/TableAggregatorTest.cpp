@@ -7,16 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "AllocationCount.h"
-#include "FreshProcess.h"
-#include "PackedAggregator.h"
-#include "RecorderTest.h"
-#include "TestSessions.h"
+#include "instrumentation/AllocationCount.h"
 #include "kiv/KivAudioLatencyAggregator.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/KivStreamEventAggregator.h"
 #include "kiv/TelemetrySwitch.h"
+#include "services/kiv/telemetry/aggregation/TableAggregator.h"
+#include "tests/support/FreshProcess.h"
+#include "tests/support/RecorderTest.h"
+#include "tests/support/TestSessions.h"
 
 namespace android::kiv {
 namespace {
@@ -167,7 +167,7 @@ class EveryPackedAggregatorTest : public RecorderTest {
 
   Values values;
   Kind open;
-  PackedAggregator<typename Kind::Event> packed;
+  TableAggregator<typename Kind::Event> packed;
 };
 
 using Kinds = testing::Types<ErrorCodes, StreamEvents, AudioLatencies, Integers, Floats, Texts>;
@@ -218,17 +218,17 @@ TYPED_TEST(EveryPackedAggregatorTest, ResetForgetsWithoutSending) {
   EXPECT_THAT(this->flush(this->packed), IsEmpty());
 }
 
-class PackedAggregatorTest : public RecorderTest {
+class TableAggregatorTest : public RecorderTest {
  protected:
   using Event = KivGenericEvent<long long>;
 
   void add(const std::string& name) { aggregator.add({{session("s"), name, Type::SUM}, 1}); }
   void flush() { aggregator.flush(timeAt(1'000'000), timeAt(6'000'000)); }
 
-  PackedAggregator<Event> aggregator;
+  TableAggregator<Event> aggregator;
 };
 
-TEST_F(PackedAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotten) {
+TEST_F(TableAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotten) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
     const auto parent = std::make_shared<KivSessionId>(nullptr);
@@ -239,7 +239,7 @@ TEST_F(PackedAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotte
   });
 }
 
-TEST_F(PackedAggregatorTest, KeepsTheMemoryOfASmallWindowOnly) {
+TEST_F(TableAggregatorTest, KeepsTheMemoryOfASmallWindowOnly) {
   const auto allocations = [this] {
     const AllocationCount count;
     add("n");

@@ -6,20 +6,20 @@
 #include <memory>
 #include <typeinfo>
 
-#include "AggregateTable.h"
-#include "EventFields.h"
-#include "Ptr.h"
-#include "ReportKinds.h"
 #include "kiv/KivBaseAggregator.h"
+#include "services/kiv/telemetry/aggregation/AggregateTable.h"
+#include "services/kiv/telemetry/aggregation/EventSchema.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "tamsa/Ptr.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace android::kiv {
 
 /// What they have in common: all but the kind of report.
-class PackedAggregates {
+class TableAggregatorBase {
  public:
-  void add(const TableKey& key, NumericAggregationType method, float sample);
-  void flush(const EventKind& kind, std::chrono::system_clock::time_point start,
+  void add(const AggregationKey& key, NumericAggregationType method, float sample);
+  void flush(const EventSchema& kind, std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end);
   void reset() { table_ = nullptr; }
 
@@ -32,25 +32,25 @@ class PackedAggregates {
 /// has to reach each of its steps through operations that a client may have overridden. This one
 /// makes no copies of keys, and hands fields to the module without staging them.
 template <typename Event>
-class PackedAggregator final : public KivAggregator<Event> {
+class TableAggregator final : public KivAggregator<Event> {
  public:
-  using Kind = ReportKind<Event>;
+  using Kind = EventTraits<Event>;
 
   /// `aggregator` if it is one of these, else null. Clients' classes may lack the type information
   /// that the language's own casts would look at.
-  static PackedAggregator* cast(KivAggregator<Event>& aggregator) {
+  static TableAggregator* cast(KivAggregator<Event>& aggregator) {
     const void* const* table = nullptr;
     std::memcpy(&table, static_cast<const void*>(&aggregator), sizeof(table));
-    return table[-1] == &typeid(PackedAggregator) ? static_cast<PackedAggregator*>(&aggregator)
-                                                  : nullptr;
+    return table[-1] == &typeid(TableAggregator) ? static_cast<TableAggregator*>(&aggregator)
+                                                 : nullptr;
   }
 
   void add(const Event& event) override {
-    addKey(typename Kind::Key(event), Kind::methodOf(event), Kind::sampleOf(event));
+    addReport(typename Kind::Key(event), Kind::methodOf(event), Kind::sampleOf(event));
   }
 
   /// The same for a report of which there is no record.
-  void addKey(const TableKey& key, NumericAggregationType method, float sample) {
+  void addReport(const AggregationKey& key, NumericAggregationType method, float sample) {
     aggregates_.add(key, method, sample);
   }
 
@@ -62,7 +62,7 @@ class PackedAggregator final : public KivAggregator<Event> {
   void reset() override { aggregates_.reset(); }
 
  private:
-  PackedAggregates aggregates_;
+  TableAggregatorBase aggregates_;
 };
 
 }  // namespace android::kiv

@@ -1,8 +1,8 @@
 #include "kiv/KivAudioLatencyAggregator.h"
 
-#include "KivBaseAggregatorImpl.h"
-#include "ReportKinds.h"
-#include "StreamDescription.h"
+#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
 
@@ -14,7 +14,7 @@ void describe(const AggregateView& aggregate, EventFields& fields) {
 
 }  // namespace
 
-const EventKind ReportKind<KivAudioLatencyEvent>::kEvents{
+const EventSchema EventTraits<KivAudioLatencyEvent>::kEvents{
     KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, NumericAggregationType::AVG, describe};
 
 template <>

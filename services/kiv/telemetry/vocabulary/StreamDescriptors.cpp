@@ -1,4 +1,4 @@
-#include "StreamDescription.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 #include <cstddef>
 

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "SaturatingCast.h"
 #include "kiv/KivPcmInfo.h"
 #include "kiv/KivSessionId.h"
+#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
 namespace android::kiv {
 

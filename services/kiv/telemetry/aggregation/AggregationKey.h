@@ -14,15 +14,15 @@ namespace android::kiv {
 /// ordered by session and then by one part after the other, bytewise, a proper prefix first.
 ///
 /// Owns none of it.
-struct TableKey {
+struct AggregationKey {
   static constexpr size_t kMaxParts = 4;
 
-  TableKey(const KivSessionId& session_id, size_t part_count)
+  AggregationKey(const KivSessionId& session_id, size_t part_count)
       : session(&session_id), size(part_count) {}
 
   // A kind's key refers to numbers of its own.
-  TableKey(const TableKey&) = delete;
-  TableKey& operator=(const TableKey&) = delete;
+  AggregationKey(const AggregationKey&) = delete;
+  AggregationKey& operator=(const AggregationKey&) = delete;
 
   uint32_t hash() const;
 

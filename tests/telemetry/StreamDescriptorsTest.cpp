@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "StreamDescription.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
 namespace {

@@ -4,18 +4,18 @@
 
 #include <utility>
 
-#include "AggregationMethod.h"
-#include "EventFields.h"
-#include "EventSubmission.h"
-#include "Ptr.h"
 #include "kiv/KivBaseAggregator.h"
 #include "kiv/TelemetrySwitch.h"
+#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
+#include "services/kiv/telemetry/aggregation/EventSchema.h"
+#include "services/kiv/telemetry/aggregation/EventSubmission.h"
+#include "tamsa/Ptr.h"
 
 namespace android::kiv {
 
 /// Stages the fields that describe an aggregate.
 template <typename Aggregator, typename Value>
-void stageFields(Aggregator& aggregator, Describe* describe, const TableKey& key,
+void stageFields(Aggregator& aggregator, Describe* describe, const AggregationKey& key,
                  NumericAggregationType method, const AggregationData<Value>& data) {
   const Description description(describe, key, method, data.value, data.count);
   for (const EventFields::Field& field : description.fields) {

@@ -5,22 +5,22 @@
 #include <string>
 #include <string_view>
 
-#include "EventFields.h"
-#include "SaturatingCast.h"
-#include "TableKey.h"
 #include "kiv/KivAudioLatencyAggregator.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/KivStreamEventAggregator.h"
+#include "services/kiv/telemetry/aggregation/AggregationKey.h"
+#include "services/kiv/telemetry/aggregation/EventSchema.h"
+#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
 namespace android::kiv {
 
-struct ErrorCodeKey : TableKey {
+struct ErrorCodeKey : AggregationKey {
   enum Part : uint8_t { API, CLASS, CODE, SEVERITY };
 
   ErrorCodeKey(const KivSessionId& session_id, std::string_view api, std::string_view kiv_class,
                std::string_view error_code, KivErrorSeverity level)
-      : TableKey(session_id, 4), severity(level) {
+      : AggregationKey(session_id, 4), severity(level) {
     parts = {api, kiv_class, error_code, severity.part()};
   }
 
@@ -53,40 +53,41 @@ struct StreamNumbers : NumberPart<6> {
   static constexpr uint32_t kSign = 0x80000000;
 };
 
-struct StreamEventKey : TableKey {
+struct StreamEventKey : AggregationKey {
   enum Part : uint8_t { NUMBERS, EVENT };
 
   StreamEventKey(const KivSessionId& session_id, const KivPcmInfoExt& info,
                  ::kiv::KivStreamType type, std::string_view event)
-      : TableKey(session_id, 2), numbers(info, type) {
+      : AggregationKey(session_id, 2), numbers(info, type) {
     parts = {numbers.part(), event};
   }
 
   explicit StreamEventKey(const KivStreamEvent& event)
-      : TableKey(event.session, 2), numbers(event) {
+      : AggregationKey(event.session, 2), numbers(event) {
     parts = {numbers.part(), event.event};
   }
 
   const StreamNumbers numbers;
 };
 
-struct AudioLatencyKey : TableKey {
+struct AudioLatencyKey : AggregationKey {
   AudioLatencyKey(const KivSessionId& session_id, const KivPcmInfoExt& info,
                   ::kiv::KivStreamType type)
-      : TableKey(session_id, 1), numbers(info, type) {
+      : AggregationKey(session_id, 1), numbers(info, type) {
     parts = {numbers.part()};
   }
 
   /// Of an event, or of the key that is made of it.
   template <typename Record>
-  explicit AudioLatencyKey(const Record& record) : TableKey(record.session, 1), numbers(record) {
+  explicit AudioLatencyKey(const Record& record)
+      : AggregationKey(record.session, 1), numbers(record) {
     parts = {numbers.part()};
   }
 
   const StreamNumbers numbers;
 };
 
-struct GenericKey : TableKey {
+struct GenericKey : AggregationKey {
   enum Part : uint8_t { NAME, METHOD, VALUE };
 
   GenericKey(const KivSessionId& session_id, std::string_view name, NumericAggregationType type)
@@ -100,7 +101,7 @@ struct GenericKey : TableKey {
  protected:
   GenericKey(const KivSessionId& session_id, std::string_view name, NumericAggregationType type,
              size_t part_count)
-      : TableKey(session_id, part_count), method(type) {
+      : AggregationKey(session_id, part_count), method(type) {
     parts = {name, method.part()};
   }
 };
@@ -118,7 +119,7 @@ struct GenericStringKey : GenericKey {
 
 /// The key of a kind's reports, how they are folded, and what their events are like.
 template <typename Event>
-struct ReportKind;
+struct EventTraits;
 
 /// Of reports that are counted.
 struct CountedKind {
@@ -133,25 +134,25 @@ struct CountedKind {
 };
 
 template <>
-struct ReportKind<KivErrorCodeEvent> : CountedKind {
+struct EventTraits<KivErrorCodeEvent> : CountedKind {
   using Key = ErrorCodeKey;
-  static const EventKind kEvents;
+  static const EventSchema kEvents;
 };
 
 template <>
-struct ReportKind<KivStreamEvent> : CountedKind {
+struct EventTraits<KivStreamEvent> : CountedKind {
   using Key = StreamEventKey;
-  static const EventKind kEvents;
+  static const EventSchema kEvents;
 };
 
 template <>
-struct ReportKind<KivGenericEvent<std::string>> : CountedKind {
+struct EventTraits<KivGenericEvent<std::string>> : CountedKind {
   using Key = GenericStringKey;
-  static const EventKind kEvents;
+  static const EventSchema kEvents;
 };
 
 template <>
-struct ReportKind<KivAudioLatencyEvent> {
+struct EventTraits<KivAudioLatencyEvent> {
   using Key = AudioLatencyKey;
   static NumericAggregationType methodOf(const KivAudioLatencyEvent& /*event*/) {
     return NumericAggregationType::AVG;
@@ -159,22 +160,22 @@ struct ReportKind<KivAudioLatencyEvent> {
   static float sampleOf(const KivAudioLatencyEvent& event) {
     return static_cast<float>(static_cast<unsigned int>(event.latency.count()));
   }
-  static const EventKind kEvents;
+  static const EventSchema kEvents;
 };
 
 template <typename T>
-struct ReportKind<KivGenericEvent<T>> {
+struct EventTraits<KivGenericEvent<T>> {
   using Key = GenericKey;
   static NumericAggregationType methodOf(const KivGenericEvent<T>& event) {
     return event.aggregationType;
   }
   static float sampleOf(const KivGenericEvent<T>& event) { return static_cast<float>(event.value); }
-  static const EventKind kEvents;
+  static const EventSchema kEvents;
 };
 
 template <>
-const EventKind ReportKind<KivGenericEvent<long long>>::kEvents;
+const EventSchema EventTraits<KivGenericEvent<long long>>::kEvents;
 template <>
-const EventKind ReportKind<KivGenericEvent<float>>::kEvents;
+const EventSchema EventTraits<KivGenericEvent<float>>::kEvents;
 
 }  // namespace android::kiv
