@@ -6,23 +6,21 @@
 namespace kiv_bench {
 
 using android::kiv::KivErrorCodeEvent;
-using android::kiv::TableAggregator;
 using android::kiv::TelemetryLogger;
 
-std::unique_ptr<ErrorCodeAggregator> makeOwnAggregator() {
-  return std::make_unique<TableAggregator<KivErrorCodeEvent>>();
+std::shared_ptr<ErrorCodeAggregator> makeOwnAggregator() {
+  return android::kiv::internal::TableAggregator<KivErrorCodeEvent>::make();
 }
 
 std::shared_ptr<TelemetryLogger> makeOwnLogger(
     const android::kiv::KivSessionId& session, const std::string& name,
     const std::shared_ptr<android::kiv::TaskRunnerThread>& thread,
     android::kiv::TelemetrySubmissionModel model) {
+  const auto managers = android::kiv::internal::makeAggregationManagers();
   return std::make_shared<TelemetryLogger>(
-      session, name, thread, android::kiv::makeErrorCodeManager(),
-      android::kiv::makeStreamEventManager(), android::kiv::makeAudioLatencyManager(),
-      android::kiv::makeNumericEventManager<long long>(),
-      android::kiv::makeNumericEventManager<float>(), android::kiv::makeStringEventManager(),
-      model);
+      session, name, thread, managers.error_code_manager_, managers.stream_event_manager_,
+      managers.audio_latency_manager_, managers.int64_event_manager_, managers.float_event_manager_,
+      managers.string_event_manager_, model);
 }
 
 }  // namespace kiv_bench

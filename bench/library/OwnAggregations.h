@@ -11,7 +11,7 @@ namespace kiv_bench {
 using ErrorCodeAggregator = android::kiv::KivAggregator<android::kiv::KivErrorCodeEvent>;
 
 /// An aggregator of error codes.
-__attribute__((visibility("default"))) std::unique_ptr<ErrorCodeAggregator> makeOwnAggregator();
+__attribute__((visibility("default"))) std::shared_ptr<ErrorCodeAggregator> makeOwnAggregator();
 
 /// A logger on `thread`, with aggregations of its own.
 __attribute__((visibility("default"))) std::shared_ptr<android::kiv::TelemetryLogger> makeOwnLogger(

@@ -145,7 +145,7 @@ class Sequence {
   std::vector<Trace> sections_;
   std::vector<Trace> traces_;
   std::vector<std::shared_ptr<Worker>> workers_;
-  std::vector<std::pair<std::shared_ptr<Worker>, Managers>> own_workers_;
+  std::vector<std::pair<std::shared_ptr<Worker>, kiv::internal::AggregationManagers>> own_workers_;
   Worker* current_ = nullptr;  // on which the steps are made, if not on the main thread
   size_t labels_ = 0;
   std::vector<std::string> calls_;

@@ -156,7 +156,7 @@ void Sequence::makeLoggerOnOwnWorker(Model model) {
     auto worker = std::make_shared<Worker>(kiv::TaskRunnerThread::create(std::chrono::hours(1)));
     worker->expected = reference_.makeAggregations();
     workers_.push_back(worker);
-    own_workers_.emplace_back(worker, Managers());
+    own_workers_.emplace_back(worker, kiv::internal::makeAggregationManagers());
   }
   const size_t index = joins ? input_.below(own_workers_.size()) : own_workers_.size() - 1;
   const auto& [worker, managers] = own_workers_[index];
@@ -164,8 +164,10 @@ void Sequence::makeLoggerOnOwnWorker(Model model) {
        modelText(model) + ") on " + (joins ? "" : "new ") + "worker " +
        std::to_string(worker->expected.kinds[0].id));
   auto logger = std::make_shared<kiv::TelemetryLogger>(
-      makeSessionId(session), name, worker->thread, managers.errors, managers.streams,
-      managers.latencies, managers.integers, managers.floats, managers.texts, model);
+      makeSessionId(session), name, worker->thread, managers.error_code_manager_,
+      managers.stream_event_manager_, managers.audio_latency_manager_,
+      managers.int64_event_manager_, managers.float_event_manager_, managers.string_event_manager_,
+      model);
   addSubject({label, std::move(logger), nullptr, session, name, model, worker});
   reference_.start(worker->expected);
 }

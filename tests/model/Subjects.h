@@ -29,20 +29,6 @@ struct Worker {
   bool has_pending = false;  ///< Something was posted and not waited for.
 };
 
-/// The managers of a worker that is not the process's.
-struct Managers {
-  kiv::TelemetryLogger::Manager<kiv::KivErrorCodeEvent> errors = kiv::makeErrorCodeManager();
-  kiv::TelemetryLogger::Manager<kiv::KivStreamEvent> streams = kiv::makeStreamEventManager();
-  kiv::TelemetryLogger::Manager<kiv::KivAudioLatencyEvent> latencies =
-      kiv::makeAudioLatencyManager();
-  kiv::TelemetryLogger::Manager<kiv::KivGenericEvent<long long>> integers =
-      kiv::makeNumericEventManager<long long>();
-  kiv::TelemetryLogger::Manager<kiv::KivGenericEvent<float>> floats =
-      kiv::makeNumericEventManager<float>();
-  kiv::TelemetryLogger::Manager<kiv::KivGenericEvent<std::string>> texts =
-      kiv::makeStringEventManager();
-};
-
 /// A logger under test.
 struct Subject {
   std::string label;

@@ -9,7 +9,7 @@
 #include "services/kiv/telemetry/aggregation/AggregateTable.h"
 #include "tests/support/TestSessions.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 using ::kiv_test::session;
@@ -18,29 +18,37 @@ using testing::IsEmpty;
 
 using Texts = std::vector<std::string>;
 
-struct TextKey : AggregationKey {
-  TextKey(const KivSessionId& session_id, const Texts& texts)
-      : AggregationKey(session_id, texts.size()) {
-    std::copy(texts.begin(), texts.end(), parts.begin());
-  }
-};
+using Numbers = std::vector<uint32_t>;
+
+AggregationKey makeKey(const KivSessionId& session_id, const Texts& texts,
+                       const Numbers& numbers = {}) {
+  AggregationKey key{};
+  key.session = &session_id;
+  std::copy(numbers.begin(), numbers.end(), key.numbers.begin());
+  std::copy(texts.begin(), texts.end(), key.texts.begin());
+  return key;
+}
 
 class AggregateTableTest : public testing::Test {
  protected:
-  AggregateTable::Aggregate& find(const std::string& first, const std::string& second = "") {
-    return table.find(TextKey(home, {first, second}));
+  using Aggregate = AggregateTable::Aggregate;
+
+  Aggregate& find(const std::string& first, const std::string& second = "") {
+    return table.findOrInsert(makeKey(home, {first, second}));
   }
 
-  /// The first parts of all keys, in order.
-  Texts firstParts() const {
+  /// The first texts of all keys, in order.
+  Texts firstTexts() {
     Texts all;
     table.visitInOrder([&](const AggregationKey& key, const auto& /*aggregate*/) {
-      all.emplace_back(key.parts[0]);
+      all.emplace_back(key.texts[0]);
     });
     return all;
   }
 
-  std::vector<uint32_t> counts() const {
+  std::vector<uint32_t> counts() { return countsIn(table); }
+
+  static std::vector<uint32_t> countsIn(AggregateTable& table) {
     std::vector<uint32_t> all;
     table.visitInOrder([&](const AggregationKey& /*key*/, const auto& aggregate) {
       all.push_back(aggregate.count);
@@ -49,7 +57,7 @@ class AggregateTableTest : public testing::Test {
   }
 
   const KivSessionId home = session("home");
-  AggregateTable table{2};
+  AggregateTable table{{0, 2, 2}};
 };
 
 TEST_F(AggregateTableTest, ANewAggregateIsZero) {
@@ -68,14 +76,14 @@ TEST_F(AggregateTableTest, FindsWhatItKnows) {
 TEST_F(AggregateTableTest, KeepsTextsOfItsOwn) {
   KivSessionId passing = session("passing");
   std::string text = "before";
-  table.find(TextKey(passing, {text, ""})).count = 1;
+  table.findOrInsert(makeKey(passing, {text, ""})).count = 1;
   text = "behind";
   passing = session("by");
-  EXPECT_THAT(firstParts(), ElementsAre("before"));
-  EXPECT_EQ(table.find(TextKey(session("passing"), {"before", ""})).count, 1u);
+  EXPECT_THAT(firstTexts(), ElementsAre("before"));
+  EXPECT_EQ(table.findOrInsert(makeKey(session("passing"), {"before", ""})).count, 1u);
 }
 
-TEST_F(AggregateTableTest, TellsPartsApartByWhereTheyEnd) {
+TEST_F(AggregateTableTest, TellsTextsApartByWhereTheyEnd) {
   find("ab", "").count = 1;
   find("a", "b").count = 2;
   find("", "ab").count = 3;
@@ -92,7 +100,7 @@ TEST_F(AggregateTableTest, TellsTextsApartBehindANul) {
   EXPECT_THAT(counts(), ElementsAre(1, 3, 2, 4, 5));
 }
 
-TEST_F(AggregateTableTest, ANulBeforeTheEndIsComparedPartByPart) {
+TEST_F(AggregateTableTest, ANulBeforeTheEndIsComparedTextByText) {
   const std::string nul(1, '\0');
   // Taken as a whole, "a", NUL, "b" would come before "a", NUL, "c", whatever ends where.
   find("a", "c").count = 1;
@@ -105,14 +113,14 @@ TEST_F(AggregateTableTest, OrdersBytesAsUnsigned) {
   find("z");
   find("Z");
   find("zz");
-  EXPECT_THAT(firstParts(), ElementsAre("Z", "z", "zz", "\xC3\xB6"));
+  EXPECT_THAT(firstTexts(), ElementsAre("Z", "z", "zz", "\xC3\xB6"));
 }
 
-TEST_F(AggregateTableTest, OrdersBySessionBeforeParts) {
-  table.find(TextKey(session("t"), {"a", ""}));
-  table.find(TextKey(session("s"), {"b", ""}));
-  table.find(TextKey(session("s"), {"c", ""}));
-  EXPECT_THAT(firstParts(), ElementsAre("b", "c", "a"));
+TEST_F(AggregateTableTest, OrdersBySessionBeforeTexts) {
+  table.findOrInsert(makeKey(session("t"), {"a", ""}));
+  table.findOrInsert(makeKey(session("s"), {"b", ""}));
+  table.findOrInsert(makeKey(session("s"), {"c", ""}));
+  EXPECT_THAT(firstTexts(), ElementsAre("b", "c", "a"));
 }
 
 TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
@@ -121,9 +129,9 @@ TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
   const KivSessionId one = KivSessionIdTestPeer::make("s", shared);
   const KivSessionId same = KivSessionIdTestPeer::make("s", std::make_shared<KivSessionId>(parent));
   const KivSessionId other = KivSessionIdTestPeer::make("s");
-  table.find(TextKey(one, {"a", ""}));
-  table.find(TextKey(other, {"a", ""}));
-  table.find(TextKey(same, {"b", ""}));
+  table.findOrInsert(makeKey(one, {"a", ""}));
+  table.findOrInsert(makeKey(other, {"a", ""}));
+  table.findOrInsert(makeKey(same, {"b", ""}));
   std::vector<const KivSessionId*> sessions;
   table.visitInOrder([&](const AggregationKey& key, const auto& /*aggregate*/) {
     sessions.push_back(key.session);
@@ -134,19 +142,20 @@ TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
   EXPECT_EQ(sessions[1]->toString(), "p.s");
 }
 
-TEST_F(AggregateTableTest, PartsHaveANulBehindThem) {
+TEST_F(AggregateTableTest, TextsHaveANulBehindThem) {
   find("ab", "c");
   table.visitInOrder([](const AggregationKey& key, const auto& /*aggregate*/) {
-    EXPECT_STREQ(key.parts[0].data(), "ab");
-    EXPECT_STREQ(key.parts[1].data(), "c");
+    EXPECT_STREQ(key.texts[0].data(), "ab");
+    EXPECT_STREQ(key.texts[1].data(), "c");
   });
 }
 
 TEST_F(AggregateTableTest, KeysOfEqualHashesAreKeptApart) {
   for (int round = 0; round < 2; ++round) {
-    for (const char* text : {"ab", "a", "b"}) ++table.find(TextKey(home, {text, ""}), 42).count;
+    for (const char* text : {"ab", "a", "b"})
+      ++table.findOrInsert(makeKey(home, {text, ""}), 42).count;
   }
-  EXPECT_THAT(firstParts(), ElementsAre("a", "ab", "b"));
+  EXPECT_THAT(firstTexts(), ElementsAre("a", "ab", "b"));
   EXPECT_THAT(counts(), ElementsAre(2, 2, 2));
 }
 
@@ -154,7 +163,7 @@ TEST_F(AggregateTableTest, AHashThatEndsAtTheLastSlotGoesOnAtTheFirst) {
   constexpr uint32_t kLastOfAnySize = 0xFFFFFFFF;
   for (int round = 0; round < 2; ++round) {
     for (const char* text : {"a", "b"}) {
-      ++table.find(TextKey(home, {text, ""}), kLastOfAnySize).count;
+      ++table.findOrInsert(makeKey(home, {text, ""}), kLastOfAnySize).count;
     }
   }
   EXPECT_THAT(counts(), ElementsAre(2, 2));
@@ -169,7 +178,7 @@ TEST_F(AggregateTableTest, HoldsManyKeysInOrderWhateverTheirs) {
   }
   EXPECT_THAT(counts(), testing::AllOf(testing::SizeIs(5000), testing::Each(2)));
   std::sort(texts.begin(), texts.end());
-  EXPECT_EQ(firstParts(), texts);
+  EXPECT_EQ(firstTexts(), texts);
 }
 
 TEST_F(AggregateTableTest, HoldsTextsOfAnySize) {
@@ -192,14 +201,14 @@ TEST_F(AggregateTableTest, ClearingForgetsAllAndItIsUsableAgain) {
   for (int i = 0; i < 5; ++i) find(std::to_string(i)).count = 1;
   table.clear();
   EXPECT_TRUE(table.empty());
-  EXPECT_THAT(firstParts(), IsEmpty());
+  EXPECT_THAT(firstTexts(), IsEmpty());
   EXPECT_EQ(find("3").count, 0u);
-  EXPECT_THAT(firstParts(), ElementsAre("3"));
+  EXPECT_THAT(firstTexts(), ElementsAre("3"));
 }
 
 TEST_F(AggregateTableTest, ClearingReleasesSessions) {
   const auto parent = std::make_shared<KivSessionId>(nullptr);
-  table.find(TextKey(KivSessionId(parent), {"a", ""}));
+  table.findOrInsert(makeKey(KivSessionId(parent), {"a", ""}));
   EXPECT_EQ(parent.use_count(), 2);
   table.clear();
   EXPECT_EQ(parent.use_count(), 1);
@@ -220,40 +229,47 @@ TEST_F(AggregateTableTest, StaysSmallHoweverOftenItIsCleared) {
   EXPECT_TRUE(table.isSmall());
 }
 
-TEST(NumberPart, HasTheOrderOfItsNumbers) {
-  std::string last;
-  for (const uint32_t number :
-       {0U, 1U, 127U, 128U, 255U, 256U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
-    const NumberPart<1> numbers(number);
-    EXPECT_LT(last, numbers.part());
-    EXPECT_EQ(numberAt(numbers.part(), 0), number);
-    last = numbers.part();
+TEST_F(AggregateTableTest, TellsNumbersApart) {
+  AggregateTable numbered({2, 1, 0});
+  numbered.findOrInsert(makeKey(home, {"a"}, {1, 2})).count = 1;
+  numbered.findOrInsert(makeKey(home, {"a"}, {1, 3})).count = 2;
+  EXPECT_EQ(numbered.findOrInsert(makeKey(home, {"a"}, {1, 2})).count, 1u);
+  EXPECT_THAT(countsIn(numbered), ElementsAre(1, 2));
+}
+
+TEST_F(AggregateTableTest, OrdersNumbersAsUnsigned) {
+  AggregateTable numbered({1, 0, 0});
+  uint32_t count = 0;
+  for (const uint32_t number : {0U, 0xFFFFFFFFU, 0x80000000U, 256U, 0x7FFFFFFFU, 255U}) {
+    numbered.findOrInsert(makeKey(home, {}, {number})).count = ++count;
   }
+  EXPECT_THAT(countsIn(numbered), ElementsAre(1, 6, 4, 5, 3, 2));
 }
 
-TEST(NumberPart, HoldsSeveral) {
-  const NumberPart<3> numbers(7, true, 0xFFFFFFFFU);
-  EXPECT_EQ(numberAt(numbers.part(), 0), 7u);
-  EXPECT_EQ(numberAt(numbers.part(), 1), 1u);
-  EXPECT_EQ(numberAt(numbers.part(), 2), 0xFFFFFFFFU);
-}
-
-TEST(NumberPart, HasNoNul) {
-  const NumberPart<2> numbers(0, 256);
-  EXPECT_EQ(numbers.part().find('\0'), std::string_view::npos);
+TEST_F(AggregateTableTest, OrdersLeadingTextsBeforeNumbersAndTheRestBehind) {
+  AggregateTable mixed({1, 2, 1});
+  mixed.findOrInsert(makeKey(home, {"b", "a"}, {1})).count = 4;
+  mixed.findOrInsert(makeKey(home, {"a", "b"}, {2})).count = 3;
+  mixed.findOrInsert(makeKey(home, {"a", "c"}, {1})).count = 2;
+  mixed.findOrInsert(makeKey(home, {"a", "b"}, {1})).count = 1;
+  EXPECT_THAT(countsIn(mixed), ElementsAre(1, 2, 3, 4));
 }
 
 /// How many of 1000 similar texts share the slot of another in an index of 2048.
 size_t collisions(const std::function<std::string(int)>& text) {
   std::vector<uint32_t> slots;
   const KivSessionId home = session("s");
-  for (int i = 0; i < 1000; ++i) slots.push_back(TextKey(home, {text(i)}).hash() % 2048);
+  const AggregateTable table({0, 1, 1});
+  for (int i = 0; i < 1000; ++i) {
+    const Texts texts{text(i)};
+    slots.push_back(table.hashOf(makeKey(home, texts)) % 2048);
+  }
   std::sort(slots.begin(), slots.end());
   return 1000 - static_cast<size_t>(std::unique(slots.begin(), slots.end()) - slots.begin());
 }
 
 // Random hashes would share some 209.
-TEST(TableKeyHash, SpreadsTextsThatAreAlike) {
+TEST(AggregateTableHash, SpreadsSimilarTexts) {
   const std::string padding(30, 'x');
   EXPECT_LT(collisions([](int i) { return std::to_string(i); }), 300u);
   EXPECT_LT(collisions([&](int i) { return std::to_string(i) + padding; }), 300u);
@@ -263,4 +279,4 @@ TEST(TableKeyHash, SpreadsTextsThatAreAlike) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

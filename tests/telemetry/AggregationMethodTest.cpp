@@ -6,7 +6,7 @@
 
 #include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 using Type = NumericAggregationType;
@@ -95,4 +95,4 @@ TEST(AggregationMethod, AnUnknownOneChangesNothing) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -5,7 +5,7 @@
 #include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
 #include "tests/support/LogCapture.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 using ::kiv_test::AllocationCount;
@@ -58,4 +58,4 @@ TEST(FatalCheckDeathTest, TextIsNoFormat) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -27,8 +27,11 @@ class LoggerRig : public ::kiv_test::RecorderTest {
     if (model == Model::LOCKING_IMMEDIATE) {
       return std::make_shared<Logger>(::kiv_test::session(session), name, model);
     }
-    return std::make_shared<Logger>(::kiv_test::session(session), name, thread, error_codes,
-                                    stream_events, latencies, integers, floats, texts, model);
+    return std::make_shared<Logger>(::kiv_test::session(session), name, thread,
+                                    managers.error_code_manager_, managers.stream_event_manager_,
+                                    managers.audio_latency_manager_, managers.int64_event_manager_,
+                                    managers.float_event_manager_, managers.string_event_manager_,
+                                    model);
   }
 
   /// Waits for all that was posted so far.
@@ -38,13 +41,13 @@ class LoggerRig : public ::kiv_test::RecorderTest {
 
   std::shared_ptr<TaskRunnerThread> thread = TaskRunnerThread::create(std::chrono::hours(1));
   TaskRunner runner{thread};
-  TelemetryLogger::Manager<KivErrorCodeEvent> error_codes = makeErrorCodeManager();
-  TelemetryLogger::Manager<KivStreamEvent> stream_events = makeStreamEventManager();
-  TelemetryLogger::Manager<KivAudioLatencyEvent> latencies = makeAudioLatencyManager();
-  TelemetryLogger::Manager<KivGenericEvent<long long>> integers =
-      makeNumericEventManager<long long>();
-  TelemetryLogger::Manager<KivGenericEvent<float>> floats = makeNumericEventManager<float>();
-  TelemetryLogger::Manager<KivGenericEvent<std::string>> texts = makeStringEventManager();
+  internal::AggregationManagers managers = internal::makeAggregationManagers();
+  TelemetryLogger::Manager<KivErrorCodeEvent>& error_codes = managers.error_code_manager_;
+  TelemetryLogger::Manager<KivStreamEvent>& stream_events = managers.stream_event_manager_;
+  TelemetryLogger::Manager<KivAudioLatencyEvent>& latencies = managers.audio_latency_manager_;
+  TelemetryLogger::Manager<KivGenericEvent<long long>>& integers = managers.int64_event_manager_;
+  TelemetryLogger::Manager<KivGenericEvent<float>>& floats = managers.float_event_manager_;
+  TelemetryLogger::Manager<KivGenericEvent<std::string>>& texts = managers.string_event_manager_;
 };
 
 }  // namespace android::kiv

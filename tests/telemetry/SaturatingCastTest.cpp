@@ -5,7 +5,7 @@
 
 #include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -48,4 +48,4 @@ TEST(SaturatingCast, KeepsTheLargestFloatsBelowTheEnd) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

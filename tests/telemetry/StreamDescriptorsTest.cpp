@@ -4,7 +4,7 @@
 
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 using ::kiv::KivPcmInfo;
@@ -85,4 +85,4 @@ TEST(StreamTypeText, GivesTheNumberOfAnUnknownType) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -63,7 +63,7 @@ class SubmissionTest : public ::kiv_test::RecorderTest {
 };
 
 using Aggregators = testing::Types<KivGenericNumericEventAggregator<long long>,
-                                   TableAggregator<KivGenericEvent<long long>>>;
+                                   internal::TableAggregator<KivGenericEvent<long long>>>;
 TYPED_TEST_SUITE(SubmissionTest, Aggregators, );
 
 TYPED_TEST(SubmissionTest, OfNothingMakesNoHandler) {

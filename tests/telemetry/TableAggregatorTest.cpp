@@ -18,7 +18,7 @@
 #include "tests/support/RecorderTest.h"
 #include "tests/support/TestSessions.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 using ::kiv_test::AllocationCount;
@@ -152,7 +152,7 @@ std::vector<std::string> contents(const std::vector<kiv_test::Event>& events) {
 }
 
 template <typename Kind>
-class EveryPackedAggregatorTest : public RecorderTest {
+class EveryTableAggregatorTest : public RecorderTest {
  protected:
   using Event = typename Kind::Event;
 
@@ -167,26 +167,26 @@ class EveryPackedAggregatorTest : public RecorderTest {
 
   Values values;
   Kind open;
-  TableAggregator<typename Kind::Event> packed;
+  std::shared_ptr<KivAggregator<Event>> own = TableAggregator<Event>::make();
 };
 
 using Kinds = testing::Types<ErrorCodes, StreamEvents, AudioLatencies, Integers, Floats, Texts>;
-TYPED_TEST_SUITE(EveryPackedAggregatorTest, Kinds, );
+TYPED_TEST_SUITE(EveryTableAggregatorTest, Kinds, );
 
-TYPED_TEST(EveryPackedAggregatorTest, SendsWhatThePublicOneSends) {
+TYPED_TEST(EveryTableAggregatorTest, SendsWhatThePublicOneSends) {
   for (int i = 0; i < 3000; ++i) {
     const auto event = this->any();
     this->open.aggregator.add(event);
-    this->packed.add(event);
+    this->own->add(event);
   }
   const auto expected = contents(this->flush(this->open.aggregator));
   ASSERT_THAT(expected, SizeIs(testing::Gt(100u)));
-  EXPECT_EQ(contents(this->flush(this->packed)), expected);
+  EXPECT_EQ(contents(this->flush(*this->own)), expected);
 }
 
-TYPED_TEST(EveryPackedAggregatorTest, SetsEveryFieldOnceIntegersThenFloatsThenStrings) {
-  this->packed.add(this->any());
-  const auto sent = this->flush(this->packed);
+TYPED_TEST(EveryTableAggregatorTest, SetsEveryFieldOnceIntegersThenFloatsThenStrings) {
+  this->own->add(this->any());
+  const auto sent = this->flush(*this->own);
   ASSERT_EQ(sent.size(), 1u);
   EXPECT_EQ(sent[0].set.size(),
             sent[0].ints.size() + sent[0].floats.size() + sent[0].strings.size());
@@ -199,40 +199,40 @@ TYPED_TEST(EveryPackedAggregatorTest, SetsEveryFieldOnceIntegersThenFloatsThenSt
   })) << groups;
 }
 
-TYPED_TEST(EveryPackedAggregatorTest, StartsEveryWindowEmpty) {
+TYPED_TEST(EveryTableAggregatorTest, StartsEveryWindowEmpty) {
   // Few enough for the window's memory to be reused, and too many for that.
   for (const int reports : {3, 300}) {
     std::vector<typename TypeParam::Event> window;
     for (int i = 0; i < reports; ++i) window.push_back(this->any());
-    for (const auto& event : window) this->packed.add(event);
-    const auto first = contents(this->flush(this->packed));
-    EXPECT_THAT(this->flush(this->packed), IsEmpty());
-    for (const auto& event : window) this->packed.add(event);
-    EXPECT_EQ(contents(this->flush(this->packed)), first);
+    for (const auto& event : window) this->own->add(event);
+    const auto first = contents(this->flush(*this->own));
+    EXPECT_THAT(this->flush(*this->own), IsEmpty());
+    for (const auto& event : window) this->own->add(event);
+    EXPECT_EQ(contents(this->flush(*this->own)), first);
   }
 }
 
-TYPED_TEST(EveryPackedAggregatorTest, ResetForgetsWithoutSending) {
-  this->packed.add(this->any());
-  this->packed.reset();
-  EXPECT_THAT(this->flush(this->packed), IsEmpty());
+TYPED_TEST(EveryTableAggregatorTest, ResetForgetsWithoutSending) {
+  this->own->add(this->any());
+  this->own->reset();
+  EXPECT_THAT(this->flush(*this->own), IsEmpty());
 }
 
 class TableAggregatorTest : public RecorderTest {
  protected:
   using Event = KivGenericEvent<long long>;
 
-  void add(const std::string& name) { aggregator.add({{session("s"), name, Type::SUM}, 1}); }
-  void flush() { aggregator.flush(timeAt(1'000'000), timeAt(6'000'000)); }
+  void add(const std::string& name) { aggregator->add({{session("s"), name, Type::SUM}, 1}); }
+  void flush() { aggregator->flush(timeAt(1'000'000), timeAt(6'000'000)); }
 
-  TableAggregator<Event> aggregator;
+  std::shared_ptr<KivAggregator<Event>> aggregator = TableAggregator<Event>::make();
 };
 
 TEST_F(TableAggregatorTest, WithTelemetryOffNothingIsSentAndTheWindowIsForgotten) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
     const auto parent = std::make_shared<KivSessionId>(nullptr);
-    aggregator.add({{KivSessionId(parent), "n", Type::SUM}, 1});
+    aggregator->add({{KivSessionId(parent), "n", Type::SUM}, 1});
     flush();
     EXPECT_THAT(recorder.calls(), IsEmpty());
     EXPECT_EQ(parent.use_count(), 1);
@@ -254,4 +254,4 @@ TEST_F(TableAggregatorTest, KeepsTheMemoryOfASmallWindowOnly) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

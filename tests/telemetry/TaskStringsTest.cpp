@@ -5,7 +5,7 @@
 
 #include "services/kiv/telemetry/TaskStrings.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 const std::string kLong(1000, 'x');
@@ -92,4 +92,4 @@ TEST(ScratchStrings, ThatAreUnpackedMeanwhileAreOthers) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -4,7 +4,7 @@
 
 #include "services/kiv/telemetry/ThreadLocalScratch.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 namespace {
 
 /// A type per test, since threads keep an object of each.
@@ -72,4 +72,4 @@ TEST(ThreadLocalScratch, IsThereForDestructorsAtAThreadsEnd) {
 }
 
 }  // namespace
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

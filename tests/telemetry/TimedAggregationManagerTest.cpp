@@ -10,7 +10,7 @@
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/TimedAggregationManager.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RecorderTest.h"
@@ -314,35 +314,37 @@ TEST_F(TimedAggregationManagerTest, ARolloverNeverLooksLikeAStop) {
   EXPECT_EQ(std::count(aggregator->calls.begin(), aggregator->calls.end(), "reset"), 1);
 }
 
-TEST_F(TimedAggregationManagerTest, AnAggregatorOfAClientIsGivenRecordsOnly) {
+TEST_F(TimedAggregationManagerTest, AClientsAggregatorIsGivenTheReportsEvent) {
   manager->start();
   calls();
-  EXPECT_FALSE(manager->addReport(ErrorCodeKey(report("a")), NumericAggregationType::COUNT, 1));
-  EXPECT_THAT(calls(), IsEmpty());
+  const KivErrorCodeEvent event = report("a");
+  internal::WindowAccess::add(*manager, internal::ErrorCodeReport::of(event));
+  EXPECT_THAT(calls(), ElementsAre("add a"));
 }
 
 class OwnManagerTest : public RecorderTest {
  protected:
-  bool addReport(const std::string& name) {
-    return manager->addReport(ErrorCodeKey(report(name)), NumericAggregationType::COUNT, 1);
+  void addReport(const std::string& name) {
+    const KivErrorCodeEvent event = report(name);
+    internal::WindowAccess::add(*manager, internal::ErrorCodeReport::of(event));
   }
 
   FakeClock clock;
   const std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> manager =
-      makeErrorCodeManager();
+      internal::makeAggregationManagers().error_code_manager_;
 };
 
-TEST_F(OwnManagerTest, AKeyCountsAsItsRecord) {
+TEST_F(OwnManagerTest, AReportCountsAsItsEvent) {
   manager->start();
-  EXPECT_TRUE(addReport("a"));
+  addReport("a");
   manager->add(report("a"));
-  EXPECT_TRUE(addReport("a"));
+  addReport("a");
   manager->flush();
   EXPECT_THAT(strings("kiv_api"), ElementsAre("a"));
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(3));
 }
 
-TEST_F(OwnManagerTest, AKeyIsTakenIntoTheWindowThatIsOpenThen) {
+TEST_F(OwnManagerTest, AReportIsAddedToTheWindowThatIsOpenThen) {
   manager->start();
   addReport("a");
   clock.advance(kAggregationPeriod);
@@ -352,9 +354,9 @@ TEST_F(OwnManagerTest, AKeyIsTakenIntoTheWindowThatIsOpenThen) {
   EXPECT_THAT(strings("kiv_api"), ElementsAre("a", "at the end"));
 }
 
-TEST_F(OwnManagerTest, AKeyIsDroppedWithALogLineWhileStopped) {
+TEST_F(OwnManagerTest, AReportIsDroppedWithALogLineWhileStopped) {
   const LogCapture log;
-  EXPECT_TRUE(addReport("a"));
+  addReport("a");
   EXPECT_THAT(log.lines(),
               ElementsAre(LogLine{ANDROID_LOG_ERROR, kNoTag,
                                   "add: TimedAggregationManager not running! Cannot add."}));

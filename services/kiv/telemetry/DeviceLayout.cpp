@@ -6,7 +6,7 @@
 
 #include "kiv/TelemetryLogger.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 namespace {
 
@@ -185,29 +185,31 @@ struct DeviceLayout {
 
   static_assert(misplacedOnDevice({{offsetof(TelemetryLogger, session_id_), 16},
                                    {offsetof(TelemetryLogger, logger_name_), 36},
-                                   {offsetof(TelemetryLogger, error_code_manager_), 48},
-                                   {offsetof(TelemetryLogger, stream_event_manager_), 56},
-                                   {offsetof(TelemetryLogger, audio_latency_manager_), 64},
-                                   {offsetof(TelemetryLogger, int64_event_manager_), 72},
-                                   {offsetof(TelemetryLogger, float_event_manager_), 80},
-                                   {offsetof(TelemetryLogger, string_event_manager_), 88},
+                                   {offsetof(TelemetryLogger, managers_.error_code_manager_), 48},
+                                   {offsetof(TelemetryLogger, managers_.stream_event_manager_), 56},
+                                   {offsetof(TelemetryLogger, managers_.audio_latency_manager_),
+                                    64},
+                                   {offsetof(TelemetryLogger, managers_.int64_event_manager_), 72},
+                                   {offsetof(TelemetryLogger, managers_.float_event_manager_), 80},
+                                   {offsetof(TelemetryLogger, managers_.string_event_manager_), 88},
                                    {offsetof(TelemetryLogger, submission_model_), 96},
                                    {offsetof(TelemetryLogger, task_runner_thread_), 100},
                                    {offsetof(TelemetryLogger, task_runner_), 108},
                                    {sizeof(TelemetryLogger), 132}}) == 0);
 
   static_assert(sizeof(TelemetryLoggerManager::telemetry_enabled_) == 1);
-  static_assert(misplacedOnDevice({{offsetof(TelemetryLoggerManager, telemetry_enabled_), 4},
-                                   {offsetof(TelemetryLoggerManager, session_id_), 8},
-                                   {offsetof(TelemetryLoggerManager, error_code_manager_), 28},
-                                   {offsetof(TelemetryLoggerManager, stream_event_manager_), 36},
-                                   {offsetof(TelemetryLoggerManager, audio_latency_manager_), 44},
-                                   {offsetof(TelemetryLoggerManager, int64_event_manager_), 52},
-                                   {offsetof(TelemetryLoggerManager, float_event_manager_), 60},
-                                   {offsetof(TelemetryLoggerManager, string_event_manager_), 68},
-                                   {offsetof(TelemetryLoggerManager, task_runner_thread_), 76},
-                                   {offsetof(TelemetryLoggerManager, telemetry_logger_), 84},
-                                   {sizeof(TelemetryLoggerManager), 92}}) == 0);
+  static_assert(
+      misplacedOnDevice({{offsetof(TelemetryLoggerManager, telemetry_enabled_), 4},
+                         {offsetof(TelemetryLoggerManager, session_id_), 8},
+                         {offsetof(TelemetryLoggerManager, managers_.error_code_manager_), 28},
+                         {offsetof(TelemetryLoggerManager, managers_.stream_event_manager_), 36},
+                         {offsetof(TelemetryLoggerManager, managers_.audio_latency_manager_), 44},
+                         {offsetof(TelemetryLoggerManager, managers_.int64_event_manager_), 52},
+                         {offsetof(TelemetryLoggerManager, managers_.float_event_manager_), 60},
+                         {offsetof(TelemetryLoggerManager, managers_.string_event_manager_), 68},
+                         {offsetof(TelemetryLoggerManager, task_runner_thread_), 76},
+                         {offsetof(TelemetryLoggerManager, telemetry_logger_), 84},
+                         {sizeof(TelemetryLoggerManager), 92}}) == 0);
 
   static_assert(misplacedOnDevice({{offsetof(TelemetryEnv, logger_), 0},
                                    {offsetof(TelemetryEnv, env_name_), 8},
@@ -234,4 +236,4 @@ static_assert(kTimedManager<KivGenericEvent<std::string>> == 0);
 
 #pragma GCC diagnostic pop
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -3,7 +3,7 @@
 
 #include "kiv/TelemetryLogger.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// Keeps the manager from ending while it lives. For a moment only, and never two on one thread:
 /// process exit waits for it.
@@ -24,4 +24,4 @@ class ScopedManagerRef {
   TelemetryLoggerManager* manager_;
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

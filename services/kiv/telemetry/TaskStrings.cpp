@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 TaskStrings::TaskStrings(std::initializer_list<std::string_view> texts, std::string_view prefix) {
   size_t size = prefix.size();
@@ -31,4 +31,4 @@ ScratchStrings::ScratchStrings(const TaskStrings& texts)
   for (size_t i = 0; i < TaskStrings::kMaxTexts; ++i) (*strings_)[i] = texts[i];
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

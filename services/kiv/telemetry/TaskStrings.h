@@ -10,7 +10,7 @@
 
 #include "services/kiv/telemetry/ThreadLocalScratch.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// Keeps the texts of a report until the worker takes it. They are bound on the threads of those
 /// who report: copied so, usual ones need no memory but the task's own.
@@ -56,4 +56,4 @@ class ScratchStrings {
   const ThreadLocalScratch<Strings> strings_;
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

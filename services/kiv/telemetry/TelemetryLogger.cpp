@@ -21,12 +21,9 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id),
       logger_name_(name),
-      error_code_manager_(std::move(error_code_manager)),
-      stream_event_manager_(std::move(stream_event_manager)),
-      audio_latency_manager_(std::move(audio_latency_manager)),
-      int64_event_manager_(std::move(int64_event_manager)),
-      float_event_manager_(std::move(float_event_manager)),
-      string_event_manager_(std::move(string_event_manager)),
+      managers_{std::move(error_code_manager),    std::move(stream_event_manager),
+                std::move(audio_latency_manager), std::move(int64_event_manager),
+                std::move(float_event_manager),   std::move(string_event_manager)},
       submission_model_(submission_model),
       task_runner_thread_(std::move(task_runner_thread)) {
   task_runner_.emplace(task_runner_thread_);
@@ -41,34 +38,25 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
-    const ScopedManagerRef manager;
-    error_code_manager_ = manager->error_code_manager_;
-    stream_event_manager_ = manager->stream_event_manager_;
-    audio_latency_manager_ = manager->audio_latency_manager_;
-    int64_event_manager_ = manager->int64_event_manager_;
-    float_event_manager_ = manager->float_event_manager_;
-    string_event_manager_ = manager->string_event_manager_;
+    const internal::ScopedManagerRef manager;
+    managers_ = manager->managers_;
     task_runner_thread_ = manager->task_runner_thread_;
     task_runner_.emplace(task_runner_thread_);
   } else {
-    error_code_manager_ = makeErrorCodeManager();
-    stream_event_manager_ = makeStreamEventManager();
-    audio_latency_manager_ = makeAudioLatencyManager();
-    int64_event_manager_ = makeNumericEventManager<long long>();
-    float_event_manager_ = makeNumericEventManager<float>();
-    string_event_manager_ = makeStringEventManager();
+    managers_ = internal::makeAggregationManagers();
   }
   startInternal();
 }
 
-TelemetryLogger::TelemetryLogger() : TelemetryLogger(*ScopedManagerRef()) {}
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(*internal::ScopedManagerRef()) {}
 
 TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
-    : TelemetryLogger(manager.session_id_, std::string(), manager.task_runner_thread_,
-                      manager.error_code_manager_, manager.stream_event_manager_,
-                      manager.audio_latency_manager_, manager.int64_event_manager_,
-                      manager.float_event_manager_, manager.string_event_manager_,
-                      TelemetrySubmissionModel::NON_BLOCKING) {}
+    : TelemetryLogger(
+          manager.session_id_, std::string(), manager.task_runner_thread_,
+          manager.managers_.error_code_manager_, manager.managers_.stream_event_manager_,
+          manager.managers_.audio_latency_manager_, manager.managers_.int64_event_manager_,
+          manager.managers_.float_event_manager_, manager.managers_.string_event_manager_,
+          TelemetrySubmissionModel::NON_BLOCKING) {}
 
 TelemetryLogger::~TelemetryLogger() = default;
 
@@ -83,33 +71,24 @@ bool TelemetryLogger::start() {
 bool TelemetryLogger::stop() {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::stop);
-  // Every manager is stopped, whatever the others answered.
-  bool stopped = error_code_manager_->stop();
-  stopped = stream_event_manager_->stop() && stopped;
-  stopped = audio_latency_manager_->stop() && stopped;
-  stopped = int64_event_manager_->stop() && stopped;
-  stopped = float_event_manager_->stop() && stopped;
-  return string_event_manager_->stop() && stopped;
+  bool stopped = true;
+  // Every manager is stopped, whatever the others return.
+  internal::forEachManager(managers_,
+                           [&stopped](auto& manager) { stopped = manager.stop() && stopped; });
+  return stopped;
 }
 
 bool TelemetryLogger::flush() {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::flush);
-  bool flushed = error_code_manager_->flush();
-  flushed = stream_event_manager_->flush() && flushed;
-  flushed = audio_latency_manager_->flush() && flushed;
-  flushed = int64_event_manager_->flush() && flushed;
-  flushed = float_event_manager_->flush() && flushed;
-  return string_event_manager_->flush() && flushed;
+  bool flushed = true;
+  internal::forEachManager(managers_,
+                           [&flushed](auto& manager) { flushed = manager.flush() && flushed; });
+  return flushed;
 }
 
 bool TelemetryLogger::startInternal() {
-  error_code_manager_->start();
-  stream_event_manager_->start();
-  audio_latency_manager_->start();
-  int64_event_manager_->start();
-  float_event_manager_->start();
-  string_event_manager_->start();
+  internal::forEachManager(managers_, [](auto& manager) { manager.start(); });
   return true;
 }
 

@@ -8,8 +8,12 @@
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/ScopedManagerRef.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
+#include "services/kiv/telemetry/aggregation/WindowAccess.h"
 
 namespace android::kiv {
+
+using internal::ScopedManagerRef;
+using internal::WindowAccess;
 
 namespace {
 
@@ -79,38 +83,41 @@ TelemetryLoggerManager& postExitManager() {
   return afterlife;
 }
 
+std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, const std::string& name,
+                                            const std::shared_ptr<TaskRunnerThread>& thread,
+                                            const internal::AggregationManagers& managers,
+                                            TelemetrySubmissionModel model) {
+  return std::make_shared<TelemetryLogger>(
+      session_id, name, thread, managers.error_code_manager_, managers.stream_event_manager_,
+      managers.audio_latency_manager_, managers.int64_event_manager_, managers.float_event_manager_,
+      managers.string_event_manager_, model);
+}
+
 /// Submits what a manager holds, if somebody else keeps it beyond the process manager's end: nobody
 /// will do it then. `owners` are the ones that let go of it now. One that was stopped holds
 /// nothing, and that is no fault to be logged.
 template <typename Event>
 void submitIfKept(const TelemetryLogger::Manager<Event>& manager, long owners) {
-  if (manager.use_count() > owners) manager->flushIfRunning();
+  if (manager.use_count() > owners && WindowAccess::isRunning(*manager)) manager->flush();
 }
 
 }  // namespace
 
-ScopedManagerRef::ScopedManagerRef() : manager_(&findManager()) {
+internal::ScopedManagerRef::ScopedManagerRef() : manager_(&findManager()) {
   pthread_rwlock_rdlock(&manager_lifetime);
   if (manager_ended) manager_ = &postExitManager();
 }
 
-ScopedManagerRef::~ScopedManagerRef() { pthread_rwlock_unlock(&manager_lifetime); }
+internal::ScopedManagerRef::~ScopedManagerRef() { pthread_rwlock_unlock(&manager_lifetime); }
 
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() { return *ScopedManagerRef(); }
 
 TelemetryLoggerManager::TelemetryLoggerManager()
     : session_id_(nullptr),
-      error_code_manager_(makeErrorCodeManager()),
-      stream_event_manager_(makeStreamEventManager()),
-      audio_latency_manager_(makeAudioLatencyManager()),
-      int64_event_manager_(makeNumericEventManager<long long>()),
-      float_event_manager_(makeNumericEventManager<float>()),
-      string_event_manager_(makeStringEventManager()),
+      managers_(internal::makeAggregationManagers()),
       task_runner_thread_(TaskRunnerThread::create(kTaskStartLimit)),
-      telemetry_logger_(std::make_shared<TelemetryLogger>(
-          session_id_, std::string(), task_runner_thread_, error_code_manager_,
-          stream_event_manager_, audio_latency_manager_, int64_event_manager_, float_event_manager_,
-          string_event_manager_, TelemetrySubmissionModel::NON_BLOCKING)) {}
+      telemetry_logger_(makeLogger(session_id_, std::string(), task_runner_thread_, managers_,
+                                   TelemetrySubmissionModel::NON_BLOCKING)) {}
 
 TelemetryLoggerManager::~TelemetryLoggerManager() {
   // Static objects that were destroyed just before may have reported: once the resources below are
@@ -126,12 +133,12 @@ void TelemetryLoggerManager::submitKeptWindows() {
   // The default logger and this manager own each aggregation; a default logger that is kept keeps
   // them all.
   const long owners = telemetry_logger_.use_count() > 1 ? 0 : 2;
-  submitIfKept(string_event_manager_, owners);
-  submitIfKept(float_event_manager_, owners);
-  submitIfKept(int64_event_manager_, owners);
-  submitIfKept(audio_latency_manager_, owners);
-  submitIfKept(stream_event_manager_, owners);
-  submitIfKept(error_code_manager_, owners);
+  submitIfKept(managers_.string_event_manager_, owners);
+  submitIfKept(managers_.float_event_manager_, owners);
+  submitIfKept(managers_.int64_event_manager_, owners);
+  submitIfKept(managers_.audio_latency_manager_, owners);
+  submitIfKept(managers_.stream_event_manager_, owners);
+  submitIfKept(managers_.error_code_manager_, owners);
 }
 
 std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::getTelemetryLoggerInstance() {
@@ -145,10 +152,8 @@ std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::createLogger(std::strin
                                                                       KivSessionId session_id,
                                                                       bool blocking) {
   auto parent = std::make_shared<KivSessionId>(std::move(session_id));
-  return std::make_shared<TelemetryLogger>(
-      KivSessionId(std::move(parent)), name, task_runner_thread_, error_code_manager_,
-      stream_event_manager_, audio_latency_manager_, int64_event_manager_, float_event_manager_,
-      string_event_manager_, static_cast<TelemetrySubmissionModel>(blocking));
+  return makeLogger(KivSessionId(std::move(parent)), name, task_runner_thread_, managers_,
+                    static_cast<TelemetrySubmissionModel>(blocking));
 }
 
 bool isTelemetryEnabled() {

@@ -8,10 +8,21 @@
 
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/TaskStrings.h"
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/ThreadLocalScratch.h"
+#include "services/kiv/telemetry/aggregation/Reports.h"
+#include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
+
+using internal::AudioLatencyReport;
+using internal::ErrorCodeReport;
+using internal::ReportedStream;
+using internal::ScratchStrings;
+using internal::StreamEventReport;
+using internal::TaskStrings;
+using internal::ThreadLocalScratch;
+using internal::ValueReport;
 
 namespace {
 
@@ -30,8 +41,7 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
 
 }  // namespace
 
-// Each operation that builds an event hands itself over to the worker, where the same call, on the
-// same object, does the work.
+// Off the worker, each operation posts a call of itself, which does the work on the worker.
 
 void TelemetryLogger::postToWorker(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
@@ -41,11 +51,10 @@ void TelemetryLogger::postToWorker(std::function<void()> task) {
   }
 }
 
-template <typename Event, typename MakeEvent>
-void TelemetryLogger::take(TimedAggregationManager<Event>& manager, const AggregationKey& key,
-                           NumericAggregationType method, float sample,
-                           const MakeEvent& make_event) {
-  if (!manager.addReport(key, method, sample)) manager.add(make_event());
+template <typename Report>
+void TelemetryLogger::recordReport(TimedAggregationManager<typename Report::Event>& manager,
+                                   const Report& report) {
+  internal::WindowAccess::add(manager, report);
   if (submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE) manager.flush();
 }
 
@@ -62,10 +71,8 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
   }
   writeErrorLine(kiv_class, api, error_code);
   const std::string& reporting_class = kiv_class.empty() ? logger_name_ : kiv_class;
-  take(*error_code_manager_, ErrorCodeKey(session_id_, api, reporting_class, error_code, severity),
-       NumericAggregationType::COUNT, 1, [&] {
-         return KivErrorCodeEvent{session_id_, api, reporting_class, error_code, severity};
-       });
+  recordReport(*managers_.error_code_manager_,
+               ErrorCodeReport{session_id_, api, reporting_class, error_code, severity});
 }
 
 void TelemetryLogger::logKivErrorCode(KivError error, const std::string& api,
@@ -86,7 +93,7 @@ void TelemetryLogger::logAndroidStatusErrorCode(int status, const std::string& a
 
 void TelemetryLogger::logStreamEvent(const ::kiv::KivPcmInfo& pcm_info,
                                      ::kiv::KivStreamType stream_type, const std::string& event) {
-  logStreamEventInternal(toExtended(pcm_info), stream_type, event);
+  logStreamEventInternal(internal::toExtended(pcm_info), stream_type, event);
 }
 
 void TelemetryLogger::logStreamEvent(const KivPcmInfoExt& pcm_info,
@@ -104,15 +111,14 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
     });
     return;
   }
-  take(*stream_event_manager_, StreamEventKey(session_id_, pcm_info, stream_type, event),
-       NumericAggregationType::COUNT, 1,
-       [&] { return makeStreamRecord<KivStreamEvent>(session_id_, pcm_info, stream_type, event); });
+  recordReport(*managers_.stream_event_manager_,
+               StreamEventReport{ReportedStream::of(session_id_, pcm_info, stream_type), event});
 }
 
 void TelemetryLogger::logAudioLatency(const ::kiv::KivPcmInfo& pcm_info,
                                       ::kiv::KivStreamType stream_type,
                                       std::chrono::milliseconds latency) {
-  logAudioLatencyInternal(toExtended(pcm_info), stream_type, latency);
+  logAudioLatencyInternal(internal::toExtended(pcm_info), stream_type, latency);
 }
 
 void TelemetryLogger::logAudioLatency(const KivPcmInfoExt& pcm_info,
@@ -133,11 +139,8 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
                            latency);
     return;
   }
-  take(*audio_latency_manager_, AudioLatencyKey(session_id_, pcm_info, stream_type),
-       NumericAggregationType::AVG, static_cast<float>(static_cast<uint32_t>(latency.count())),
-       [&] {
-         return makeStreamRecord<KivAudioLatencyEvent>(session_id_, pcm_info, stream_type, latency);
-       });
+  recordReport(*managers_.audio_latency_manager_,
+               AudioLatencyReport{ReportedStream::of(session_id_, pcm_info, stream_type), latency});
 }
 
 template <typename T>
@@ -160,16 +163,13 @@ void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
     }
     return;
   }
-  const std::string full_name = std::string(prefix).append(name);
-  const auto make_event = [&] {
-    return KivGenericEvent<T>{{session_id_, full_name, aggregation_type}, value};
-  };
-  if constexpr (std::is_same_v<T, std::string>) {
-    take(*manager, GenericStringKey(session_id_, full_name, aggregation_type, value),
-         NumericAggregationType::COUNT, 1, make_event);
+  if (prefix.empty()) {
+    recordReport(*manager, ValueReport<T>{session_id_, name, aggregation_type, value});
   } else {
-    take(*manager, GenericKey(session_id_, full_name, aggregation_type), aggregation_type,
-         static_cast<float>(value), make_event);
+    const ThreadLocalScratch<std::string> full_name(prefix.size() + name.size(),
+                                                    [] { return std::string(); });
+    full_name->assign(prefix).append(name);
+    recordReport(*manager, ValueReport<T>{session_id_, *full_name, aggregation_type, value});
   }
 }
 
@@ -180,23 +180,23 @@ template void TelemetryLogger::recordKivEvent<long long>(const Manager<KivGeneri
 template <>
 void TelemetryLogger::logKivEvent<long long>(const std::string& name, const long long& value,
                                              NumericAggregationType aggregation_type) {
-  recordKivEvent(int64_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(managers_.int64_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<float>(const std::string& name, const float& value,
                                          NumericAggregationType aggregation_type) {
-  recordKivEvent(float_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(managers_.float_event_manager_, {}, name, value, aggregation_type);
 }
 
 template <>
 void TelemetryLogger::logKivEvent<std::string>(const std::string& name, const std::string& value,
                                                NumericAggregationType aggregation_type) {
-  recordKivEvent(string_event_manager_, {}, name, value, aggregation_type);
+  recordKivEvent(managers_.string_event_manager_, {}, name, value, aggregation_type);
 }
 
 void TelemetryLogger::logKivClientCall(const std::string& api, const std::string& value) {
-  recordKivEvent(string_event_manager_, "client_api_call.", api, value,
+  recordKivEvent(managers_.string_event_manager_, "client_api_call.", api, value,
                  NumericAggregationType::COUNT);
 }
 

@@ -17,8 +17,8 @@ KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& kiv_class
 void TelemetryLogger::kiv_endTraceSection(const KivTraceInfo& info) {
   const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(internal::steadyNow() -
                                                                              info.start_time);
-  recordKivEvent<long long>(int64_event_manager_, "api_latency_us.", info.name, elapsed.count(),
-                            NumericAggregationType::AVG);
+  recordKivEvent<long long>(managers_.int64_event_manager_, "api_latency_us.", info.name,
+                            elapsed.count(), NumericAggregationType::AVG);
 }
 
 std::shared_ptr<void> TelemetryLogger::startTrace(const std::string& kiv_class,

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// An object that the calling thread has used before, so that its strings have memory already. One
 /// that is made while another is in use, or that is the thread's first, is a fresh one.
@@ -49,4 +49,4 @@ class ThreadLocalScratch {
   const bool keeps_;
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

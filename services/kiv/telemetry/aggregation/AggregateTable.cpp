@@ -4,93 +4,147 @@
 #include <cstring>
 #include <new>
 
-#include "services/kiv/telemetry/aggregation/TextHash.h"
+namespace android::kiv::internal {
 
-namespace android::kiv {
+namespace {
 
-AggregateTable::Aggregate& AggregateTable::find(const AggregationKey& key) {
-  // What goes wrong goes wrong many times in a row.
-  if (last_found_ == nullptr || !isOf(*last_found_, key)) last_found_ = &findEntry(key, key.hash());
-  return last_found_->aggregate;
+/// The part of a session that is hashed. Identifiers are random: half of one is enough.
+std::string_view hashedText(const KivSessionId& session) {
+  return std::string_view(session.id()).substr(0, 16);
 }
 
-AggregateTable::Entry& AggregateTable::findEntry(const AggregationKey& key, uint32_t hash) {
-  const void*& known = index_.find(
-      hash, [&key](const void* item) { return isOf(*static_cast<const Entry*>(item), key); });
-  if (known != nullptr) return *const_cast<Entry*>(static_cast<const Entry*>(known));
-  Entry* const entry = makeEntry(key);
-  known = entry;
-  order_.insert(entry);
-  return *entry;
+}  // namespace
+
+AggregateTable::AggregateTable(const KeyLayout& layout)
+    : layout_(layout), seed_(processHashSeed()) {}
+
+AggregateTable::Aggregate& AggregateTable::findOrInsert(const AggregationKey& key) {
+  // Fast path: consecutive reports often have the same key.
+  if (last_found_ != nullptr && matches(*last_found_, key)) return last_found_->aggregate;
+  return findOrInsert(key, hashOf(key));
+}
+
+AggregateTable::Aggregate& AggregateTable::findOrInsert(const AggregationKey& key, uint32_t hash) {
+  Entry*& known =
+      index_.find(hash, [this, &key](const Entry& entry) { return matches(entry, key); });
+  if (known == nullptr) known = makeEntry(key);
+  last_found_ = known;
+  return known->aggregate;
 }
 
 void AggregateTable::clear() {
-  order_.clear();
   index_.clear();
   session_index_.clear();
   sessions_.clear();
   entries_.clear();
-  has_nul_ = false;
   last_found_ = nullptr;
 }
 
-AggregateTable::EntryKey::EntryKey(const Entry& entry, size_t key_size)
-    : AggregationKey(*entry.session, key_size) {
-  size_t start = 0;
-  for (size_t i = 0; i < key_size; ++i) {
-    const size_t end = entry.ends()[i];
-    parts[i] = std::string_view(entry.text(key_size) + start, end - start);
-    start = end + 1;
+uint32_t AggregateTable::hashOf(const AggregationKey& key) const {
+  TextHash hash(seed_);
+  hash.add(hashedText(*key.session));
+  for (size_t i = 0; i < layout_.numbers; i += 2) {
+    hash.add(key.numbers[i], i + 1 < layout_.numbers ? key.numbers[i + 1] : 0);
   }
-}
-
-bool AggregateTable::Less::operator()(const Entry* left, const Entry* right) const {
-  if (left->session != right->session) return *left->session < *right->session;
-  const size_t key_size = table->key_size_;
-  if (table->has_nul_) return EntryKey(*left, key_size).parts < EntryKey(*right, key_size).parts;
-  // The NUL behind each part is less than any byte in them, so all are compared at once.
-  return std::string_view(left->text(key_size), left->ends()[key_size - 1]) <
-         std::string_view(right->text(key_size), right->ends()[key_size - 1]);
-}
-
-bool AggregateTable::isOf(const Entry& entry, const AggregationKey& key) {
-  const char* const text = entry.text(key.size);
-  size_t start = 0;
-  for (size_t i = 0; i < key.size; ++i) {
-    const std::string_view part = key.parts[i];
-    const size_t end = entry.ends()[i];
-    if (end - start != part.size()) return false;
-    if (std::memcmp(text + start, part.data(), part.size()) != 0) return false;
-    start = end + 1;
-  }
-  return entry.session->compare(*key.session) == 0;
+  for (size_t i = 0; i < layout_.texts; ++i) hash.add(key.texts[i]);
+  return hash.get();
 }
 
 AggregateTable::Entry* AggregateTable::makeEntry(const AggregationKey& key) {
-  size_t bytes = sizeof(Entry);
-  for (size_t i = 0; i < key_size_; ++i) bytes += sizeof(size_t) + key.parts[i].size() + 1;
-  auto* const entry = new (entries_.allocate(bytes)) Entry{{}, findSession(*key.session)};
-  auto* end = reinterpret_cast<size_t*>(entry + 1);
-  auto* const text = reinterpret_cast<char*>(end + key_size_);
-  auto* next = text;
-  for (size_t i = 0; i < key_size_; ++i) {
-    const std::string_view part = key.parts[i];
-    has_nul_ = has_nul_ || part.find('\0') != std::string_view::npos;
-    next = std::copy(part.begin(), part.end(), next);
-    *end++ = static_cast<size_t>(next - text);
+  size_t bytes =
+      sizeof(Entry) + layout_.texts * sizeof(size_t) + layout_.numbers * sizeof(uint32_t);
+  for (size_t i = 0; i < layout_.texts; ++i) bytes += key.texts[i].size() + 1;
+  auto* const entry = new (entries_.allocate(bytes)) Entry{{}, findOrInsertSession(*key.session)};
+  auto* const ends = const_cast<size_t*>(endsOf(*entry));
+  std::copy_n(key.numbers.begin(), layout_.numbers, const_cast<uint32_t*>(numbersOf(*entry)));
+  auto* const first = const_cast<char*>(bytesOf(*entry));
+  char* next = first;
+  for (size_t i = 0; i < layout_.texts; ++i) {
+    next = std::copy(key.texts[i].begin(), key.texts[i].end(), next);
+    ends[i] = static_cast<size_t>(next - first);
     *next++ = '\0';
   }
   return entry;
 }
 
-const KivSessionId* AggregateTable::findSession(const KivSessionId& session) {
-  TextHash hash;
-  hash.add(hashedPart(session));
-  const void*& known = session_index_.find(hash.get(), [&session](const void* item) {
-    return static_cast<const KivSessionId*>(item)->compare(session) == 0;
-  });
+const KivSessionId* AggregateTable::findOrInsertSession(const KivSessionId& session) {
+  TextHash hash(seed_);
+  hash.add(hashedText(session));
+  const KivSessionId*& known = session_index_.find(
+      hash.get(), [&session](const KivSessionId& other) { return other.compare(session) == 0; });
   if (known == nullptr) known = &sessions_.emplace_front(session);
-  return static_cast<const KivSessionId*>(known);
+  return known;
 }
 
-}  // namespace android::kiv
+const size_t* AggregateTable::endsOf(const Entry& entry) const {
+  return reinterpret_cast<const size_t*>(&entry + 1);
+}
+
+const uint32_t* AggregateTable::numbersOf(const Entry& entry) const {
+  return reinterpret_cast<const uint32_t*>(endsOf(entry) + layout_.texts);
+}
+
+const char* AggregateTable::bytesOf(const Entry& entry) const {
+  return reinterpret_cast<const char*>(numbersOf(entry) + layout_.numbers);
+}
+
+AggregationKey AggregateTable::keyOf(const Entry& entry) const {
+  AggregationKey key;
+  key.session = entry.session;
+  std::copy_n(numbersOf(entry), layout_.numbers, key.numbers.begin());
+  size_t start = 0;
+  for (size_t i = 0; i < layout_.texts; ++i) {
+    const size_t end = endsOf(entry)[i];
+    key.texts[i] = std::string_view(bytesOf(entry) + start, end - start);
+    start = end + 1;
+  }
+  return key;
+}
+
+bool AggregateTable::matches(const Entry& entry, const AggregationKey& key) const {
+  if (!std::equal(numbersOf(entry), numbersOf(entry) + layout_.numbers, key.numbers.begin())) {
+    return false;
+  }
+  size_t start = 0;
+  for (size_t i = 0; i < layout_.texts; ++i) {
+    const std::string_view text = key.texts[i];
+    const size_t end = endsOf(entry)[i];
+    if (end - start != text.size()) return false;
+    if (std::memcmp(bytesOf(entry) + start, text.data(), text.size()) != 0) return false;
+    start = end + 1;
+  }
+  return entry.session->compare(*key.session) == 0;
+}
+
+bool AggregateTable::isLess(const Entry& left, const Entry& right) const {
+  if (left.session != right.session) return *left.session < *right.session;
+  const AggregationKey left_key = keyOf(left);
+  const AggregationKey right_key = keyOf(right);
+  for (size_t i = 0; i < layout_.leading_texts; ++i) {
+    if (const int order = left_key.texts[i].compare(right_key.texts[i]); order != 0) {
+      return order < 0;
+    }
+  }
+  for (size_t i = 0; i < layout_.numbers; ++i) {
+    if (left_key.numbers[i] != right_key.numbers[i]) {
+      return left_key.numbers[i] < right_key.numbers[i];
+    }
+  }
+  for (size_t i = layout_.leading_texts; i < layout_.texts; ++i) {
+    if (const int order = left_key.texts[i].compare(right_key.texts[i]); order != 0) {
+      return order < 0;
+    }
+  }
+  return false;
+}
+
+size_t AggregateTable::sortEntries() {
+  using Slot = HashIndex<Entry>::Slot;
+  const size_t count = index_.compact();
+  std::sort(index_.slots(), index_.slots() + count, [this](const Slot& left, const Slot& right) {
+    return isLess(*left.item, *right.item);
+  });
+  return count;
+}
+
+}  // namespace android::kiv::internal

@@ -2,42 +2,22 @@
 
 #include "services/kiv/telemetry/aggregation/TableAggregator.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 namespace {
 
 template <typename Event>
 auto makeManager() {
-  return std::make_shared<TimedAggregationManager<Event>>(
-      std::make_shared<TableAggregator<Event>>(), kAggregationPeriod);
+  return std::make_shared<TimedAggregationManager<Event>>(TableAggregator<Event>::make(),
+                                                          kAggregationPeriod);
 }
 
 }  // namespace
 
-std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> makeErrorCodeManager() {
-  return makeManager<KivErrorCodeEvent>();
+AggregationManagers makeAggregationManagers() {
+  return {makeManager<KivErrorCodeEvent>(),      makeManager<KivStreamEvent>(),
+          makeManager<KivAudioLatencyEvent>(),   makeManager<KivGenericEvent<long long>>(),
+          makeManager<KivGenericEvent<float>>(), makeManager<KivGenericEvent<std::string>>()};
 }
 
-std::shared_ptr<TimedAggregationManager<KivStreamEvent>> makeStreamEventManager() {
-  return makeManager<KivStreamEvent>();
-}
-
-std::shared_ptr<TimedAggregationManager<KivAudioLatencyEvent>> makeAudioLatencyManager() {
-  return makeManager<KivAudioLatencyEvent>();
-}
-
-template <>
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<long long>>> makeNumericEventManager() {
-  return makeManager<KivGenericEvent<long long>>();
-}
-
-template <>
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<float>>> makeNumericEventManager() {
-  return makeManager<KivGenericEvent<float>>();
-}
-
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<std::string>>> makeStringEventManager() {
-  return makeManager<KivGenericEvent<std::string>>();
-}
-
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

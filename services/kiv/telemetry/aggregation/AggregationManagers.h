@@ -1,25 +1,22 @@
-/// The six aggregations of the library, each under its window and not running.
+/// Operations on the six aggregations of a logger.
 #pragma once
 
-#include <memory>
-#include <string>
+#include "kiv/internal/AggregationManagers.h"
 
-#include "kiv/KivAudioLatencyAggregator.h"
-#include "kiv/KivErrorCodeAggregator.h"
-#include "kiv/KivGenericEventAggregator.h"
-#include "kiv/KivStreamEventAggregator.h"
-#include "kiv/TimedAggregationManager.h"
+namespace android::kiv::internal {
 
-namespace android::kiv {
+/// The library's own aggregators, each under its window and not running.
+AggregationManagers makeAggregationManagers();
 
-std::shared_ptr<TimedAggregationManager<KivErrorCodeEvent>> makeErrorCodeManager();
-std::shared_ptr<TimedAggregationManager<KivStreamEvent>> makeStreamEventManager();
-std::shared_ptr<TimedAggregationManager<KivAudioLatencyEvent>> makeAudioLatencyManager();
+/// Calls `operation` with each manager, in order.
+template <typename Operation>
+void forEachManager(const AggregationManagers& managers, const Operation& operation) {
+  operation(*managers.error_code_manager_);
+  operation(*managers.stream_event_manager_);
+  operation(*managers.audio_latency_manager_);
+  operation(*managers.int64_event_manager_);
+  operation(*managers.float_event_manager_);
+  operation(*managers.string_event_manager_);
+}
 
-/// For `long long` and `float`.
-template <typename T>
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<T>>> makeNumericEventManager();
-
-std::shared_ptr<TimedAggregationManager<KivGenericEvent<std::string>>> makeStringEventManager();
-
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -1,6 +1,6 @@
 #include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 const char* aggregationMethodToString(NumericAggregationType type) {
   switch (type) {
@@ -34,4 +34,4 @@ float combine(NumericAggregationType type, float aggregate, uint32_t count, floa
   return aggregate;
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -5,7 +5,7 @@
 
 #include "kiv/NumericAggregationType.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// The method's name; "UNKNOWN" for a value that is none.
 const char* aggregationMethodToString(NumericAggregationType type);
@@ -14,4 +14,4 @@ const char* aggregationMethodToString(NumericAggregationType type);
 /// method leaves it as it is.
 float combine(NumericAggregationType type, float aggregate, uint32_t count, float sample);
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

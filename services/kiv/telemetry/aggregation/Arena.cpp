@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 namespace {
 
@@ -39,4 +39,4 @@ void Arena::release() {
   total_ = 0;
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

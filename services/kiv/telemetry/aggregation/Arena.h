@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 class Arena {
  public:
@@ -32,4 +32,4 @@ class Arena {
   size_t total_ = 0;  // in all blocks
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

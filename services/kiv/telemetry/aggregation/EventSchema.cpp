@@ -1,47 +1,107 @@
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
 
+#include "kiv/KivAudioLatencyAggregator.h"
+#include "kiv/KivErrorCodeAggregator.h"
+#include "kiv/KivGenericEventAggregator.h"
+#include "kiv/KivStreamEventAggregator.h"
 #include "services/kiv/telemetry/aggregation/AggregationMethod.h"
+#include "services/kiv/telemetry/vocabulary/AudioFormatNames.h"
+#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
+#include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
-void EventFields::add(const char* name, unsigned int value) {
-  append(name, Type::UNSIGNED).integer = static_cast<int>(value);
-}
+namespace {
 
-void EventFields::add(const char* name, long long value) {
-  append(name, Type::INT64).integer = value;
-}
-
-void EventFields::add(const char* name, bool value) {
-  append(name, Type::BOOL).integer = value ? 1 : 0;
-}
-
-void EventFields::add(const char* name, float value) { append(name, Type::FLOAT).number = value; }
-
-void EventFields::add(const char* name, std::string_view value) {
-  append(name, Type::STRING).text = value;
-}
-
-EventFields::Field& EventFields::append(const char* name, Type type) {
-  Field& field = fields_[size_++];
-  field.name = name;
-  field.type = type;
-  return field;
-}
-
-void beginFields(const AggregateView& aggregate, NumericAggregationType method,
-                 EventFields& fields) {
+/// The fields with which every kind begins.
+void addCommonFields(const AggregateView& aggregate, NumericAggregationType method,
+                     EventFields& fields) {
   fields.add("aggregation_method", aggregationMethodToString(method));
   fields.add("aggregated_count", static_cast<unsigned int>(aggregate.count));
   fields.add("kiv_session_id", aggregate.session);
 }
 
-Description::Description(Describe* describe, const AggregationKey& key,
-                         NumericAggregationType method, float value, uint32_t count)
-    : session(key.session->toString()) {
-  describe({key, session, method, value, count}, fields);
+void addErrorCodeFields(const AggregateView& aggregate, EventFields& fields) {
+  const AggregationKey& key = aggregate.key;
+  addCommonFields(aggregate, aggregate.method, fields);
+  fields.add("kiv_class", key.texts[ErrorCodeKey::CLASS]);
+  fields.add("kiv_api", key.texts[ErrorCodeKey::API]);
+  fields.add("kiv_error_code", key.texts[ErrorCodeKey::CODE]);
+  fields.add("severity", static_cast<long long>(key.numbers[ErrorCodeKey::SEVERITY]));
 }
 
-Description::~Description() = default;
+void addStreamEventFields(const AggregateView& aggregate, EventFields& fields) {
+  const auto& numbers = aggregate.key.numbers;
+  const auto type =
+      static_cast<::kiv::KivStreamType>(numbers[StreamKey::TYPE] ^ StreamKey::kTypeSign);
+  addCommonFields(aggregate, aggregate.method, fields);
+  fields.add("pcm_format", audioFormatName(numbers[StreamKey::FORMAT]));
+  fields.add("stream_type", fields.store(streamTypeToString(type)));
+  fields.add("sample_rate", numbers[StreamKey::SAMPLE_RATE]);
+  fields.add("samples", numbers[StreamKey::SAMPLES]);
+  fields.add("channels", numbers[StreamKey::CHANNELS]);
+  fields.add("interleaved", numbers[StreamKey::INTERLEAVED] != 0);
+  fields.add("kiv_event", aggregate.key.texts[StreamKey::EVENT]);
+}
 
-}  // namespace android::kiv
+void addAudioLatencyFields(const AggregateView& aggregate, EventFields& fields) {
+  addCommonFields(aggregate, aggregate.method, fields);
+}
+
+/// The one set of fields that all three kinds of named values share.
+void addValueFields(const AggregateView& aggregate, NumericAggregationType method,
+                    long long value_int, float value_float, std::string_view value_string,
+                    EventFields& fields) {
+  addCommonFields(aggregate, method, fields);
+  fields.add("kiv_event_name", aggregate.key.texts[ValueKey::NAME]);
+  fields.add("value_int", value_int);
+  fields.add("value_float", value_float);
+  fields.add("value_string", value_string);
+}
+
+NumericAggregationType methodIn(const AggregationKey& key) {
+  return static_cast<NumericAggregationType>(key.numbers[ValueKey::METHOD]);
+}
+
+void addIntegerValueFields(const AggregateView& aggregate, EventFields& fields) {
+  addValueFields(aggregate, methodIn(aggregate.key), saturatingCast<long long>(aggregate.value),
+                 0.0F, "", fields);
+}
+
+void addFloatValueFields(const AggregateView& aggregate, EventFields& fields) {
+  addValueFields(aggregate, methodIn(aggregate.key), 0, aggregate.value, "", fields);
+}
+
+void addTextValueFields(const AggregateView& aggregate, EventFields& fields) {
+  addValueFields(aggregate, aggregate.method, 0, 0.0F, aggregate.key.texts[ValueKey::VALUE],
+                 fields);
+}
+
+constexpr KeyLayout kNumericValueKey{1, 1, 1};
+
+}  // namespace
+
+const EventSchema kErrorCodeSchema{KivErrorCodeBaseAggregator::kKivErrorCodeEvent,
+                                   NumericAggregationType::COUNT,
+                                   {1, 3, 3},
+                                   addErrorCodeFields};
+const EventSchema kStreamEventSchema{KivStreamEventBaseAggregator::kKivStreamEvent,
+                                     NumericAggregationType::COUNT,
+                                     {6, 1, 0},
+                                     addStreamEventFields};
+const EventSchema kAudioLatencySchema{KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent,
+                                      NumericAggregationType::AVG,
+                                      {6, 0, 0},
+                                      addAudioLatencyFields};
+const EventSchema kIntegerValueSchema{KivGenericInt64BaseAggregator::kKivGenericEvent,
+                                      NumericAggregationType::COUNT, kNumericValueKey,
+                                      addIntegerValueFields};
+const EventSchema kFloatValueSchema{KivGenericFloatBaseAggregator::kKivGenericEvent,
+                                    NumericAggregationType::COUNT, kNumericValueKey,
+                                    addFloatValueFields};
+const EventSchema kTextValueSchema{KivGenericStringBaseAggregator::kKivGenericEvent,
+                                   NumericAggregationType::COUNT,
+                                   {1, 2, 1},
+                                   addTextValueFields};
+
+}  // namespace android::kiv::internal

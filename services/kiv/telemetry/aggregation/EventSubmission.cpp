@@ -4,7 +4,7 @@
 
 #include "tamsa/Ptr.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 namespace {
 
@@ -13,11 +13,10 @@ using TAMSA::UnifiedTelemetry::v9::ITelemetryHandler;
 
 constexpr int32_t kReportFlag = 1;
 
-// Small, because a module may do several things at each level, which multiply.
-constexpr int kDeepestSubmission = 4;
+// Small, because a module may start several submissions at each level, which multiply.
+constexpr int kNestingLimit = 4;
 
-/// That lie within each other.
-thread_local int submissions = 0;
+thread_local int nested_submissions = 0;
 
 template <typename SetFields>
 void submit(ITelemetryHandler& handler, const char* event_name, const SetFields& set_fields) {
@@ -34,7 +33,7 @@ void submit(ITelemetryHandler& handler, const char* event_name, const SetFields&
   }
 }
 
-/// Integers first, then floats, then texts, as they are set for staged fields.
+/// Integers first, then floats, then texts, in the order in which staged fields are set.
 void setFields(ITelemetryEvent& event, const EventFields& fields) {
   using Type = EventFields::Type;
   for (const EventFields::Field& field : fields) {
@@ -50,11 +49,11 @@ void setFields(ITelemetryEvent& event, const EventFields& fields) {
 
 }  // namespace
 
-NestedSubmission::NestedSubmission() { ++submissions; }
+NestedSubmission::NestedSubmission() { ++nested_submissions; }
 
-NestedSubmission::~NestedSubmission() { --submissions; }
+NestedSubmission::~NestedSubmission() { --nested_submissions; }
 
-bool NestedSubmission::isDeepest() { return submissions == kDeepestSubmission; }
+bool NestedSubmission::limitReached() { return nested_submissions == kNestingLimit; }
 
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
   using std::chrono::duration_cast;
@@ -97,7 +96,7 @@ void submitEvent(ITelemetryHandler& handler, const char* event_name, const Stage
   submit(handler, event_name, [&](ITelemetryEvent& event) { fields.setOn(event); });
 }
 
-void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const EventSchema& kind,
+void submitTable(ITelemetryHandler& handler, AggregateTable& table, const EventSchema& schema,
                  std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end) {
   const long long start_milliseconds = toEpochMilliseconds(start);
@@ -111,8 +110,8 @@ void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const 
       session_text = session->toString();
     }
     fields.clear();
-    kind.describe({key, session_text, kind.method, aggregate.value, aggregate.count}, fields);
-    submit(handler, kind.name, [&](ITelemetryEvent& event) {
+    schema.add_fields({key, session_text, schema.method, aggregate.value, aggregate.count}, fields);
+    submit(handler, schema.event_name, [&](ITelemetryEvent& event) {
       event.setInt64Field("start_time_since_epoch", start_milliseconds);
       event.setInt64Field("end_time_since_epoch", end_milliseconds);
       setFields(event, fields);
@@ -120,4 +119,4 @@ void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const 
   });
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -1,5 +1,4 @@
-/// Handing events to the telemetry module: the part of submission that does not depend on the kind
-/// of event.
+/// Hands events to the telemetry module. Independent of the kind of event.
 #pragma once
 
 #include <chrono>
@@ -11,14 +10,14 @@
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
 #include "tamsa/UnifiedTelemetry.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// Milliseconds since the Unix epoch, truncated from microseconds, on which a device's clock ticks.
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time);
 
-/// One submission among those that lie within each other on a thread: a telemetry module that
-/// reports in turn may have further windows closed. Where it does so whenever it is called it would
-/// never come to an end, so from some depth on a window stays open instead.
+/// Counts the submissions that are nested on this thread: a telemetry module that reports while it
+/// takes an event may have further windows closed. A module that does so each time it is called
+/// would recurse without end, so beyond a limit windows stay open.
 class NestedSubmission {
  public:
   NestedSubmission();
@@ -27,22 +26,23 @@ class NestedSubmission {
   NestedSubmission(const NestedSubmission&) = delete;
   NestedSubmission& operator=(const NestedSubmission&) = delete;
 
-  /// Whether no further one may begin.
-  static bool isDeepest();
+  /// True if no further submission may begin on this thread.
+  static bool limitReached();
 };
 
-/// Clears those fields that are not empty already.
+/// Clears the maps that are not empty.
 void clearFields(std::unordered_map<std::string, int64_t>& int_fields,
                  std::unordered_map<std::string, float>& float_fields,
                  std::unordered_map<std::string, std::string>& string_fields);
 
-/// Staged fields, which while it lives are out of reach of a module that has others staged.
+/// Holds the staged fields of an aggregator for the duration of a submission, so that a module that
+/// has this aggregator stage further fields meanwhile cannot change them.
 class StagedFields {
  public:
   StagedFields(std::unordered_map<std::string, int64_t>& int_fields,
                std::unordered_map<std::string, float>& float_fields,
                std::unordered_map<std::string, std::string>& string_fields);
-  /// Gives them back, for the sake of their memory.
+  /// Returns the maps, whose buckets serve the next event.
   ~StagedFields();
 
   StagedFields(const StagedFields&) = delete;
@@ -66,10 +66,10 @@ class StagedFields {
 void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const char* event_name,
                  const StagedFields& fields);
 
-/// Does the same for every entry of a table, in key order.
-void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler,
-                 const AggregateTable& table, const EventSchema& kind,
-                 std::chrono::system_clock::time_point start,
+/// Submits one event for every entry of a table, in key order. The table has to be cleared
+/// afterwards.
+void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, AggregateTable& table,
+                 const EventSchema& schema, std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end);
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -1,49 +1,76 @@
-/// Finds what is stored elsewhere by its hash.
+/// Finds items that are stored elsewhere by their hashes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// Open addressing with linear probing. Refers to items, and owns none.
+template <typename Item>
 class HashIndex {
  public:
-  /// The place of the item with this hash of which `matches(item)` is true. If there is none, the
-  /// place is empty, and is to be filled.
+  struct Slot {
+    Item* item;  ///< Null in an empty slot.
+    uint32_t hash;
+  };
+
+  bool empty() const { return used_ == 0; }
+
+  /// The slot of the item with this hash for which `matches(item)` is true. If there is none, the
+  /// slot is empty, and the caller has to fill it.
   template <typename Matches>
-  const void*& find(uint32_t hash, const Matches& matches) {
+  Item*& find(uint32_t hash, const Matches& matches) {
     if (used_ >= slots_.size() / 4 * 3) grow();
     const size_t mask = slots_.size() - 1;
     size_t i = hash & mask;
     for (; slots_[i].item != nullptr; i = (i + 1) & mask) {
-      if (slots_[i].hash == hash && matches(slots_[i].item)) return slots_[i].item;
+      if (slots_[i].hash == hash && matches(*slots_[i].item)) return slots_[i].item;
     }
     slots_[i].hash = hash;
     ++used_;
     return slots_[i].item;
   }
 
-  /// Whether it never grew beyond its first size.
+  /// True while it has not grown beyond its first size.
   bool isSmall() const { return slots_.size() <= kFirstSize; }
 
-  /// Empties it, and keeps its size.
-  void clear();
+  /// Empties the index and keeps its size.
+  void clear() {
+    std::fill(slots_.begin(), slots_.end(), Slot{});
+    used_ = 0;
+  }
+
+  /// Moves the slots that are in use to the front and returns how many they are. Until it is
+  /// cleared, the index then serves as an array of them and finds nothing.
+  size_t compact() {
+    std::partition(slots_.begin(), slots_.end(),
+                   [](const Slot& slot) { return slot.item != nullptr; });
+    return used_;
+  }
+
+  Slot* slots() { return slots_.data(); }
 
  private:
   static constexpr size_t kFirstSize = 8;
 
-  struct Slot {
-    const void* item;
-    uint32_t hash;
-  };
-
-  void grow();
+  void grow() {
+    std::vector<Slot> grown(std::max(kFirstSize, slots_.size() * 2));
+    const size_t mask = grown.size() - 1;
+    for (const Slot& slot : slots_) {
+      if (slot.item == nullptr) continue;
+      size_t i = slot.hash & mask;
+      while (grown[i].item != nullptr) i = (i + 1) & mask;
+      grown[i] = slot;
+    }
+    slots_.swap(grown);
+  }
 
   // A power of two of slots, at most three quarters used, so that a search ends soon.
   std::vector<Slot> slots_;
   size_t used_ = 0;
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

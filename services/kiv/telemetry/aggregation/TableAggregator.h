@@ -1,68 +1,69 @@
-/// The aggregators that the library makes for itself.
+/// The aggregators that the library makes for its own loggers.
 #pragma once
 
 #include <chrono>
-#include <cstring>
 #include <memory>
-#include <typeinfo>
 
 #include "kiv/KivBaseAggregator.h"
 #include "services/kiv/telemetry/aggregation/AggregateTable.h"
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/aggregation/Reports.h"
 #include "tamsa/Ptr.h"
 #include "tamsa/UnifiedTelemetry.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
-/// What they have in common: all but the kind of report.
-class TableAggregatorBase {
+/// The open window of one kind of event.
+class AggregationWindow {
  public:
+  explicit AggregationWindow(const EventSchema& schema) : schema_(schema) {}
+
   void add(const AggregationKey& key, NumericAggregationType method, float sample);
-  void flush(const EventSchema& kind, std::chrono::system_clock::time_point start,
+  void flush(std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end);
   void reset() { table_ = nullptr; }
 
  private:
-  std::unique_ptr<AggregateTable> table_;
+  const EventSchema& schema_;
+  std::unique_ptr<AggregateTable> table_;  // null until there is a report
   TAMSA::Ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> handler_;
 };
 
-/// Does what the public aggregator of the kind does, with the same results at less cost. That one
-/// has to reach each of its steps through operations that a client may have overridden. This one
-/// makes no copies of keys, and hands fields to the module without staging them.
+/// Produces the same events as the public aggregator of its kind, at less cost: no operation can be
+/// overridden, so keys are not copied and fields are not staged.
 template <typename Event>
 class TableAggregator final : public KivAggregator<Event> {
  public:
-  using Kind = EventTraits<Event>;
+  using Report = typename ReportOf<Event>::Type;
 
-  /// `aggregator` if it is one of these, else null. Clients' classes may lack the type information
-  /// that the language's own casts would look at.
-  static TableAggregator* cast(KivAggregator<Event>& aggregator) {
-    const void* const* table = nullptr;
-    std::memcpy(&table, static_cast<const void*>(&aggregator), sizeof(table));
-    return table[-1] == &typeid(TableAggregator) ? static_cast<TableAggregator*>(&aggregator)
-                                                 : nullptr;
+  static std::shared_ptr<KivAggregator<Event>> make() {
+    return std::shared_ptr<KivAggregator<Event>>(new TableAggregator, Deleter{});
   }
 
-  void add(const Event& event) override {
-    addReport(typename Kind::Key(event), Kind::methodOf(event), Kind::sampleOf(event));
+  /// Null if `make` has not made the aggregator.
+  static TableAggregator* from(const std::shared_ptr<KivAggregator<Event>>& aggregator) {
+    // The deleter tells, even of classes of clients without RTTI, which casts could not.
+    return std::get_deleter<Deleter>(aggregator) != nullptr
+               ? static_cast<TableAggregator*>(aggregator.get())
+               : nullptr;
   }
 
-  /// The same for a report of which there is no record.
-  void addReport(const AggregationKey& key, NumericAggregationType method, float sample) {
-    aggregates_.add(key, method, sample);
-  }
+  void add(const Report& report) { window_.add(report.key(), report.method(), report.sample()); }
+  void add(const Event& event) override { add(Report::of(event)); }
 
   void flush(std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end) override {
-    aggregates_.flush(Kind::kEvents, start, end);
+    window_.flush(start, end);
   }
 
-  void reset() override { aggregates_.reset(); }
+  void reset() override { window_.reset(); }
 
  private:
-  TableAggregatorBase aggregates_;
+  struct Deleter {
+    void operator()(KivAggregator<Event>* aggregator) const { delete aggregator; }
+  };
+
+  AggregationWindow window_{Report::kSchema};
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

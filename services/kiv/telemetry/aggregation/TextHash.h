@@ -1,4 +1,4 @@
-/// Hashes of texts, for tables in memory.
+/// A keyed hash, for tables in memory whose keys may be chosen by somebody hostile.
 #pragma once
 
 #include <climits>
@@ -8,12 +8,23 @@
 #include <string_view>
 #include <type_traits>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
-/// Takes in texts two machine words at a time, which are multiplied with each other: the standard
-/// library's hashes take several times as many dependent steps.
+/// The secret of a process's hashes. Without it, inputs that collide cannot be made on purpose.
+struct HashSeed {
+  size_t multiplier;
+  size_t state;
+};
+
+/// Drawn at random on first use.
+const HashSeed& processHashSeed();
+
+/// Multiplies two machine words of input at a time with each other: the standard library's hashes
+/// take several times as many dependent steps.
 class TextHash {
  public:
+  explicit TextHash(const HashSeed& seed) : multiplier_(seed.multiplier), state_(seed.state) {}
+
   void add(std::string_view text) {
     const char* next = text.data();
     const char* const end = next + text.size();
@@ -22,6 +33,8 @@ class TextHash {
     }
     mixLast(next, static_cast<size_t>(end - next));
   }
+
+  void add(uint32_t first, uint32_t second) { mix(first, second); }
 
   uint32_t get() const { return static_cast<uint32_t>(state_); }
 
@@ -61,12 +74,12 @@ class TextHash {
   }
 
   void mix(size_t low, size_t high) {
-    const DoubleWord product =
-        DoubleWord{low ^ static_cast<size_t>(0x9E3779B97F4A7C15)} * (high ^ state_);
+    const DoubleWord product = DoubleWord{low ^ multiplier_} * (high ^ state_);
     state_ = static_cast<size_t>(product) ^ static_cast<size_t>(product >> kBits);
   }
 
-  size_t state_ = static_cast<size_t>(0xD1B54A32D192ED03);
+  const size_t multiplier_;
+  size_t state_;
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -8,11 +8,11 @@
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
 #include "kiv/KivStreamEventAggregator.h"
-#include "services/kiv/telemetry/aggregation/Clock.h"
-#include "services/kiv/telemetry/aggregation/EventSubmission.h"
-#include "services/kiv/telemetry/aggregation/TableAggregator.h"
+#include "services/kiv/telemetry/aggregation/WindowAccess.h"
 
 namespace android::kiv {
+
+using internal::WindowAccess;
 
 template <typename Event>
 TimedAggregationManager<Event>::TimedAggregationManager(
@@ -28,21 +28,12 @@ template <typename Event>
 void TimedAggregationManager<Event>::start() {
   if (window_.has_value()) return;
   aggregator_->reset();
-  window_ = openWindow();
+  window_ = WindowAccess::open<Event>();
 }
 
 template <typename Event>
 void TimedAggregationManager<Event>::add(const Event& event) {
-  if (rollOverIfExpired()) aggregator_->add(event);
-}
-
-template <typename Event>
-bool TimedAggregationManager<Event>::addReport(const AggregationKey& key,
-                                               NumericAggregationType method, float sample) {
-  auto* const packed = TableAggregator<Event>::cast(*aggregator_);
-  if (packed == nullptr) return false;
-  if (rollOverIfExpired()) packed->addReport(key, method, sample);
-  return true;
+  if (WindowAccess::rollOverIfExpired(*this)) aggregator_->add(event);
 }
 
 template <typename Event>
@@ -52,7 +43,7 @@ bool TimedAggregationManager<Event>::flush() {
                         "%s: TimedAggregationManager not running! Cannot flush.", "flush");
     return false;
   }
-  rollOver();
+  WindowAccess::rollOver(*this);
   return true;
 }
 
@@ -63,38 +54,9 @@ bool TimedAggregationManager<Event>::stop() {
                         "stop");
     return false;
   }
-  rollOver();
+  WindowAccess::rollOver(*this);
   window_.reset();
   return true;
-}
-
-template <typename Event>
-bool TimedAggregationManager<Event>::rollOverIfExpired() {
-  if (!window_.has_value()) {
-    __android_log_print(ANDROID_LOG_ERROR, nullptr,
-                        "%s: TimedAggregationManager not running! Cannot add.", "add");
-    return false;
-  }
-  const std::chrono::nanoseconds age = internal::steadyNow() - window_->started_steady;
-  if (aggregation_period_ < age) rollOver();
-  return true;
-}
-
-template <typename Event>
-typename TimedAggregationManager<Event>::Window TimedAggregationManager<Event>::openWindow() {
-  const auto steady = internal::steadyNow();
-  return {steady, internal::systemNow()};
-}
-
-template <typename Event>
-void TimedAggregationManager<Event>::rollOver() {
-  if (NestedSubmission::isDeepest()) return;
-  const NestedSubmission level;
-  const auto start = window_->started_system;
-  // Assigned in place: emplacing would leave the optional empty for an instant, and a logger that
-  // is being constructed on another thread would take the manager for a stopped one.
-  *window_ = openWindow();
-  aggregator_->flush(start, window_->started_system);
 }
 
 template class TimedAggregationManager<KivErrorCodeEvent>;

@@ -1,28 +1,18 @@
 #include "kiv/KivAudioLatencyAggregator.h"
 
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/aggregation/Reports.h"
+#include "services/kiv/telemetry/client_aggregators/FieldStaging.h"
 #include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
-
-namespace {
-
-void describe(const AggregateView& aggregate, EventFields& fields) {
-  beginFields(aggregate, aggregate.method, fields);
-}
-
-}  // namespace
-
-const EventSchema EventTraits<KivAudioLatencyEvent>::kEvents{
-    KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, NumericAggregationType::AVG, describe};
 
 template <>
 const char KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent[] = "";
 template class KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int>;
 
 bool KivAudioLatencyEventKey::operator<(const KivAudioLatencyEventKey& other) const {
-  return compareStreams(*this, other) < 0;
+  return internal::compareStreams(*this, other) < 0;
 }
 
 KivAudioLatencyAggregator::KivAudioLatencyAggregator(NumericAggregationType aggregation_type)
@@ -45,8 +35,9 @@ NumericAggregationType KivAudioLatencyAggregator::getAggregationType(
 }
 
 void KivAudioLatencyAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivAudioLatencyBaseAggregator>(*this, describe, AudioLatencyKey(entry->first),
-                                             aggregation_type_, entry->second);
+  internal::stageFields<KivAudioLatencyBaseAggregator>(
+      *this, internal::kAudioLatencySchema, internal::ReportedStream::of(entry->first).key(),
+      aggregation_type_, entry->second);
 }
 
 const char* KivAudioLatencyAggregator::getEventName() const { return kKivAudioLatencyEvent; }

@@ -7,37 +7,10 @@
 #include "kiv/KivBaseAggregator.h"
 #include "kiv/TelemetrySwitch.h"
 #include "services/kiv/telemetry/aggregation/AggregationMethod.h"
-#include "services/kiv/telemetry/aggregation/EventSchema.h"
 #include "services/kiv/telemetry/aggregation/EventSubmission.h"
 #include "tamsa/Ptr.h"
 
 namespace android::kiv {
-
-/// Stages the fields that describe an aggregate.
-template <typename Aggregator, typename Value>
-void stageFields(Aggregator& aggregator, Describe* describe, const AggregationKey& key,
-                 NumericAggregationType method, const AggregationData<Value>& data) {
-  const Description description(describe, key, method, data.value, data.count);
-  for (const EventFields::Field& field : description.fields) {
-    switch (field.type) {
-      case EventFields::Type::UNSIGNED:
-        aggregator.populateTelemetryField(field.name, static_cast<unsigned int>(field.integer));
-        break;
-      case EventFields::Type::INT64:
-        aggregator.populateTelemetryField(field.name, field.integer);
-        break;
-      case EventFields::Type::BOOL:
-        aggregator.populateTelemetryField(field.name, field.integer != 0);
-        break;
-      case EventFields::Type::FLOAT:
-        aggregator.populateTelemetryField(field.name, field.number);
-        break;
-      case EventFields::Type::STRING:
-        aggregator.populateTelemetryField(field.name, std::string(field.text));
-        break;
-    }
-  }
-}
 
 template <typename Event, typename Key, typename Value>
 KivBaseAggregator<Event, Key, Value>::KivBaseAggregator() = default;
@@ -49,7 +22,7 @@ template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::add(const Event& event) {
   AggregationData<Value>& data = aggregated_data_[this->getKey(event)];
   const auto sample = static_cast<float>(this->getValue(event));
-  data.value = combine(this->getAggregationType(event), data.value, data.count, sample);
+  data.value = internal::combine(this->getAggregationType(event), data.value, data.count, sample);
   ++data.count;
 }
 
@@ -103,8 +76,8 @@ void KivBaseAggregator<Event, Key, Value>::populateTelemetryField(std::string na
 template <typename Event, typename Key, typename Value>
 void KivBaseAggregator<Event, Key, Value>::submitEvents(std::chrono::system_clock::time_point start,
                                                         std::chrono::system_clock::time_point end) {
-  // The entries stay: what the module reports meanwhile is folded into copies of them. Copied as
-  // reports are added, because the map's own way would be more code for each kind.
+  // The entries stay: reports that the module makes meanwhile are added to copies of them. Copied
+  // one by one, because the map's copy constructor would be more code for each instantiation.
   Entries next;
   for (const auto& [key, data] : aggregated_data_) next[Key(key)] = data;
   submitWindow(start, end, next);
@@ -117,25 +90,25 @@ void KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_cloc
                                                         Entries& next) {
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
-  const long long start_milliseconds = toEpochMilliseconds(start);
-  const long long end_milliseconds = toEpochMilliseconds(end);
+  const long long start_milliseconds = internal::toEpochMilliseconds(start);
+  const long long end_milliseconds = internal::toEpochMilliseconds(end);
   for (auto entry = aggregated_data_.begin(); entry != aggregated_data_.end(); ++entry) {
-    clearFields(int_fields_, float_fields_, string_fields_);
+    internal::clearFields(int_fields_, float_fields_, string_fields_);
     this->populateTelemetryField("start_time_since_epoch", start_milliseconds);
     this->populateTelemetryField("end_time_since_epoch", end_milliseconds);
     this->populateMetricValuesForEntry(entry);
     if (!enabled) continue;
 
-    // The module may report in turn, and even have this aggregator flushed, while it gives a
-    // handler and takes the event. That belongs to the next window and must not touch the table
-    // that is walked here, nor what is staged.
-    const StagedFields fields(int_fields_, float_fields_, string_fields_);
+    // The module may report, and even flush this aggregator, while it creates a handler and takes
+    // the event. Such reports belong to the next window and must not touch the table that is
+    // iterated here, nor the staged fields.
+    const internal::StagedFields fields(int_fields_, float_fields_, string_fields_);
     swapWith(next);
     const auto& handler = getUnifiedTelemetryHandler();
     const bool ready = handler != nullptr;
-    if (ready) submitEvent(*handler, this->getEventName(), fields);
+    if (ready) internal::submitEvent(*handler, this->getEventName(), fields);
     swapWith(next);
-    // Nobody to take this window. It is dropped like any other, and the next one asks again.
+    // Without a handler the window is dropped. The next one asks for a handler again.
     if (!ready) return;
   }
 }

@@ -1,25 +1,10 @@
 #include "kiv/KivErrorCodeAggregator.h"
 
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/aggregation/Reports.h"
+#include "services/kiv/telemetry/client_aggregators/FieldStaging.h"
 #include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
 
 namespace android::kiv {
-
-namespace {
-
-void describe(const AggregateView& aggregate, EventFields& fields) {
-  const auto& parts = aggregate.key.parts;
-  beginFields(aggregate, aggregate.method, fields);
-  fields.add("kiv_class", parts[ErrorCodeKey::CLASS]);
-  fields.add("kiv_api", parts[ErrorCodeKey::API]);
-  fields.add("kiv_error_code", parts[ErrorCodeKey::CODE]);
-  fields.add("severity", static_cast<long long>(numberAt(parts[ErrorCodeKey::SEVERITY], 0)));
-}
-
-}  // namespace
-
-const EventSchema EventTraits<KivErrorCodeEvent>::kEvents{
-    KivErrorCodeBaseAggregator::kKivErrorCodeEvent, NumericAggregationType::COUNT, describe};
 
 template <>
 const char KivErrorCodeBaseAggregator::kKivErrorCodeEvent[] = "wexo_kiv_error_code";
@@ -40,8 +25,9 @@ KivErrorCodeAggregator::KivErrorCodeAggregator(NumericAggregationType aggregatio
 KivErrorCodeAggregator::~KivErrorCodeAggregator() = default;
 
 void KivErrorCodeAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivErrorCodeBaseAggregator>(*this, describe, ErrorCodeKey(entry->first),
-                                          aggregation_type_, entry->second);
+  internal::stageFields<KivErrorCodeBaseAggregator>(
+      *this, internal::kErrorCodeSchema, internal::ErrorCodeReport::of(entry->first).key(),
+      aggregation_type_, entry->second);
 }
 
 const char* KivErrorCodeAggregator::getEventName() const { return kKivErrorCodeEvent; }

@@ -1,10 +1,8 @@
 #include "kiv/KivGenericEventAggregator.h"
 
-#include <type_traits>
-
-#include "services/kiv/telemetry/aggregation/EventTraits.h"
+#include "services/kiv/telemetry/aggregation/Reports.h"
+#include "services/kiv/telemetry/client_aggregators/FieldStaging.h"
 #include "services/kiv/telemetry/client_aggregators/KivBaseAggregatorImpl.h"
-#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
 namespace {
 
@@ -43,47 +41,6 @@ bool KivGenericEventKey::operator<(const KivGenericEventKey& other) const {
   return compareKeys(*this, other) < 0;
 }
 
-namespace {
-
-/// The one layout that all three kinds share.
-void describeGeneric(const AggregateView& aggregate, NumericAggregationType method,
-                     long long value_int, float value_float, std::string_view value_string,
-                     EventFields& fields) {
-  beginFields(aggregate, method, fields);
-  fields.add("kiv_event_name", aggregate.key.parts[GenericKey::NAME]);
-  fields.add("value_int", value_int);
-  fields.add("value_float", value_float);
-  fields.add("value_string", value_string);
-}
-
-template <typename T>
-void describeNumber(const AggregateView& aggregate, EventFields& fields) {
-  constexpr bool kIsFloat = std::is_same_v<T, float>;
-  const auto method =
-      static_cast<NumericAggregationType>(numberAt(aggregate.key.parts[GenericKey::METHOD], 0));
-  describeGeneric(aggregate, method, kIsFloat ? 0 : saturatingCast<long long>(aggregate.value),
-                  kIsFloat ? aggregate.value : 0.0F, "", fields);
-}
-
-void describeString(const AggregateView& aggregate, EventFields& fields) {
-  describeGeneric(aggregate, aggregate.method, 0, 0.0F, aggregate.key.parts[GenericKey::VALUE],
-                  fields);
-}
-
-}  // namespace
-
-template <>
-const EventSchema EventTraits<KivGenericEvent<long long>>::kEvents{
-    KivGenericInt64BaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
-    describeNumber<long long>};
-template <>
-const EventSchema EventTraits<KivGenericEvent<float>>::kEvents{
-    KivGenericFloatBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
-    describeNumber<float>};
-const EventSchema EventTraits<KivGenericEvent<std::string>>::kEvents{
-    KivGenericStringBaseAggregator::kKivGenericEvent, NumericAggregationType::COUNT,
-    describeString};
-
 template <typename T>
 KivGenericNumericEventAggregator<T>::KivGenericNumericEventAggregator() = default;
 
@@ -109,8 +66,10 @@ NumericAggregationType KivGenericNumericEventAggregator<T>::getAggregationType(
 template <typename T>
 void KivGenericNumericEventAggregator<T>::populateMetricValuesForEntry(
     typename Entries::iterator entry) {
-  stageFields<KivBaseAggregator<KivGenericEvent<T>, KivGenericEventKey, T>>(
-      *this, describeNumber<T>, GenericKey(entry->first), entry->first.aggregationType,
+  const KivGenericEventKey& key = entry->first;
+  internal::stageFields<KivBaseAggregator<KivGenericEvent<T>, KivGenericEventKey, T>>(
+      *this, internal::ValueReport<T>::kSchema,
+      internal::valueKey(key.session, key.name, key.aggregationType), key.aggregationType,
       entry->second);
 }
 
@@ -129,8 +88,9 @@ KivGenericStringEventAggregator::KivGenericStringEventAggregator(
 KivGenericStringEventAggregator::~KivGenericStringEventAggregator() = default;
 
 void KivGenericStringEventAggregator::populateMetricValuesForEntry(Entries::iterator entry) {
-  stageFields<KivGenericStringBaseAggregator>(*this, describeString, GenericStringKey(entry->first),
-                                              aggregation_type_, entry->second);
+  internal::stageFields<KivGenericStringBaseAggregator>(
+      *this, internal::kTextValueSchema, internal::ValueReport<std::string>::of(entry->first).key(),
+      aggregation_type_, entry->second);
 }
 
 const char* KivGenericStringEventAggregator::getEventName() const { return kKivGenericEvent; }

@@ -2,7 +2,7 @@
 
 #include <system/audio.h>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 const char* audioFormatName(uint32_t format) {
 #define FORMAT_NAME(constant) \
@@ -101,4 +101,4 @@ const char* audioFormatName(uint32_t format) {
 #undef FORMAT_NAME
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

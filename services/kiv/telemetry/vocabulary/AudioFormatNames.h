@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// The name of the `audio_format_t` constant with exactly this value; "" if there is none.
 const char* audioFormatName(uint32_t format);
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

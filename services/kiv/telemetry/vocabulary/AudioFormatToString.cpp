@@ -6,5 +6,5 @@
 enum audio_format_t : uint32_t;
 
 extern "C" KIV_EXPORT const char* audio_format_to_string(audio_format_t format) {
-  return android::kiv::audioFormatName(static_cast<uint32_t>(format));
+  return android::kiv::internal::audioFormatName(static_cast<uint32_t>(format));
 }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 KivFatalLogMessage::~KivFatalLogMessage() {
   if (!condition_) return;
@@ -18,4 +18,4 @@ KivFatalLogMessage& KivFatalLogMessage::operator<<(const char* text) {
   return *this;
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

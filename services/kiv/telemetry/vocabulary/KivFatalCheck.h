@@ -6,7 +6,7 @@
 
 #include "kiv/AssertionReport.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// The report of one check. Lives for the check's statement; its destructor ends the process if the
 /// check has failed.
@@ -29,16 +29,16 @@ class KivFatalLogMessage {
   std::unique_ptr<std::ostringstream> stream_;  // made by the first write: passing costs nothing
 };
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal
 
 /// Ends the process with `message` unless `condition` holds. The log attributes the check to `file`
 /// and `line`, by which crash reports know it, wherever it stands today.
-#define KIV_FATAL_CHECK_AT(file, line, condition, message)                              \
-  do {                                                                                  \
-    const bool kiv_check_failed = !(condition);                                         \
-    if (kiv_check_failed) {                                                             \
-      ::android::kiv::logAssertionErrorCode(#condition, nullptr, __func__, line);       \
-    }                                                                                   \
-    ::android::kiv::KivFatalLogMessage kiv_check_message(file, line, kiv_check_failed); \
-    if (kiv_check_failed) kiv_check_message << "(" << #condition << ") " << (message);  \
+#define KIV_FATAL_CHECK_AT(file, line, condition, message)                                        \
+  do {                                                                                            \
+    const bool kiv_check_failed = !(condition);                                                   \
+    if (kiv_check_failed) {                                                                       \
+      ::android::kiv::logAssertionErrorCode(#condition, nullptr, __func__, line);                 \
+    }                                                                                             \
+    ::android::kiv::internal::KivFatalLogMessage kiv_check_message(file, line, kiv_check_failed); \
+    if (kiv_check_failed) kiv_check_message << "(" << #condition << ") " << (message);            \
   } while (false)

@@ -5,7 +5,7 @@
 #include <limits>
 #include <type_traits>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// `value` truncated toward zero; the nearest representable integer if it is out of range, and 0
 /// for NaN.
@@ -21,4 +21,4 @@ Integer saturatingCast(float value) {
   return static_cast<Integer>(value);
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 KivPcmInfoExt toExtended(const ::kiv::KivPcmInfo& pcm_info) {
   // By the value of KivSampleFormat.
@@ -35,4 +35,4 @@ std::string streamTypeToString(::kiv::KivStreamType stream_type) {
   return std::to_string(static_cast<int>(stream_type));
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

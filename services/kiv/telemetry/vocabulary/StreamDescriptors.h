@@ -1,34 +1,18 @@
-/// What the library does with the descriptors of audio streams.
+/// Conversion, texts and order of the descriptors of audio streams.
 #pragma once
 
 #include <string>
 
 #include "kiv/KivPcmInfo.h"
 #include "kiv/KivSessionId.h"
-#include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 
-namespace android::kiv {
+namespace android::kiv::internal {
 
 /// The extended form of a compact descriptor, whose `format` must be a valid enumerator.
 KivPcmInfoExt toExtended(const ::kiv::KivPcmInfo& pcm_info);
 
 /// The enumerator's name, or the decimal number for a value that is none.
 std::string streamTypeToString(::kiv::KivStreamType stream_type);
-
-/// A record of a session's stream; `Record` starts with the seven fields that describe one, and
-/// `rest` holds its further ones.
-template <typename Record, typename... Rest>
-Record makeStreamRecord(const KivSessionId& session, const KivPcmInfoExt& pcm_info,
-                        ::kiv::KivStreamType stream_type, const Rest&... rest) {
-  return Record{session,
-                pcm_info.format,
-                stream_type,
-                saturatingCast<uint32_t>(pcm_info.sampleRate),
-                pcm_info.samples,
-                pcm_info.channels,
-                pcm_info.interleaved,
-                rest...};
-}
 
 /// Three-way order of two numbers or enumerators.
 template <typename T>
@@ -48,4 +32,4 @@ int compareStreams(const Record& left, const Record& right) {
   return compareValues(left.interleaved, right.interleaved);
 }
 
-}  // namespace android::kiv
+}  // namespace android::kiv::internal

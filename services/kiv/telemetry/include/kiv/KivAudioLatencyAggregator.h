@@ -61,7 +61,7 @@ class KIV_EXPORT KivAudioLatencyAggregator
   const char* getEventName() const override;
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
 
   const NumericAggregationType aggregation_type_;
 };

@@ -24,6 +24,10 @@ class ITelemetryHandler;
 
 namespace android::kiv {
 
+namespace internal {
+struct DeviceLayout;
+}  // namespace internal
+
 /// The aggregate of one key. `T` is the type of the samples, which are folded as floats whatever it
 /// is.
 template <typename T>
@@ -116,7 +120,7 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   static const char kKivGenericEvent[];       ///< "wexo_kiv_generic"
 
  protected:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
 
   /// Hands one event per entry to the telemetry module, in key order. The entries stay.
   void submitEvents(std::chrono::system_clock::time_point start,
@@ -163,7 +167,7 @@ class KIV_EXPORT KivCountedAggregator : public KivBaseAggregator<Event, Event, u
   NumericAggregationType getAggregationType(const Event& event) override;
 
  protected:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
 
   const NumericAggregationType aggregation_type_;  ///< As constructed.
 };

@@ -8,6 +8,10 @@
 
 namespace android::kiv {
 
+namespace internal {
+struct DeviceLayout;
+}  // namespace internal
+
 /// A random identifier of one session and the chain of sessions that it was opened under. A value:
 /// copies compare equal and share their parents. Constant after construction.
 class KIV_EXPORT KivSessionId {
@@ -28,7 +32,7 @@ class KIV_EXPORT KivSessionId {
   KIV_HIDDEN const std::string& id() const { return id_; }
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
   friend class KivSessionIdTestPeer;
 
   std::string id_;

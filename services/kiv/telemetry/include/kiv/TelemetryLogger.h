@@ -32,6 +32,7 @@
 #include "kiv/TelemetryDelegate.h"
 #include "kiv/TelemetrySwitch.h"
 #include "kiv/TimedAggregationManager.h"
+#include "kiv/internal/AggregationManagers.h"
 
 namespace android::kiv {
 
@@ -206,7 +207,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   void stopTrace(std::shared_ptr<void> token) override;
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
   friend class TelemetryEnv;
 
   KIV_HIDDEN explicit TelemetryLogger(TelemetryLoggerManager& manager);
@@ -219,16 +220,16 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Whether the calling thread is the one that does this logger's work.
   KIV_HIDDEN bool worksOnCurrentThread() const;
 
-  /// Has the worker run `task`, and waits for it in the `BLOCKING` model.
+  /// Posts `task` to the worker, and waits for it in the `BLOCKING` model.
   KIV_HIDDEN void postToWorker(std::function<void()> task);
 
-  /// Has the worker call `operation` on this logger, and waits for its result.
+  /// Calls `operation` on this logger on the worker, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
 
-  /// Takes a report into its window, which in `LOCKING_IMMEDIATE` is submitted at once.
-  template <typename Event, typename MakeEvent>
-  KIV_HIDDEN void take(TimedAggregationManager<Event>& manager, const AggregationKey& key,
-                       NumericAggregationType method, float sample, const MakeEvent& make_event);
+  /// Adds a report to its window, which in `LOCKING_IMMEDIATE` is submitted at once.
+  template <typename Report>
+  KIV_HIDDEN void recordReport(TimedAggregationManager<typename Report::Event>& manager,
+                               const Report& report);
 
   /// Reports a value under the name `prefix` + `name`.
   template <typename T>
@@ -240,12 +241,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   // LOCKING_IMMEDIATE, by the calling thread.
   KivSessionId session_id_;
   std::string logger_name_;
-  Manager<KivErrorCodeEvent> error_code_manager_;
-  Manager<KivStreamEvent> stream_event_manager_;
-  Manager<KivAudioLatencyEvent> audio_latency_manager_;
-  Manager<KivGenericEvent<long long>> int64_event_manager_;
-  Manager<KivGenericEvent<float>> float_event_manager_;
-  Manager<KivGenericEvent<std::string>> string_event_manager_;
+  internal::AggregationManagers managers_;
   TelemetrySubmissionModel submission_model_;
   std::shared_ptr<TaskRunnerThread> task_runner_thread_;  // null in LOCKING_IMMEDIATE
   std::optional<TaskRunner> task_runner_;                 // empty in LOCKING_IMMEDIATE
@@ -293,7 +289,7 @@ class KIV_EXPORT TelemetryLoggerManager {
   std::shared_ptr<TelemetryLogger> getTelemetryLoggerInstance();
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
   friend class TelemetryEnv;
   friend class TelemetryLogger;
   friend class TelemetryLoggerManagerTestPeer;
@@ -311,12 +307,7 @@ class KIV_EXPORT TelemetryLoggerManager {
   std::atomic<bool> telemetry_enabled_{true};
   // Constant after construction.
   KivSessionId session_id_;
-  TelemetryLogger::Manager<KivErrorCodeEvent> error_code_manager_;
-  TelemetryLogger::Manager<KivStreamEvent> stream_event_manager_;
-  TelemetryLogger::Manager<KivAudioLatencyEvent> audio_latency_manager_;
-  TelemetryLogger::Manager<KivGenericEvent<long long>> int64_event_manager_;
-  TelemetryLogger::Manager<KivGenericEvent<float>> float_event_manager_;
-  TelemetryLogger::Manager<KivGenericEvent<std::string>> string_event_manager_;
+  internal::AggregationManagers managers_;
   std::shared_ptr<TaskRunnerThread> task_runner_thread_;
   std::shared_ptr<TelemetryLogger> telemetry_logger_;
 };
@@ -343,7 +334,7 @@ class KIV_EXPORT TelemetryEnv {
   std::shared_ptr<TelemetryLogger> getLogger() const { return logger_; }
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
 
   KIV_HIDDEN static void ensureInitialized();
   KIV_HIDDEN static void init();

@@ -10,7 +10,10 @@
 
 namespace android::kiv {
 
-struct AggregationKey;
+namespace internal {
+struct DeviceLayout;
+struct WindowAccess;
+}  // namespace internal
 
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
@@ -46,15 +49,6 @@ class KIV_EXPORT TimedAggregationManager {
   /// stopped, the report is dropped with an error log line.
   void add(const Event& event);
 
-  /// For the library's own loggers: does the same for a report of which there is no record. False
-  /// if that takes a record, because the aggregator is none of the library's own.
-  KIV_HIDDEN bool addReport(const AggregationKey& key, NumericAggregationType method, float sample);
-
-  /// For the library's own end: `flush()` where there is a window, and nothing where there is none.
-  KIV_HIDDEN void flushIfRunning() {
-    if (window_.has_value()) flush();
-  }
-
   /// Submits the open window and opens the next. False, with an error log line, while stopped.
   bool flush();
 
@@ -62,21 +56,13 @@ class KIV_EXPORT TimedAggregationManager {
   bool stop();
 
  private:
-  friend struct DeviceLayout;
+  friend struct internal::DeviceLayout;
+  friend struct internal::WindowAccess;
 
   struct Window {
     std::chrono::steady_clock::time_point started_steady;
     std::chrono::system_clock::time_point started_system;
   };
-
-  KIV_HIDDEN static Window openWindow();
-
-  /// Makes sure that the open window is not over. False, with an error log line, while stopped.
-  KIV_HIDDEN bool rollOverIfExpired();
-
-  /// Opens the next window and submits the one before it. Only while running. In the depth of
-  /// submissions that lie within each other it leaves the window as it is.
-  KIV_HIDDEN void rollOver();
 
   std::shared_ptr<KivAggregator<Event>> aggregator_;
   std::chrono::milliseconds aggregation_period_;
