@@ -38,6 +38,7 @@ void AggregateTable::clear() {
   sessions_.clear();
   entries_.clear();
   last_found_ = nullptr;
+  has_nul_ = false;
 }
 
 uint32_t AggregateTable::hashOf(const AggregationKey& key) const {
@@ -60,6 +61,7 @@ AggregateTable::Entry* AggregateTable::makeEntry(const AggregationKey& key) {
   auto* const first = const_cast<char*>(bytesOf(*entry));
   char* next = first;
   for (size_t i = 0; i < layout_.texts; ++i) {
+    has_nul_ = has_nul_ || key.texts[i].find('\0') != std::string_view::npos;
     next = std::copy(key.texts[i].begin(), key.texts[i].end(), next);
     ends[i] = static_cast<size_t>(next - first);
     *next++ = '\0';
@@ -88,16 +90,17 @@ const char* AggregateTable::bytesOf(const Entry& entry) const {
   return reinterpret_cast<const char*>(numbersOf(entry) + layout_.numbers);
 }
 
+std::string_view AggregateTable::textsOf(const Entry& entry, size_t first, size_t last) const {
+  const size_t* const ends = endsOf(entry);
+  const size_t start = first == 0 ? 0 : ends[first - 1] + 1;
+  return {bytesOf(entry) + start, ends[last - 1] - start};
+}
+
 AggregationKey AggregateTable::keyOf(const Entry& entry) const {
   AggregationKey key;
   key.session = entry.session;
   std::copy_n(numbersOf(entry), layout_.numbers, key.numbers.begin());
-  size_t start = 0;
-  for (size_t i = 0; i < layout_.texts; ++i) {
-    const size_t end = endsOf(entry)[i];
-    key.texts[i] = std::string_view(bytesOf(entry) + start, end - start);
-    start = end + 1;
-  }
+  for (size_t i = 0; i < layout_.texts; ++i) key.texts[i] = textsOf(entry, i, i + 1);
   return key;
 }
 
@@ -118,24 +121,28 @@ bool AggregateTable::matches(const Entry& entry, const AggregationKey& key) cons
 
 bool AggregateTable::isLess(const Entry& left, const Entry& right) const {
   if (left.session != right.session) return *left.session < *right.session;
-  const AggregationKey left_key = keyOf(left);
-  const AggregationKey right_key = keyOf(right);
-  for (size_t i = 0; i < layout_.leading_texts; ++i) {
-    if (const int order = left_key.texts[i].compare(right_key.texts[i]); order != 0) {
-      return order < 0;
-    }
+  if (const int order = compareTexts(left, right, 0, layout_.leading_texts); order != 0) {
+    return order < 0;
   }
   for (size_t i = 0; i < layout_.numbers; ++i) {
-    if (left_key.numbers[i] != right_key.numbers[i]) {
-      return left_key.numbers[i] < right_key.numbers[i];
-    }
+    const uint32_t number = numbersOf(left)[i];
+    const uint32_t other = numbersOf(right)[i];
+    if (number != other) return number < other;
   }
-  for (size_t i = layout_.leading_texts; i < layout_.texts; ++i) {
-    if (const int order = left_key.texts[i].compare(right_key.texts[i]); order != 0) {
-      return order < 0;
-    }
+  return compareTexts(left, right, layout_.leading_texts, layout_.texts) < 0;
+}
+
+int AggregateTable::compareTexts(const Entry& left, const Entry& right, size_t first,
+                                 size_t last) const {
+  if (first == last) return 0;
+  // Where no text contains a NUL, the one behind each text is less than any byte of a text, and all
+  // are compared at once.
+  if (!has_nul_) return textsOf(left, first, last).compare(textsOf(right, first, last));
+  int order = 0;
+  for (size_t i = first; i < last && order == 0; ++i) {
+    order = textsOf(left, i, i + 1).compare(textsOf(right, i, i + 1));
   }
-  return false;
+  return order;
 }
 
 size_t AggregateTable::sortEntries() {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
+#include <string_view>
 
 #include "kiv/KivBaseAggregator.h"
 #include "services/kiv/telemetry/aggregation/AggregationKey.h"
@@ -66,15 +67,19 @@ class AggregateTable {
   const size_t* endsOf(const Entry& entry) const;
   const uint32_t* numbersOf(const Entry& entry) const;
   const char* bytesOf(const Entry& entry) const;
+  /// The texts from `first` to before `last`, with the NULs between them.
+  std::string_view textsOf(const Entry& entry, size_t first, size_t last) const;
   AggregationKey keyOf(const Entry& entry) const;
 
   bool matches(const Entry& entry, const AggregationKey& key) const;
   bool isLess(const Entry& left, const Entry& right) const;
+  int compareTexts(const Entry& left, const Entry& right, size_t first, size_t last) const;
   size_t sortEntries();
 
   const KeyLayout layout_;
   const HashSeed seed_;
   Entry* last_found_ = nullptr;
+  bool has_nul_ = false;  // a text contains a NUL
   HashIndex<Entry> index_;
   HashIndex<const KivSessionId> session_index_;
   std::forward_list<KivSessionId> sessions_;
