@@ -49,9 +49,9 @@ std::optional<Options> parse(int argc, char** argv) {
 std::vector<Comparison> allComparisons(const Effort& effort) {
   std::vector<Comparison> all;
   for (const auto& group :
-       {pacedComparisons(effort), burstComparisons(effort), sustainedComparisons(effort),
-        foldComparisons(effort), submitComparisons(effort), callComparisons(effort),
-        logComparisons(effort), memoryComparisons()}) {
+       {pacedComparisons(effort), processorTimeComparisons(effort), burstComparisons(effort),
+        sustainedComparisons(effort), foldComparisons(effort), submitComparisons(effort),
+        callComparisons(effort), memoryComparisons()}) {
     all.insert(all.end(), group.begin(), group.end());
   }
   return all;

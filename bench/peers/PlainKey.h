@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,17 +25,6 @@ struct PlainKey {
   }
 
   bool operator<(const PlainKey& other) const { return compare(other) < 0; }
-  bool operator==(const PlainKey& other) const { return compare(other) == 0; }
-};
-
-struct PlainKeyHash {
-  size_t operator()(const PlainKey& key) const {
-    auto hash = static_cast<size_t>(key.severity);
-    for (const std::string* text : {&key.session, &key.api, &key.kiv_class, &key.error_code}) {
-      hash = hash * 31 + std::hash<std::string>()(*text);
-    }
-    return hash;
-  }
 };
 
 struct PlainAggregate {

@@ -16,9 +16,14 @@ struct Producers {
   Placement placement;
 };
 
-/// Reports per thread, one each 100 to 300 microseconds: p50, p99 and p99.9 of a call in ns.
+/// Reports per thread, one each 100 to 300 microseconds: p50 and p99 of a call in ns.
 std::vector<double> runPaced(const ReporterKind& kind, const Producers& producers,
                              uint32_t reports);
+
+/// The same reports: ns of processor time a report, of the whole process and including the sleeps
+/// between reports.
+std::vector<double> runProcessorTime(const ReporterKind& kind, const Producers& producers,
+                                     uint32_t reports);
 
 /// Bursts of 1 000 reports per thread, and time for the worker to catch up in between: ns a report
 /// over whole bursts, and p99 of a call.

@@ -15,12 +15,12 @@ struct Effort {
 };
 
 std::vector<Comparison> pacedComparisons(const Effort& effort);
+std::vector<Comparison> processorTimeComparisons(const Effort& effort);
 std::vector<Comparison> burstComparisons(const Effort& effort);
 std::vector<Comparison> sustainedComparisons(const Effort& effort);
 std::vector<Comparison> foldComparisons(const Effort& effort);
 std::vector<Comparison> submitComparisons(const Effort& effort);
 std::vector<Comparison> callComparisons(const Effort& effort);
-std::vector<Comparison> logComparisons(const Effort& effort);
 std::vector<Comparison> memoryComparisons();
 
 }  // namespace kiv_bench

@@ -1,7 +1,6 @@
 // What aggregation costs the worker: folding one report, and submitting one key.
 #include <algorithm>
 #include <map>
-#include <unordered_map>
 
 #include "bench/harness/Measure.h"
 #include "bench/harness/Require.h"
@@ -53,26 +52,18 @@ std::vector<Contestant> foldingContestants(uint32_t keys, uint32_t batches) {
   auto aggregator = std::shared_ptr(makeOwnAggregator());
   auto family = std::make_shared<CounterFamily>("errors", "", prometheus::Labels{});
   auto ordered = std::make_shared<std::map<PlainKey, PlainAggregate>>();
-  auto hashed = std::make_shared<std::unordered_map<PlainKey, PlainAggregate, PlainKeyHash>>();
   const auto events = libraryKeys(keys);
   const auto values = labelValues(events);
-  std::vector<prometheus::Labels> labels;
-  labels.reserve(keys);
-  for (const LabelValues& report : values) labels.push_back(makeLabels(report));
   return {
       foldingContestant("library", events, batches,
                         [=](const auto& event) { aggregator->add(event); }),
       foldingContestant("prometheus-cpp", values, batches,
                         [=](const auto& report) { family->Add(makeLabels(report)).Increment(); }),
-      foldingContestant("prometheus-cpp, labels made", labels, batches,
-                        [=](const auto& made) { family->Add(made).Increment(); }),
       // Builds its key, once, as an aggregator does; with one comparison a node.
       foldingContestant("ordered map", plainKeys(events), batches,
                         [=](const PlainKey& key) {
                           ordered->try_emplace(PlainKey(key)).first->second.fold(1.0F);
                         }),
-      foldingContestant("hash map", plainKeys(events), batches,
-                        [=](const PlainKey& key) { (*hashed)[key].fold(1.0F); }),
   };
 }
 

@@ -172,15 +172,22 @@ void TaskQueue::run() {
     uintptr_t empty = 0;
     if (!posted_.compare_exchange_strong(empty, lingers_ ? kLingering : kAsleep)) continue;
     if (lingers_) {
-      woken_.waitFor(kLinger);
+      woken_.waitFor(nextLinger());
     } else {
       woken_.wait();
+      linger_ = kShortestLinger;
     }
     lingers_ = false;
+    tasks_since_sleep_ = 0;
   }
   std::lock_guard lock(mutex_);
   ended_ = true;
   ended_changed_.notify_all();
+}
+
+std::chrono::microseconds TaskQueue::nextLinger() {
+  if (tasks_since_sleep_ >= kManyTasks) linger_ = kShortestLinger;
+  return std::exchange(linger_, std::min(linger_ * 2, kLongestLinger));
 }
 
 TaskQueue::Task* TaskQueue::newestOf(uintptr_t posted) {
@@ -206,6 +213,7 @@ uintptr_t TaskQueue::takePosted() {
 void TaskQueue::runFirst() {
   const std::unique_ptr<Task> task(std::exchange(batch_, batch_->next));
   lingers_ = true;
+  ++tasks_since_sleep_;
   if (batch_ != nullptr) {
     // Most of a long queue has left the processor's cache. The next ones return while this runs.
     __builtin_prefetch(batch_->next);

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -31,7 +32,8 @@ class TaskQueue {
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
-  /// Appends a task; drops it when the queue is closed. The worker looks at it within kLinger.
+  /// Appends a task; drops it when the queue is closed. The worker takes it within kLongestLinger
+  /// if it is free.
   void post(std::function<void()> task);
 
   /// Appends a task and waits for its end, as `TaskRunner::postTaskAndWait` promises.
@@ -58,8 +60,13 @@ class TaskQueue {
 
   /// How long the worker lets tasks gather before it looks again, once it has run out of them. Only
   /// if there are none by then does it sleep until it is woken, which costs its waker a system
-  /// call.
-  static constexpr std::chrono::microseconds kLinger{500};
+  /// call. Starts with the shortest time and doubles for as long as few tasks gather: each look
+  /// costs processor time, and a long queue costs cache misses.
+  static constexpr std::chrono::microseconds kShortestLinger{500};
+  static constexpr std::chrono::microseconds kLongestLinger{4000};
+
+  /// From so many on, tasks that have gathered are not few.
+  static constexpr size_t kManyTasks = 64;
 
   /// How many tasks other threads may post while one ends the process.
   static constexpr unsigned kTasksDuringExit = 10000;
@@ -96,6 +103,9 @@ class TaskQueue {
 
   void runWaited(Waited& waited);
 
+  /// On the worker: how long to linger now.
+  std::chrono::microseconds nextLinger();
+
   const std::chrono::milliseconds start_limit_;
   const unsigned fork_generation_;
 
@@ -111,6 +121,8 @@ class TaskQueue {
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
   bool lingers_ = false;
+  std::chrono::microseconds linger_ = kShortestLinger;  // the next one
+  size_t tasks_since_sleep_ = 0;
 
   Semaphore woken_;  // where the worker sleeps
 
