@@ -69,12 +69,32 @@ void countCallers() {
   require(reportedEvents() - before == kCount, "a report was not submitted");
 }
 
-void countWorker() {
+/// Posts reports of a known key, and counts what the worker does with them.
+template <typename Operation>
+void countOnWorker(const char* name, const Operation& operation) {
   LibraryLogger library(TelemetrySubmissionModel::NON_BLOCKING);
+  operation(*library.logger);
+  library.runOnWorker([&] { countEach(name, [&](uint32_t) { operation(*library.logger); }); });
+}
+
+void countWorker() {
+  using android::kiv::NumericAggregationType;
   const Report report;
-  library.report(report);
-  library.runOnWorker(
-      [&] { countEach("report, worker's part", [&](uint32_t) { library.report(report); }); });
+  // Longer than what a string holds without memory of its own.
+  const std::string name = "a value's name of some length";
+  const android::kiv::KivTraceInfo trace{name, std::chrono::steady_clock::now(), report.kiv_class};
+  countOnWorker("report, worker's part",
+                [&](TelemetryLogger& logger) { reportError(logger, report); });
+  countOnWorker("integer value, worker's part", [&](TelemetryLogger& logger) {
+    logger.logKivEvent<long long>(name, 1, NumericAggregationType::SUM);
+  });
+  countOnWorker("text value, worker's part", [&](TelemetryLogger& logger) {
+    logger.logKivEvent<std::string>(name, report.api, NumericAggregationType::COUNT);
+  });
+  countOnWorker("client call, worker's part",
+                [&](TelemetryLogger& logger) { logger.logKivClientCall(name, report.api); });
+  countOnWorker("end of a trace, worker's part",
+                [&](TelemetryLogger& logger) { logger.kiv_endTraceSection(trace); });
 }
 
 void countTable() {
