@@ -1,4 +1,4 @@
-/// Copies of a few texts in one piece, and back.
+/// Carries the strings of a report from its caller to the worker.
 #pragma once
 
 #include <array>
@@ -12,26 +12,26 @@
 
 namespace android::kiv::internal {
 
-/// Keeps the texts of a report until the worker takes it. They are bound on the threads of those
-/// who report: copied so, usual ones need no memory but the task's own.
+/// Copies of up to three strings in one buffer, to be bound into a task. A report's caller pays for
+/// the copies: strings of usual length need no memory besides the task itself.
 class TaskStrings {
  public:
   static constexpr size_t kMaxTexts = 3;
 
-  /// The first of `texts` comes with `prefix` before it.
+  /// Puts `prefix` before the first text.
   TaskStrings(std::initializer_list<std::string_view> texts, std::string_view prefix = {});
 
-  // Of use to nobody, but tasks have to be copyable.
+  // Required by std::function; never called in practice.
   TaskStrings(const TaskStrings& other);
   TaskStrings(TaskStrings&&) noexcept = default;
   TaskStrings& operator=(const TaskStrings&) = delete;
   TaskStrings& operator=(TaskStrings&&) = delete;
   ~TaskStrings() = default;
 
-  /// Beyond the last of them there are empty ones.
+  /// The text at `index`, below kMaxTexts; empty if there were fewer.
   std::string_view operator[](size_t index) const;
 
-  /// Of all of them together.
+  /// The sum of the texts' sizes.
   size_t size() const { return ends_.back(); }
 
  private:
@@ -43,7 +43,7 @@ class TaskStrings {
   std::array<char, 64> inline_;   // not initialised beyond the texts
 };
 
-/// The same texts as strings, while it lives.
+/// Copies the texts into strings of the calling thread's scratch, which keep their capacity.
 class ScratchStrings {
  public:
   explicit ScratchStrings(const TaskStrings& texts);

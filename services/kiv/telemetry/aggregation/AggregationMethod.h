@@ -1,4 +1,4 @@
-/// How samples are combined, and what each way is called in an event.
+/// Combines samples, and names the aggregation methods.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace android::kiv::internal {
 
-/// The method's name; "UNKNOWN" for a value that is none.
+/// The method's name in an event; "UNKNOWN" for a value that is no enumerator.
 const char* aggregationMethodToString(NumericAggregationType type);
 
 /// The aggregate of `count` samples with value `aggregate` after one more, `sample`. An unknown

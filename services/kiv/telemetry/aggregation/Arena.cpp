@@ -20,7 +20,7 @@ constexpr size_t roundUp(size_t bytes) {
 void* Arena::allocate(size_t bytes) {
   bytes = roundUp(bytes);
   if (left_ < bytes) {
-    // In proportion, so that what lies idle at the end is little and the blocks are few.
+    // Blocks grow with the arena: few allocations, and little unused memory in the last one.
     left_ = std::max(bytes, std::clamp(roundUp(total_ / 8), kFirstBlock, kLargestBlock));
     last_ = new (::operator new(sizeof(Block) + left_)) Block{last_};
     total_ += left_;

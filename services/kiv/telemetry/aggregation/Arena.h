@@ -1,4 +1,4 @@
-/// Memory that is allocated piece by piece and released all at once.
+/// An arena: memory that is allocated piece by piece and released all at once.
 #pragma once
 
 #include <cstddef>
@@ -16,11 +16,11 @@ class Arena {
   /// Memory for any object of up to a pointer's alignment.
   void* allocate(size_t bytes);
 
-  /// Takes back all pieces. Keeps one small block for the next ones.
+  /// Releases all pieces. Keeps one small block for the next ones.
   void clear();
 
  private:
-  /// Followed by what it holds.
+  /// The header of a block, followed by its memory.
   struct Block {
     Block* previous;
   };

@@ -1,11 +1,11 @@
-/// The clocks that the library reads. Tests link another definition, and so decide what time it is.
+/// The clocks that the library reads. Tests link a definition of their own.
 #pragma once
 
 #include <chrono>
 
 namespace android::kiv::internal {
 
-/// Never set back: measures ages and durations.
+/// Monotonic, for ages and durations.
 std::chrono::steady_clock::time_point steadyNow();
 
 /// The wall clock, which may jump.
