@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "kiv/Export.h"
+#include "kiv/CommonExport.h"
 #include "kiv/KivStatus.h"
 
 namespace android::kiv {
@@ -30,7 +30,7 @@ class TaskQueue;
 ///
 /// Tasks still queued when the process exits are run before the static objects go that were there
 /// when the first `TaskRunnerThread` was made.
-class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
+class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
  public:
   /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
   /// starts; it does not bound how long a task runs.
@@ -61,7 +61,7 @@ class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunn
 /// A handle for posting to one `TaskRunnerThread`; copies post to the same one. It does not keep
 /// the thread alive, and outlives it harmlessly. The destructor is its only virtual operation, as
 /// clients were built against it.
-class KIV_EXPORT TaskRunner {
+class KIV_COMMON_EXPORT TaskRunner {
  public:
   /// Binds to `thread`. A handle bound to no thread, or to one that is gone, fails every post.
   explicit TaskRunner(std::weak_ptr<TaskRunnerThread> thread);
