@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -96,8 +97,8 @@ class KIV_COMMON_EXPORT TaskRunner {
     return status.ok() ? KivStatusOr<T>(status, std::move(*result)) : KivStatusOr<T>(status);
   }
 
-  /// Posts `object->method(args...)`. The task owns copies of the arguments and shares the object,
-  /// which therefore lives until the task has run.
+  /// Posts `object->method(args...)`. The task owns the arguments, converted to the types of the
+  /// method's parameters, and shares the object, which therefore lives until the task has run.
   template <typename C, typename... Params, typename... Args>
   void postTask(void (C::*method)(Params...), std::shared_ptr<C> object, Args&&... args) {
     postTask(bindTask(method, std::move(object), std::forward<Args>(args)...));
@@ -125,9 +126,16 @@ class KIV_COMMON_EXPORT TaskRunner {
  private:
   friend struct TaskRunnerLayout;
 
-  template <typename Method, typename Object, typename... Args>
-  static std::function<void()> bindTask(Method method, Object object, Args&&... args) {
-    return std::bind(method, std::move(object), std::forward<Args>(args)...);
+  template <typename C, typename Object, typename... Params, typename... Args>
+  static std::function<void()> bindTask(void (C::*method)(Params...), Object object,
+                                        Args&&... args) {
+    static_assert(sizeof...(Params) == sizeof...(Args), "one argument for each parameter");
+    // The parameters' types, not the arguments': a text that was given as a char* may be gone when
+    // the task runs.
+    return [method, object = std::move(object),
+            copies = std::tuple<std::decay_t<Params>...>(std::forward<Args>(args)...)]() mutable {
+      std::apply([&](auto&... copy) { ((*object).*method)(copy...); }, copies);
+    };
   }
 
   std::weak_ptr<TaskRunnerThread> thread_;
