@@ -7,7 +7,8 @@
 
 namespace android {
 
-std::string statusToString(status_t status) {
+// Exported by the one library that is to play the platform's part.
+__attribute__((visibility("default"))) std::string statusToString(status_t status) {
 #define STATUS_NAME(constant) \
   case constant:              \
     return #constant
@@ -35,11 +36,12 @@ std::string statusToString(status_t status) {
       break;
   }
 #undef STATUS_NAME
-  // strerrordesc_np: unlike strerror it is safe to call from several threads. A number with no
-  // description, positive ones included, is reported bare.
-  const char* description = status < 0 ? strerrordesc_np(-status) : nullptr;
-  return std::to_string(status) +
-         (description != nullptr ? " (" + std::string(description) + ")" : std::string());
+  // strerrordesc_np: unlike strerror it is safe to call from several threads. Numbers without a
+  // description get the text that strerror has for them on the device.
+  const int error = -status;
+  const char* const description = strerrordesc_np(error);
+  return std::to_string(status) + " (" +
+         (description != nullptr ? description : "Unknown error " + std::to_string(error)) + ")";
 }
 
 }  // namespace android

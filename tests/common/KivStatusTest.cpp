@@ -45,9 +45,9 @@ TEST(PlatformStatusText, DescribesOtherErrnoValues) {
   EXPECT_EQ(statusToString(-EACCES), "-13 (Permission denied)");
 }
 
-TEST(PlatformStatusText, LeavesUndescribedNumbersBare) {
-  EXPECT_EQ(statusToString(7), "7");
-  EXPECT_EQ(statusToString(-99999), "-99999");
+TEST(PlatformStatusText, SaysThatAnErrorIsUnknown) {
+  EXPECT_EQ(statusToString(5), "5 (Unknown error -5)");
+  EXPECT_EQ(statusToString(-99999), "-99999 (Unknown error 99999)");
 }
 
 TEST(KivStatusOr, HoldsTheValueOfASuccess) {

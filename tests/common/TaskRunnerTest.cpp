@@ -271,6 +271,9 @@ TEST_F(TaskRunnerTest, AVeryLongLimitIsNoLimit) {
 
 TEST_F(TaskRunnerTest, AThreadKnowsItsOwners) { EXPECT_EQ(thread->shared_from_this(), thread); }
 
+// The forms that share the object are for clients. Loggers use the flag form only: their texts are
+// packed into one piece of memory, which these forms would split up again.
+
 class Recipient {
  public:
   void take(const std::string& text, int number) {
@@ -303,6 +306,18 @@ TEST_F(TaskRunnerTest, MemberFormCopiesItsArguments) {
   std::string text = "before";
   runner.postTask(&Recipient::take, recipient, text, 1);
   text = "after";
+  hold.release();
+  ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
+  EXPECT_EQ(recipient->text_, "before");
+}
+
+TEST_F(TaskRunnerTest, MemberFormCopiesATextThatIsGivenAsAPointer) {
+  const auto recipient = std::make_shared<Recipient>();
+  WorkerHold hold(runner);
+  char text[] = "before";
+  char* const pointer = text;
+  runner.postTask(&Recipient::take, recipient, pointer, 1);
+  text[0] = 'B';
   hold.release();
   ASSERT_TRUE(runner.postTaskAndWait([] {}).ok());
   EXPECT_EQ(recipient->text_, "before");

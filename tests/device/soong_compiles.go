@@ -64,7 +64,9 @@ func analyse(tree, platform string) *android.TestContext {
 	out, err := ioutil.TempDir("", "soong")
 	failOn(err)
 	defer os.RemoveAll(out)
-	config := cc.TestConfig(out, android.Android, nil, string(read(platform)), blueprints)
+	// The root has one file: ours, and what the platform's modules are.
+	root := string(read(filepath.Join(tree, "Android.bp"))) + string(read(platform))
+	config := cc.TestConfig(out, android.Android, nil, root, blueprints)
 	vndk, version := "current", "30"
 	config.TestProductVariables.DeviceVndkVersion = &vndk
 	config.TestProductVariables.Platform_vndk_version = &version

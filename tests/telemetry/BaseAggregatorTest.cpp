@@ -174,6 +174,20 @@ TEST_F(BaseAggregatorTest, StagesEveryTypeAsItsOwn) {
   EXPECT_EQ(events()[0].ints.at("no"), 0);
 }
 
+TEST_F(BaseAggregatorTest, ALiteralIsStagedAsAText) {
+  aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
+    probe.populateTelemetryField("build", "release-7");
+    char buffer[] = "buffer";
+    probe.populateTelemetryField("buffer", static_cast<char*>(buffer));
+  };
+  add("n");
+  flush();
+  ASSERT_EQ(events().size(), 1u);
+  EXPECT_EQ(events()[0].strings.at("build"), "release-7");
+  EXPECT_EQ(events()[0].strings.at("buffer"), "buffer");
+  EXPECT_EQ(events()[0].ints.count("build"), 0u);
+}
+
 TEST_F(BaseAggregatorTest, SendsUnsignedValuesFromTheUpperHalfAsNegative) {
   aggregator.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
     probe.populateTelemetryField("all ones", 4294967295U);

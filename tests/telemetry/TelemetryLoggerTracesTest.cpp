@@ -49,6 +49,16 @@ TEST_F(TelemetryLoggerTracesTest, ASectionThatBeginsAfterItsEndIsTruncatedToward
   EXPECT_THAT(ints("value_int"), ElementsAre(-1));
 }
 
+TEST_F(TelemetryLoggerTracesTest, ASectionLongerThanADurationCanBeIsAsLongAsThat) {
+  KivTraceInfo info = logger->kiv_beginTraceSection("open");
+  clock.advance(microseconds(1));
+  info.start_time = std::chrono::steady_clock::time_point::min();
+  logger->kiv_endTraceSection(info);
+  logger->flush();
+  const auto longest = std::chrono::duration_cast<microseconds>(nanoseconds::max()).count();
+  EXPECT_THAT(ints("value_int"), ElementsAre(static_cast<long long>(static_cast<float>(longest))));
+}
+
 TEST_F(TelemetryLoggerTracesTest, SectionsOfOneNameAreAveraged) {
   for (const int duration : {100, 200, 600}) {
     const KivTraceInfo info = logger->kiv_beginTraceSection("open");

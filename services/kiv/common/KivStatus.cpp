@@ -1,17 +1,8 @@
 #include "kiv/KivStatus.h"
 
-#include <android/log.h>
-
 #include <cstddef>
 
 namespace android::kiv {
-
-std::string KivStatus::toString() const { return statusToString(code_); }
-
-void internal::abortForMissingValue(const KivStatus& status) {
-  __android_log_assert("!value_.has_value()", nullptr, "Value is not set. status=%s",
-                       status.toString().c_str());
-}
 
 // Clients were built against this layout.
 struct KivStatusLayout {

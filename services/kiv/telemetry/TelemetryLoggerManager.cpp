@@ -189,6 +189,8 @@ TelemetryEnv::TelemetryEnv(std::shared_ptr<TelemetryLogger> logger) : logger_(st
   ensureInitialized();
 }
 
+TelemetryEnv::~TelemetryEnv() = default;
+
 void TelemetryEnv::ensureInitialized() { std::call_once(env_once, init); }
 
 void TelemetryEnv::init() {

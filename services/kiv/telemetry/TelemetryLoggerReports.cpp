@@ -26,7 +26,8 @@ using internal::ValueReport;
 
 namespace {
 
-/// Writes "API - CODE" as `__android_log_print` would, which spends most of its time on formatting.
+/// Writes "API - CODE". The log formats the line when it is complete: that takes fewer instructions
+/// than giving it the two texts.
 void writeErrorLine(const std::string& tag, const std::string& api, const std::string& error_code) {
   // The Android log's own limit for a formatted line, behind which it cuts.
   char line[1024];
@@ -36,7 +37,7 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
     end = std::copy_n(text, std::min(std::strlen(text), room), end);
   }
   *end = '\0';
-  __android_log_write(ANDROID_LOG_ERROR, tag.c_str(), line);
+  __android_log_print(ANDROID_LOG_ERROR, tag.c_str(), "%s", line);
 }
 
 }  // namespace

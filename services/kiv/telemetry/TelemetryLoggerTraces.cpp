@@ -4,6 +4,22 @@
 
 namespace android::kiv {
 
+namespace {
+
+/// The time since `start`, or the longest that there is if that is longer. A client may fill in any
+/// start.
+std::chrono::steady_clock::duration elapsedSince(std::chrono::steady_clock::time_point start) {
+  using Duration = std::chrono::steady_clock::duration;
+  const Duration now = internal::steadyNow().time_since_epoch();
+  Duration::rep elapsed = 0;
+  if (__builtin_sub_overflow(now.count(), start.time_since_epoch().count(), &elapsed)) {
+    return now < start.time_since_epoch() ? Duration::min() : Duration::max();
+  }
+  return Duration(elapsed);
+}
+
+}  // namespace
+
 KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& name) {
   return kiv_beginTraceSection(logger_name_, name);
 }
@@ -15,8 +31,8 @@ KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& kiv_class
 }
 
 void TelemetryLogger::kiv_endTraceSection(const KivTraceInfo& info) {
-  const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(internal::steadyNow() -
-                                                                             info.start_time);
+  const auto elapsed =
+      std::chrono::duration_cast<std::chrono::microseconds>(elapsedSince(info.start_time));
   recordKivEvent<long long>(managers_.int64_event_manager_, "api_latency_us.", info.name,
                             elapsed.count(), NumericAggregationType::AVG);
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <memory>
-#include <sstream>
+#include <string>
 
 #include "kiv/AssertionReport.h"
 
@@ -26,7 +26,7 @@ class KivFatalLogMessage {
   const char* file_;
   int line_;
   bool condition_;
-  std::unique_ptr<std::ostringstream> stream_;  // made by the first write: passing costs nothing
+  std::unique_ptr<std::string> text_;  // made by the first write: passing costs nothing
 };
 
 }  // namespace android::kiv::internal

@@ -1,18 +1,17 @@
-/// Status values: the outcome of work that can fail, with or without a value.
+/// Status values: the outcome of work that can fail, with or without a value. Header-only.
 #pragma once
 
+#include <android/log.h>
 #include <utils/Errors.h>
 
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "kiv/Export.h"
-
 namespace android::kiv {
 
 /// An Android status code. Zero (`android::OK`) is success, every other value a failure.
-class KIV_EXPORT KivStatus {
+class KivStatus {
  public:
   /// Implicit, because a `status_t` is what most callees return.
   KivStatus(status_t code = OK) : code_(code) {}  // NOLINT(google-explicit-constructor)
@@ -24,16 +23,11 @@ class KIV_EXPORT KivStatus {
   bool ok() const { return code_ == OK; }
 
   /// The platform's text for the code, as `android::statusToString` gives it.
-  std::string toString() const;
+  std::string toString() const { return statusToString(code_); }
 
  private:
   status_t code_;
 };
-
-namespace internal {
-/// Ends the process with a fatal log line that names `status`.
-[[noreturn]] KIV_EXPORT void abortForMissingValue(const KivStatus& status);
-}  // namespace internal
 
 /// A status that carries a value when it is success.
 ///
@@ -56,7 +50,10 @@ class KivStatusOr {
 
   /// The held value. Without one the process ends with a fatal log line that names the status.
   const T& value() const {
-    if (!value_.has_value()) internal::abortForMissingValue(status_);
+    if (!value_.has_value()) {
+      __android_log_assert("!value_.has_value()", nullptr, "Value is not set. status=%s",
+                           status_.toString().c_str());
+    }
     return *value_;
   }
 

@@ -14,10 +14,11 @@
 #include <functional>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
-#include "kiv/Export.h"
+#include "kiv/CommonExport.h"
 #include "kiv/KivStatus.h"
 
 namespace android::kiv {
@@ -30,7 +31,7 @@ class TaskQueue;
 ///
 /// Tasks still queued when the process exits are run before the static objects go that were there
 /// when the first `TaskRunnerThread` was made.
-class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
+class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
  public:
   /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
   /// starts; it does not bound how long a task runs.
@@ -61,7 +62,7 @@ class KIV_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunn
 /// A handle for posting to one `TaskRunnerThread`; copies post to the same one. It does not keep
 /// the thread alive, and outlives it harmlessly. The destructor is its only virtual operation, as
 /// clients were built against it.
-class KIV_EXPORT TaskRunner {
+class KIV_COMMON_EXPORT TaskRunner {
  public:
   /// Binds to `thread`. A handle bound to no thread, or to one that is gone, fails every post.
   explicit TaskRunner(std::weak_ptr<TaskRunnerThread> thread);
@@ -96,8 +97,8 @@ class KIV_EXPORT TaskRunner {
     return status.ok() ? KivStatusOr<T>(status, std::move(*result)) : KivStatusOr<T>(status);
   }
 
-  /// Posts `object->method(args...)`. The task owns copies of the arguments and shares the object,
-  /// which therefore lives until the task has run.
+  /// Posts `object->method(args...)`. The task owns the arguments, converted to the types of the
+  /// method's parameters, and shares the object, which therefore lives until the task has run.
   template <typename C, typename... Params, typename... Args>
   void postTask(void (C::*method)(Params...), std::shared_ptr<C> object, Args&&... args) {
     postTask(bindTask(method, std::move(object), std::forward<Args>(args)...));
@@ -125,9 +126,16 @@ class KIV_EXPORT TaskRunner {
  private:
   friend struct TaskRunnerLayout;
 
-  template <typename Method, typename Object, typename... Args>
-  static std::function<void()> bindTask(Method method, Object object, Args&&... args) {
-    return std::bind(method, std::move(object), std::forward<Args>(args)...);
+  template <typename C, typename Object, typename... Params, typename... Args>
+  static std::function<void()> bindTask(void (C::*method)(Params...), Object object,
+                                        Args&&... args) {
+    static_assert(sizeof...(Params) == sizeof...(Args), "one argument for each parameter");
+    // The parameters' types, not the arguments': a text that was given as a char* may be gone when
+    // the task runs.
+    return [method, object = std::move(object),
+            copies = std::tuple<std::decay_t<Params>...>(std::forward<Args>(args)...)]() mutable {
+      std::apply([&](auto&... copy) { ((*object).*method)(copy...); }, copies);
+    };
   }
 
   std::weak_ptr<TaskRunnerThread> thread_;

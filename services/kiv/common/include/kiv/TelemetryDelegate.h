@@ -8,7 +8,7 @@
 #include <mutex>
 #include <string>
 
-#include "kiv/Export.h"
+#include "kiv/CommonExport.h"
 
 namespace android::kiv {
 
@@ -20,7 +20,7 @@ enum class KivErrorSeverity : uint8_t;
 ///
 /// The order of the virtual operations is part of the binary interface: never reorder them, append
 /// only.
-class KIV_EXPORT TelemetryHandler {
+class KIV_COMMON_EXPORT TelemetryHandler {
  public:
   virtual ~TelemetryHandler();
 
@@ -42,7 +42,7 @@ class KIV_EXPORT TelemetryHandler {
 
 /// The process-wide meeting point of those who report and the handler that takes the reports.
 /// All operations may be called from any thread.
-class KIV_EXPORT TelemetryDelegate {
+class KIV_COMMON_EXPORT TelemetryDelegate {
  public:
   /// Makes a handler of the given name. Called on the thread that asks for one.
   using HandlerFactory = std::function<std::unique_ptr<TelemetryHandler>(const std::string& name)>;

@@ -13,7 +13,9 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
+#include <utility>
 
 #include "kiv/Export.h"
 #include "kiv/NumericAggregationType.h"
@@ -111,6 +113,13 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
 
   /// Reported as 1 or 0.
   virtual void populateTelemetryField(std::string name, bool value);
+
+  /// A text given as a literal or `char*`, which would otherwise become a `bool`. A template, so
+  /// that neither the virtual table nor the exports have it.
+  template <typename Char, typename = std::enable_if_t<std::is_same_v<Char, char>>>
+  void populateTelemetryField(std::string name, const Char* value) {
+    this->populateTelemetryField(std::move(name), std::string(value));
+  }
 
   // Names of the library's events. Each is defined for the instantiations whose events bear it.
 

@@ -32,6 +32,7 @@
 #include "kiv/TelemetryDelegate.h"
 #include "kiv/TelemetrySwitch.h"
 #include "kiv/TimedAggregationManager.h"
+#include "kiv/TraceHandler.h"
 #include "kiv/internal/AggregationManagers.h"
 
 namespace android::kiv {
@@ -52,22 +53,6 @@ struct KivTraceInfo {
   std::string name;                                  ///< What is traced: an API or operation.
   std::chrono::steady_clock::time_point start_time;  ///< When it began.
   std::string kiv_class;                             ///< On whose behalf; recorded, not reported.
-};
-
-/// Tracing for code that knows no more of a logger.
-///
-/// The order of the virtual operations is part of the binary interface.
-class KIV_EXPORT TraceHandler {
- public:
-  virtual ~TraceHandler();
-
-  /// Begins a trace. The token ends it, on any thread, and owns all that belongs to it.
-  virtual std::shared_ptr<void> startTrace(const std::string& kiv_class,
-                                           const std::string& name) = 0;
-
-  /// Ends the trace that `token` stands for. An empty token is ignored; any other must come from
-  /// `startTrace`.
-  virtual void stopTrace(std::shared_ptr<void> token) = 0;
 };
 
 /// Reports telemetry under one session.
@@ -328,6 +313,13 @@ class KIV_EXPORT TelemetryEnv {
 
   /// The given logger.
   explicit TelemetryEnv(std::shared_ptr<TelemetryLogger> logger);
+
+  ~TelemetryEnv();
+
+  TelemetryEnv(const TelemetryEnv&) = default;
+  TelemetryEnv& operator=(const TelemetryEnv&) = default;
+  TelemetryEnv(TelemetryEnv&&) = default;
+  TelemetryEnv& operator=(TelemetryEnv&&) = default;
 
   /// The logger, which outlives the handle for as long as somebody holds it. Never null, unless
   /// null was given.

@@ -1,5 +1,5 @@
-/// Visibility of the libraries' symbols. Everything is built hidden; what clients may link against
-/// is marked here and listed in the library's export list.
+/// Visibility of the symbols of libkivtelemetry. It is built hidden; what clients may link against
+/// is marked here and listed in the export list.
 #pragma once
 
 /// For what clients may link against.

@@ -1,0 +1,6 @@
+/// Visibility of the common library's symbols. It is built hidden; what other libraries may link
+/// against is marked here and listed in its export list.
+#pragma once
+
+/// For what other libraries may link against.
+#define KIV_COMMON_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,28 @@
+/// Tracing for code that knows nothing else of a logger.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "kiv/Export.h"
+
+namespace android::kiv {
+
+/// Measures how long something takes. Loggers implement it. Any thread may call its operations.
+///
+/// The order of the virtual operations is part of the binary interface.
+class KIV_EXPORT TraceHandler {
+ public:
+  virtual ~TraceHandler();
+
+  /// Begins a trace of `name`, on behalf of `kiv_class`. The token ends the trace, on any thread,
+  /// and owns all that belongs to it. A token that is dropped ends nothing and reports nothing.
+  virtual std::shared_ptr<void> startTrace(const std::string& kiv_class,
+                                           const std::string& name) = 0;
+
+  /// Ends the trace of `token` and reports it. An empty token is ignored; any other must come from
+  /// `startTrace`.
+  virtual void stopTrace(std::shared_ptr<void> token) = 0;
+};
+
+}  // namespace android::kiv

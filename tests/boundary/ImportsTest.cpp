@@ -1,0 +1,36 @@
+// The shipped library beside stubs that have only what it may take from others.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/RunProgram.h"
+
+namespace {
+
+using kiv_test::runProgram;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(Imports, TheLibraryWorksBesideStubsWithAllSymbolsBoundAtOnce) {
+  const auto result = runProgram({STUB_CLIENT}, {{"LD_BIND_NOW", "1"}});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.err, "stub log: 6 class: api - code\n");
+}
+
+TEST(Imports, TheStubsHaveAllThatIsTakenFromAndroidAndTheFamily) {
+  const auto result = runProgram({CHECK_IMPORTS, KIVTELEMETRY, KIVCOMMON_STUB, LOG_STUB});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_THAT(result.err, IsEmpty());
+  EXPECT_THAT(result.out,
+              HasSubstr("liblog.so.0:\n  __android_log_assert\n  __android_log_print\n"));
+}
+
+TEST(Imports, WhatACommonLibraryLacksIsNamed) {
+  const auto result =
+      runProgram({CHECK_IMPORTS, KIVTELEMETRY, KIVCOMMON_STUB_WITHOUT_ASSERTIONS, LOG_STUB});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_EQ(result.err,
+            "check-imports: libkivtelemetry.so needs what none of the given libraries has: "
+            "android::kiv::logAssertionErrorCode(char const*, char const*, char const*, int)\n");
+}
+
+}  // namespace
