@@ -84,6 +84,7 @@ else()
   file(RELATIVE_PATH to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
   string(REGEX REPLACE "/$" "" KIV_PC_PREFIX "\${pcfiledir}/${to_prefix}")
 endif()
+get_filename_component(KIV_PC_ANDROIDLOGDIR "${AndroidHost_LOG_LIBRARY}" DIRECTORY)
 foreach(name kivtelemetry kivtelemetry-testing)
   configure_file(cmake/${name}.pc.in "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${name}.pc"
