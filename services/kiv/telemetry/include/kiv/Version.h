@@ -1,4 +1,4 @@
-/// The library's version, for the preprocessor. `CHANGELOG.md` says what may change with which number.
+/// The library's version, for the preprocessor. `CHANGELOG.md` says what may change when.
 #pragma once
 
 /// Incompatible changes of the interface.
