@@ -86,12 +86,14 @@ EXAMPLES = [parse(block) for block in blocks("json")]
 
 
 def run(command, **variables):
-    """Runs a program that must succeed, in a directory of its own, where it may leave files."""
+    """Runs a program that must succeed, in a directory of its own, where it may leave files. Returns
+    what it prints."""
     with tempfile.TemporaryDirectory() as directory:
         result = subprocess.run(command, cwd=directory, env=dict(os.environ, **variables),
                                 text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if result.returncode != 0:
         raise RuntimeError(f"{command}\n{result.stdout[-3000:]}")
+    return result.stdout
 
 
 class Schema(unittest.TestCase):
@@ -213,6 +215,21 @@ class Document(unittest.TestCase):
                              sorted((field, self.type_of(rule))
                                     for field, rule in properties(name).items()
                                     if field != "event"), title)
+
+
+    def test_lists_the_error_catalogue_of_the_library(self):
+        section = DOCUMENT.partition("\n## Error catalogue\n")[2]
+        listed = re.findall(r"^\| (\d+) \| `(\S+)` \|$", section, re.MULTILINE)
+        catalogue = [tuple(line.split()) for line in
+                     run([BUILD / "tests/events/error_catalogue"]).splitlines()]
+        self.assertEqual(listed, catalogue)
+
+    def test_names_the_format_of_each_sample_format(self):
+        header = (SOURCE / "services/kiv/telemetry/include/kiv/KivPcmInfo.h").read_text()
+        formats = re.findall(r"SAMPLE_FORMAT_\w+(?= =)", header)
+        listed = re.findall(r"^\| `(SAMPLE_FORMAT_\w+)` \| `(AUDIO_FORMAT_\w+)` \|$", DOCUMENT,
+                            re.MULTILINE)
+        self.assertEqual([name for name, _ in listed], formats)
 
 
 class Tests:
