@@ -1,5 +1,5 @@
-// The smallest program that needs all that an installed package has to bring: headers, both
-// libraries, and what they depend on.
+// The smallest program that needs everything in an installed package: headers, both libraries, and
+// their dependencies.
 #include <kiv/TelemetryLogger.h>
 #include <kiv/Version.h>
 #include <tamsa/UnifiedTelemetry.h>
