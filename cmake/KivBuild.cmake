@@ -13,9 +13,8 @@ set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 # Private headers are included by their path from the root, which shows the directory of each.
 include_directories("${PROJECT_SOURCE_DIR}")
 
-# Global, since targets of a project that includes this one link to them.
-find_package(Threads REQUIRED GLOBAL)
-find_package(AndroidHost REQUIRED GLOBAL)
+find_package(Threads REQUIRED)
+find_package(AndroidHost REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
 
