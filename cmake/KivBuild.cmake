@@ -1,4 +1,4 @@
-# What all our targets have in common.
+# Settings of all our targets.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -10,7 +10,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Debian keeps Android's libraries in a directory of their own, off the loader's path.
 set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 
-# Private headers are included by their path from the root, which says what room each is from.
+# Private headers are included by their path from the root, which shows the directory of each.
 include_directories("${PROJECT_SOURCE_DIR}")
 
 find_package(Threads REQUIRED)
@@ -18,8 +18,8 @@ find_package(AndroidHost REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(uuid REQUIRED IMPORTED_TARGET uuid)
 
-# Warnings for our own code, never imposed on those who build us as a dependency: only the presets
-# for development turn them into errors.
+# Warnings for our own code. Only the presets for development turn them into errors, so that they never
+# break the build of a project that includes this one.
 add_library(kiv_warnings INTERFACE)
 target_compile_options(
   kiv_warnings
@@ -32,26 +32,26 @@ target_compile_options(
             -Wold-style-cast
             -Wundef)
 
-# A target of ours, built without exceptions as the library is on the device, and in pieces of which
-# the linker leaves out what nobody refers to.
+# Builds a target without exceptions, as on the device, and in sections, of which the linker drops those
+# that are not used.
 function(kiv_library_options target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kiv_warnings>)
   target_compile_options(${target} PRIVATE -fno-exceptions -ffunction-sections -fdata-sections)
 endfunction()
 
-# Limits what a shared library exports to what is both marked for export and matched by `map`.
+# Limits the exports of a shared library to symbols that are marked for export and listed in `map`.
 function(kiv_export_only target map)
   target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")
-  # Clang puts the sanitizers' run-time library into programs only.
+  # Clang links the sanitizers' run-time library into programs only.
   if(NOT KIV_BUILD_FUZZERS)
     target_link_options(${target} PRIVATE "LINKER:--no-undefined")
   endif()
   set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()
 
-# Keeps a shared library loaded until the process ends. What unloads one holds the loader's lock
-# while the library winds up, and a library with a thread of its own would wait for that thread,
-# which may be waiting for the lock.
+# Keeps a shared library loaded until the process ends. Unloading holds the loader's lock while static
+# objects are destroyed. A library with a thread would wait there for the thread, which may wait for the
+# lock.
 function(kiv_stay_loaded target)
   target_link_options(${target} PRIVATE "LINKER:-z,nodelete")
 endfunction()

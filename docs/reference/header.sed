@@ -1,10 +1,10 @@
-# What Doxygen reads in the place of a public header. Every line keeps its number.
+# Filters a public header for Doxygen. Every line keeps its number.
 
-# A header begins with what it is for, which Doxygen wants to be told is about the file.
+# Marks the comment at the top of a header as the documentation of the file.
 1s|^///|/// @file\n///|
 /^#pragma once$/d
 
-# Instances of a template have nothing to say that the template does not.
+# Template instances have the documentation of the template.
 /^extern template/,/;$/s/.*//
 /^template <>$/{
   N
@@ -17,6 +17,6 @@
   s/[^\n]*//g
 }
 
-# What the compiler writes has no contract of its own, and what is reserved has none at all.
+# Defaulted functions and reserved virtual operations have no documentation.
 /^  [^ ].* = default;$/s/.*//
 /^  virtual void reserved[0-9]() {}$/s/.*//

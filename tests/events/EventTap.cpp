@@ -1,6 +1,6 @@
-// Preloaded into any program, writes down every event that the library in it hands to its telemetry
-// module, as the module for lines of JSON would, to the file that TAMSA_EVENT_TAP names. The module
-// gets all of it just as it would have.
+// Preloaded into a program, writes every event that its library submits to the file that
+// TAMSA_EVENT_TAP names, as the module jsonl would, and passes it on to the program's telemetry
+// module.
 #include <dlfcn.h>
 
 #include <cstdint>
@@ -19,7 +19,7 @@ namespace {
 using UnifiedTelemetry::v7::ITelemetryEvent;
 using UnifiedTelemetry::v9::ITelemetryHandler;
 
-/// The module that the library asked for; this library stands in front of it.
+/// The module that the library asked for. Its functions are called by the ones below.
 void* module = nullptr;
 
 template <typename Function>

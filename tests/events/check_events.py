@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Holds docs/events.md and docs/events.schema.json against each other and against what the library
-does: every event that the programs below hand to their telemetry module has to be valid.
+"""Compares docs/events.md, docs/events.schema.json and the library: every event that the programs below
+submit to their telemetry module has to be valid.
 
 Usage: check_events.py BUILD_DIRECTORY
 """
@@ -42,7 +42,7 @@ def parse(line):
 
 
 def errors(event):
-    """What is wrong with an event, in words; the kind it claims to be is taken for granted."""
+    """Describes what is wrong with an event of the kind that it claims to be."""
     validator = BY_KIND.get(str(event.get("event")))
     if validator is None:
         return [f"there is no event named {event.get('event')!r}"]
@@ -59,8 +59,8 @@ def resolve(definition):
 
 
 def shape(event):
-    """The event with values that the schema cannot tell apart made the same, so that it has to be
-    asked but once about all that are alike. What it may refuse stays as it is."""
+    """Replaces values that the schema cannot tell apart by the same value, so that equal events need to be
+    validated only once. Values that the schema may refuse are not replaced."""
     if str(event.get("event")) not in KINDS:
         return event
     rules = {field: resolve(rule) for field, rule in properties(event["event"]).items()}
@@ -86,12 +86,14 @@ EXAMPLES = [parse(block) for block in blocks("json")]
 
 
 def run(command, **variables):
-    """Runs a program that must succeed, in a directory of its own, where it may leave files."""
+    """Runs a program that must succeed, in a directory of its own, where it may leave files. Returns
+    what it prints."""
     with tempfile.TemporaryDirectory() as directory:
         result = subprocess.run(command, cwd=directory, env=dict(os.environ, **variables),
                                 text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if result.returncode != 0:
         raise RuntimeError(f"{command}\n{result.stdout[-3000:]}")
+    return result.stdout
 
 
 class Schema(unittest.TestCase):
@@ -171,7 +173,7 @@ class Schema(unittest.TestCase):
 
 class Document(unittest.TestCase):
     def normal(self, event):
-        """What has to be the same each time, in its order."""
+        """The fields that have to be equal in each run, in their order."""
         event = dict(event)
         for time_field in ("start_time_since_epoch", "end_time_since_epoch"):
             event[time_field] = None
@@ -194,7 +196,7 @@ class Document(unittest.TestCase):
         self.assertEqual({example["event"] for example in EXAMPLES}, set(KINDS))
 
     def fields(self, title):
-        """The fields that a section's table lists, with their types."""
+        """Lists the fields in a section's table, with their types."""
         section = re.search(rf"^## {title}.*?(?=^## |\Z)", DOCUMENT, re.MULTILINE | re.DOTALL)[0]
         table = re.search(r"^\| field \|.*?(?=\n\n)", section, re.MULTILINE | re.DOTALL)
         return re.findall(r"^\| `(\w+)` \| (\w+) \|", table[0], re.MULTILINE) if table else []
@@ -215,15 +217,30 @@ class Document(unittest.TestCase):
                                     if field != "event"), title)
 
 
+    def test_lists_the_error_catalogue_of_the_library(self):
+        section = DOCUMENT.partition("\n## Error catalogue\n")[2]
+        listed = re.findall(r"^\| (\d+) \| `(\S+)` \|$", section, re.MULTILINE)
+        catalogue = [tuple(line.split()) for line in
+                     run([BUILD / "tests/events/error_catalogue"]).splitlines()]
+        self.assertEqual(listed, catalogue)
+
+    def test_names_the_format_of_each_sample_format(self):
+        header = (SOURCE / "services/kiv/telemetry/include/kiv/KivPcmInfo.h").read_text()
+        formats = re.findall(r"SAMPLE_FORMAT_\w+(?= =)", header)
+        listed = re.findall(r"^\| `(SAMPLE_FORMAT_\w+)` \| `(AUDIO_FORMAT_\w+)` \|$", DOCUMENT,
+                            re.MULTILINE)
+        self.assertEqual([name for name, _ in listed], formats)
+
+
 class Tests:
-    """A program of GoogleTest's, which has its module or finds it by itself."""
+    """A GoogleTest program, which finds its module by itself."""
 
     environment = {}
 
     def __init__(self, path, without=(), own_sessions=False):
         self.path = path
         self.without = without
-        # Whether its tests make up sessions with short names, which the library never does.
+        # True if its tests use sessions with short names, which the library never creates.
         self.own_sessions = own_sessions
 
     def command(self, _):
@@ -232,7 +249,7 @@ class Tests:
 
 
 class Demo:
-    """What `./dev demo` runs, of which the last three files go wrong."""
+    """The program of `./dev demo`. Its last three files are faulty."""
 
     path = "the demo"
     environment = {"LD_LIBRARY_PATH": str(JSONL)}
@@ -248,7 +265,7 @@ class Demo:
 
 
 class Reporter:
-    """What the tests of the desk look at."""
+    """The program whose events the tests of the viewing tools use."""
 
     path = "tools/desk_reporter"
     environment = {"LD_LIBRARY_PATH": str(JSONL)}
@@ -261,24 +278,24 @@ class Reporter:
 PROGRAMS = [
     Demo(),
     Reporter(),
-    # These have aggregators of their own, or let the library's name another method than it does.
+    # Without tests of aggregators of their own, and of methods that the library never sends.
     Tests("telemetry/telemetry_test", own_sessions=True,
           without=["BaseAggregatorTest.*", "*FieldsInOrderEachAsItsType", "*MethodThat*Given*"]),
     Tests("system/derived_client_test",
           without=["DerivedClientTest.BuildsALoggerOnManagersAndAggregatorsOfItsOwn"]),
     Tests("model/model_test", own_sessions=True),
-    # The others take long, and all of their events are alike.
+    # The others take long, and all of their events are equal.
     Tests("endurance/endurance_test", without=["MemoryTest.*"], own_sessions=True),
-    # No file may grow there, and the one with the events would.
+    # That test limits the size of files, and the file of events would exceed it.
     Tests("examples/render_service_test",
           without=["RenderServiceProgram.ReportsAnOutputThatCannotBeWrittenToItsEnd"]),
-    # A module that lacks a function cannot be stood in for.
+    # The tap cannot replace a module that lacks a function.
     Tests("system/system_test", without=["PartialModule.*"]),
 ]
 
 
 class Lines(unittest.TestCase):
-    """What the library hands to its module in programs of ours."""
+    """The events of our own programs."""
 
     def collect(self, program):
         with tempfile.TemporaryDirectory() as directory:

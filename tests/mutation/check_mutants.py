@@ -110,6 +110,7 @@ class Tree:
 
     def configure(self):
         options = {
+            "BUILD_TESTING": "ON",
             "CMAKE_BUILD_TYPE": "Debug",
             "CMAKE_CXX_FLAGS": "-D_GLIBCXX_ASSERTIONS",
             "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # Nobody looks for the place of a failure.

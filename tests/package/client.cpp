@@ -1,7 +1,14 @@
-// The smallest program that needs all that an installed package has to bring: headers, both
-// libraries, and what they depend on.
+// The smallest program that needs everything in an installed package: headers, both libraries, and
+// their dependencies.
 #include <kiv/TelemetryLogger.h>
+#include <kiv/Version.h>
 #include <tamsa/UnifiedTelemetry.h>
+
+#ifdef EXPECTED_MAJOR
+static_assert(KIV_TELEMETRY_VERSION_MAJOR == EXPECTED_MAJOR);
+static_assert(KIV_TELEMETRY_VERSION_MINOR == EXPECTED_MINOR);
+static_assert(KIV_TELEMETRY_VERSION_PATCH == EXPECTED_PATCH);
+#endif
 
 int main() {
   const android::kiv::TelemetryEnv telemetry("PackageClient");

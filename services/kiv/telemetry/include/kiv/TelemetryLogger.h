@@ -1,12 +1,17 @@
 /// Reporting telemetry: the logger, the process-wide manager behind it, and the handle by which
 /// clients obtain a logger.
 ///
-///   android::kiv::TelemetryEnv telemetry("Mixer");
-///   telemetry.getLogger()->logKivErrorCode(KivError::MMAP_FAILED, "open", KivErrorSeverity::ERROR,
-///                                          "Mixer");
+///     #include <kiv/TelemetryLogger.h>
+///     using namespace android::kiv;
 ///
-/// Reports are not sent one by one. Equal ones are folded together, and every five seconds each
-/// distinct one becomes one event of the platform's telemetry module.
+///     const TelemetryEnv telemetry("Mixer");  // keep one for each component
+///     const auto logger = telemetry.getLogger();
+///     logger->logKivErrorCode(KivError::MMAP_FAILED, "open", KivErrorSeverity::ERROR, "Mixer");
+///
+/// Reports are not sent one by one. Equal ones are aggregated in a window of time, and each
+/// distinct one becomes one event of the platform's telemetry module when the window closes: with
+/// the first report of its kind that comes more than five seconds after it opened, with `flush()`
+/// or `stop()`, or at process exit. There is no timer.
 #pragma once
 
 #include <atomic>
