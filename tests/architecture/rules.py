@@ -81,7 +81,6 @@ OUTSIDE_INTERNAL = {
 # TO BE REMOVED, line by line, with the change that gives these files includes from the root.
 LOCAL_INCLUDES_FOR_NOW = (
     "modules/",
-    "tests/events/",
     "tests/examples/",
     "tests/modules/",
 )

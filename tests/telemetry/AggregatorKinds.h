@@ -108,7 +108,7 @@ struct Names {
   }
 };
 
-/// An aggregator of this kind, with this method where the aggregator has one of its own.
+/// An aggregator of this kind, with this method if the aggregator has one for all reports.
 template <typename Kind, typename Aggregator = typename Kind::Aggregator>
 Aggregator make(Type method = Kind::kType) {
   if constexpr (std::is_constructible_v<Aggregator, Type>) {
@@ -118,7 +118,7 @@ Aggregator make(Type method = Kind::kType) {
   }
 }
 
-/// Whether the method is the aggregator's own, rather than each report's.
+/// True if the aggregator has one method for all reports; otherwise each report has its own.
 template <typename Kind>
 constexpr bool kHasOwnMethod = std::is_constructible_v<typename Kind::Aggregator, Type>;
 

@@ -100,8 +100,8 @@ Fields fieldsOf<Texts>() {
   return fieldsOfValue("COUNT", "0", "0", "value");
 }
 
-/// Reports of a kind in ascending order of their keys, no two of which are equal. Of two neighbours
-/// that differ in several fields, the first of these decides against those after it.
+/// Reports of a kind in ascending order of their keys, which all differ. Where two neighbours
+/// differ in several fields, the later fields have the opposite order of the first one.
 template <typename Kind>
 auto ascending();
 
@@ -152,7 +152,7 @@ auto ascending<StreamEvents>() {
   };
 }
 
-/// The streams of the stream events; an event is no part of the key here.
+/// The streams of the stream events. Here the event is not part of the key.
 template <>
 auto ascending<Latencies>() {
   std::vector<KivAudioLatencyEvent> reports;
@@ -299,7 +299,7 @@ TYPED_TEST(AggregatorKindsTest, NamesTheSessionWithItsParents) {
   EXPECT_THAT(this->strings("kiv_session_id"), ElementsAre("root.s"));
 }
 
-TYPED_TEST(AggregatorKindsTest, UsesItsOwnMethodOrElseTheReports) {
+TYPED_TEST(AggregatorKindsTest, ReportsTheMethodThatItOrTheReportWasGiven) {
   auto aggregator = kinds::make<TypeParam>(Type::SUM);
   const auto report = TypeParam::event();
   const bool own = kinds::kHasOwnMethod<TypeParam>;
@@ -377,7 +377,7 @@ class AudioLatencyAggregatorTest : public AggregatorKindsTest<Latencies> {
   static float fold(Type method, std::initializer_list<long long> latencies) {
     Open<Latencies> aggregator(method);
     for (const long long latency : latencies) aggregator.add(sample(latency));
-    // The latency is no part of the key.
+    // The latency is not part of the key.
     EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
     return aggregator.aggregated_data_.begin()->second.value;
   }

@@ -27,7 +27,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using TimePoint = std::chrono::system_clock::time_point;
 
-/// What an aggregator's table of virtual operations offers, by position alone.
+/// Calls an aggregator's virtual operations by position.
 template <typename Kind>
 class RawTable {
  public:
@@ -75,7 +75,7 @@ class AggregatorVtableTest : public RecorderTest {
  protected:
   using Aggregator = typename Kind::Aggregator;
 
-  /// Shows what aggregators keep to themselves.
+  /// Gives access to protected members.
   struct Open : Aggregator {
     static auto& entries(Aggregator& aggregator) { return aggregator.*(&Open::aggregated_data_); }
     static auto& ints(Aggregator& aggregator) { return aggregator.*(&Open::int_fields_); }

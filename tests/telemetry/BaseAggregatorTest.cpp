@@ -1,4 +1,4 @@
-// What all aggregators have in common: folding, staging fields, and submitting.
+// The base of all public aggregators: folding reports, staging fields and submitting events.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ using Type = NumericAggregationType;
 constexpr auto kStart = 1'000'000LL;
 constexpr auto kEnd = 6'000'000LL;
 
-/// An aggregator of numbers that shows its table and lets a test say what it stages.
+/// An aggregator of numbers with access to its table. A test can replace the fields that it stages.
 class ProbeAggregator : public KivGenericNumericEventAggregator<long long> {
  public:
   void populateMetricValuesForEntry(Entries::iterator entry) override {
@@ -85,7 +85,7 @@ TEST_F(BaseAggregatorTest, FoldsLargeIntegersAsFloats) {
   EXPECT_EQ(onlyValue(), 16'777'216.0F);
 }
 
-/// Notes what it is asked of a report.
+/// Records the virtual operations that are called for a report.
 class AskedAggregator : public ProbeAggregator {
  public:
   KivGenericEventKey getKey(const KivGenericEvent<long long>& event) override {
@@ -104,7 +104,7 @@ class AskedAggregator : public ProbeAggregator {
   std::vector<std::string> asked;
 };
 
-TEST_F(BaseAggregatorTest, AsksForTheKeyAndWithItsRecordForTheValueAndTheMethod) {
+TEST_F(BaseAggregatorTest, CallsGetKeyThenGetValueThenGetAggregationType) {
   AskedAggregator asked;
   asked.add({{session("s"), "n", Type::SUM}, 1});
   EXPECT_THAT(asked.asked, ElementsAre("key", "value of 1", "method"));
@@ -128,13 +128,13 @@ TEST_F(BaseAggregatorTest, FlushResetsThroughTheVirtualOperation) {
   EXPECT_EQ(aggregator.resets, 1);
 }
 
-TEST_F(BaseAggregatorTest, SubmittingAloneLeavesTheTable) {
+TEST_F(BaseAggregatorTest, SubmitEventsKeepsTheTable) {
   add("n");
   aggregator.submitEvents(timeAt(kStart), timeAt(kEnd));
   EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
 }
 
-TEST_F(BaseAggregatorTest, SubmittingAloneFoldsWhatIsReportedMeanwhileIntoTheTable) {
+TEST_F(BaseAggregatorTest, SubmitEventsFoldsReportsMadeMeanwhileIntoTheTable) {
   recorder.onReport([this](const kiv_test::Event& event) {
     if (event.strings.at("kiv_event_name") != "b") return;
     for (const char* nested : {"a", "b", "c"}) add(nested, 10, Type::AVG);
@@ -191,7 +191,7 @@ class IntOverride : public ProbeAggregator {
   }
 };
 
-TEST_F(BaseAggregatorTest, UnsignedValuesTakeTheVirtualRoadOfInts) {
+TEST_F(BaseAggregatorTest, UnsignedValuesAreStagedThroughTheVirtualOverloadForInts) {
   IntOverride override;
   override.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
     probe.populateTelemetryField("field", 7U);
@@ -222,7 +222,7 @@ TEST_F(BaseAggregatorTest, ANameStagedWithTwoTypesIsSentTwice) {
   EXPECT_THAT(strings("field"), ElementsAre("one"));
 }
 
-TEST_F(BaseAggregatorTest, FieldsOfOneEventDoNotReachTheNext) {
+TEST_F(BaseAggregatorTest, FieldsOfOneEventAreNotSentWithTheNext) {
   aggregator.stage = [](ProbeAggregator& probe, const std::string& name) {
     if (name != "a") return;
     probe.populateTelemetryField("only in a", 1);
@@ -267,7 +267,7 @@ TEST_F(BaseAggregatorTest, WithTelemetryOffNothingIsSentAndTheTableIsEmptied) {
   });
 }
 
-TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStagedAllTheSame) {
+TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStillStaged) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
     int staged = 0;
@@ -290,7 +290,7 @@ TEST_F(BaseAggregatorTest, FieldsAreStagedForAnEntryOfTheTable) {
   EXPECT_EQ(events().size(), 2u);
 }
 
-TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsAskedForAnything) {
+TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsCalled) {
   size_t calls_before = 99;
   aggregator.stage = [&](ProbeAggregator& /*probe*/, const std::string& /*name*/) {
     calls_before = recorder.calls().size();
@@ -300,7 +300,7 @@ TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsAskedForAnything) {
   EXPECT_EQ(calls_before, 0u);
 }
 
-TEST(EventNames, AreThoseOfTheirKinds) {
+TEST(EventNames, AreFixed) {
   EXPECT_STREQ(KivErrorCodeBaseAggregator::kKivErrorCodeEvent, "wexo_kiv_error_code");
   EXPECT_STREQ(KivStreamEventBaseAggregator::kKivStreamEvent, "wexo_kiv_stream_event");
   EXPECT_STREQ(KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, "");
