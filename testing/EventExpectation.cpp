@@ -4,31 +4,26 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
-#include "testing/EventKinds.h"
+#include "testing/EventFields.h"
 
 namespace android::kiv::telemetry_testing::internal {
 
 namespace {
 
-std::string fillIn(std::string phrase, const std::string& words) {
+std::string fillIn(std::string phrase, const std::string& value) {
   const size_t place = phrase.find('%');
-  return place == std::string::npos ? phrase : phrase.replace(place, 1, words);
+  return place == std::string::npos ? phrase : phrase.replace(place, 1, value);
 }
 
-template <size_t Count>
-std::string nameOf(int64_t value, const char* const (&names)[Count]) {
-  if (value < 0 || value >= static_cast<int64_t>(Count)) return inWords(value);
-  return names[value];
-}
-
-/// The words of a condition, which does not yet look at anything.
+/// A condition with its texts, but without its functions.
 template <typename T>
-Condition speakOf(const Phrase& phrase, const Expected<T>& expected) {
+Condition makeCondition(const Phrase& phrase, const Expected<T>& expected) {
   Condition condition;
-  condition.clause = fillIn(expected.exact ? phrase.exact : phrase.property, expected.words);
+  condition.clause = fillIn(expected.exact ? phrase.exact : phrase.property, expected.text);
   condition.subject = phrase.subject;
-  condition.expected = expected.exact ? expected.words : "one that " + expected.words;
+  condition.expected = expected.exact ? expected.text : "one that " + expected.text;
   return condition;
 }
 
@@ -36,60 +31,51 @@ Condition speakOf(const Phrase& phrase, const Expected<T>& expected) {
 template <typename T>
 Condition onField(const Phrase& phrase, std::map<std::string, T> TelemetryEvent::*fields,
                   std::string field, Expected<T> expected) {
-  Condition condition = speakOf(phrase, expected);
+  Condition condition = makeCondition(phrase, expected);
   condition.holds = [fields, field, expected](const TelemetryEvent& event) {
     const auto found = (event.*fields).find(field);
     return found != (event.*fields).end() && expected.holds(found->second);
   };
   condition.actual = [fields, field = std::move(field)](const TelemetryEvent& event) {
     const auto found = (event.*fields).find(field);
-    return found != (event.*fields).end() ? inWords(found->second) : "missing";
+    return found != (event.*fields).end() ? formatValue(found->second) : "missing";
   };
   return condition;
 }
 
 }  // namespace
 
-std::string inWords(const std::string& text) {
-  std::string words = "\"";
+std::string formatValue(const std::string& text) {
+  std::string quoted = "\"";
   for (const char character : text) {
-    if (character == '"' || character == '\\') words += '\\';
+    if (character == '"' || character == '\\') quoted += '\\';
     if (character == '\n') {
-      words += "\\n";
+      quoted += "\\n";
     } else {
-      words += character;
+      quoted += character;
     }
   }
-  return words + "\"";
+  return quoted + "\"";
 }
 
-std::string inWords(int64_t number) { return std::to_string(number); }
+std::string formatValue(int64_t number) { return std::to_string(number); }
 
-std::string inWords(float number) {
-  char words[32];
-  std::snprintf(words, sizeof(words), "%.6g", static_cast<double>(number));
-  // As many digits as tell it from its neighbours, where those that people write do not.
-  if (std::strtof(words, nullptr) != number) {
-    std::snprintf(words, sizeof(words), "%.9g", static_cast<double>(number));
+std::string formatValue(float number) {
+  char digits[32];
+  std::snprintf(digits, sizeof(digits), "%.6g", static_cast<double>(number));
+  // Six digits are short, nine are always exact.
+  if (std::strtof(digits, nullptr) != number) {
+    std::snprintf(digits, sizeof(digits), "%.9g", static_cast<double>(number));
   }
-  return words;
+  return digits;
 }
 
-std::string severityInWords(int64_t severity) {
+std::string formatSeverity(int64_t severity) {
   static constexpr const char* kNames[] = {"INFO", "WARNING", "ERROR", "FATAL"};
-  return nameOf(severity, kNames);
-}
-
-std::string streamTypeInWords(::kiv::KivStreamType type) {
-  static constexpr const char* kNames[] = {
-      "KIV_STREAM_TYPE_UNKNOWN",     "KIV_STREAM_TYPE_AMBISONIC", "KIV_STREAM_TYPE_OBJECT",
-      "KIV_STREAM_TYPE_PASSTHROUGH", "KIV_STREAM_TYPE_2D_WINDOW", "KIV_STREAM_TYPE_BUNDLE"};
-  return nameOf(static_cast<int64_t>(type), kNames);
-}
-
-std::string methodInWords(NumericAggregationType method) {
-  static constexpr const char* kNames[] = {"AVG", "SUM", "MAX", "MIN", "COUNT"};
-  return nameOf(static_cast<int64_t>(method), kNames);
+  if (severity < 0 || severity >= static_cast<int64_t>(std::size(kNames))) {
+    return formatValue(severity);
+  }
+  return kNames[severity];
 }
 
 Condition onText(const Phrase& phrase, std::string field, Expected<std::string> expected,
@@ -97,7 +83,7 @@ Condition onText(const Phrase& phrase, std::string field, Expected<std::string> 
   if (prefix.empty()) {
     return onField(phrase, &TelemetryEvent::strings, std::move(field), std::move(expected));
   }
-  Condition condition = speakOf(phrase, expected);
+  Condition condition = makeCondition(phrase, expected);
   const auto rest = [field = std::move(field), prefix](const TelemetryEvent& event) {
     const std::string text = textOf(event, field);
     return text.substr(std::min(text.size(), prefix.size()));
@@ -105,7 +91,7 @@ Condition onText(const Phrase& phrase, std::string field, Expected<std::string> 
   condition.holds = [rest, expected = std::move(expected)](const TelemetryEvent& event) {
     return expected.holds(rest(event));
   };
-  condition.actual = [rest](const TelemetryEvent& event) { return inWords(rest(event)); };
+  condition.actual = [rest](const TelemetryEvent& event) { return formatValue(rest(event)); };
   return condition;
 }
 
@@ -129,19 +115,26 @@ Condition onName(std::string clause, std::string name) {
   Condition condition;
   condition.clause = std::move(clause);
   condition.subject = "event";
-  condition.expected = inWords(name);
+  condition.expected = formatValue(name);
   condition.holds = [name = std::move(name)](const TelemetryEvent& event) {
     return event.name == name;
   };
-  condition.actual = [](const TelemetryEvent& event) { return inWords(event.name); };
+  condition.actual = [](const TelemetryEvent& event) { return formatValue(event.name); };
   return condition;
 }
 
-bool EventExpectation::accepts(const TelemetryEvent& event) const {
-  return isNear(event) && differences(event).empty();
+bool EventExpectation::matches(const TelemetryEvent& event) const {
+  return matchesKind(event) && differences(event).empty();
 }
 
-bool EventExpectation::isNear(const TelemetryEvent& event) const {
+bool EventExpectation::matchesExceptForCount(const TelemetryEvent& event) const {
+  const auto holds = [&event](const Condition& condition) {
+    return condition.is_count || condition.holds(event);
+  };
+  return matchesKind(event) && std::all_of(conditions_.begin(), conditions_.end(), holds);
+}
+
+bool EventExpectation::matchesKind(const TelemetryEvent& event) const {
   const EventKind kind = kindOf(event);
   switch (kind_) {
     case EventKind::OTHER:
@@ -154,15 +147,15 @@ bool EventExpectation::isNear(const TelemetryEvent& event) const {
   }
 }
 
-std::string EventExpectation::describe() const {
-  std::string words;
+std::string EventExpectation::description() const {
+  std::string clauses;
   for (const Condition& condition : conditions_) {
-    words += (words.empty() ? "" : ", ") + condition.clause;
+    clauses += (clauses.empty() ? "" : ", ") + condition.clause;
   }
-  return words;
+  return clauses;
 }
 
-std::string EventExpectation::describeKind() const {
+std::string EventExpectation::kindDescription() const {
   switch (kind_) {
     case EventKind::ERROR_CODE:
       return "an error code";
@@ -179,7 +172,7 @@ std::string EventExpectation::describeKind() const {
     case EventKind::OTHER:
       break;
   }
-  return "such an event";
+  return "an event of that name";
 }
 
 std::vector<std::string> EventExpectation::differences(const TelemetryEvent& event) const {
@@ -195,12 +188,6 @@ std::vector<std::string> EventExpectation::differences(const TelemetryEvent& eve
 int EventExpectation::distance(const TelemetryEvent& event) const {
   const int differences = static_cast<int>(this->differences(event).size());
   return conditions_.front().holds(event) ? differences : differences + 1;
-}
-
-bool EventExpectation::acceptsButForCount(const TelemetryEvent& event) const {
-  return isNear(event) && std::all_of(conditions_.begin(), conditions_.end(), [&](auto& condition) {
-           return condition.is_count || condition.holds(event);
-         });
 }
 
 }  // namespace android::kiv::telemetry_testing::internal

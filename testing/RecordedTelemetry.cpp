@@ -9,26 +9,31 @@ namespace android::kiv::telemetry_testing {
 
 namespace {
 
-// The worker is given one second to come to a task. One that has a long queue gets more.
+// A flush waits one second for the worker. A worker with a long queue needs more.
 constexpr int kTries = 60;
 
 }  // namespace
 
 RecordedTelemetry::RecordedTelemetry() { clear(); }
 
-// An object stands for the telemetry of the process, of which it holds nothing itself.
+// The state belongs to the process; these are members because an object starts the recording.
 // NOLINTBEGIN(readability-convert-member-functions-to-static)
 
 bool RecordedTelemetry::flush() {
   const auto logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   for (int i = 0; i < kTries; ++i) {
-    // Started first, so that a flush can fail for one reason only: that the worker was busy.
+    // After a start, a flush fails only if the worker is busy.
     if (logger->start() && logger->flush()) return true;
   }
   return false;
 }
 
-std::vector<TelemetryEvent> RecordedTelemetry::events() const {
+std::vector<TelemetryEvent> RecordedTelemetry::events() {
+  flush();
+  return submittedEvents();
+}
+
+std::vector<TelemetryEvent> RecordedTelemetry::submittedEvents() const {
   std::vector<TelemetryEvent> events;
   for (TAMSA::recording::Event& event : TAMSA::recording::Recorder::getInstance().events()) {
     events.push_back({std::move(event.name), std::move(event.ints), std::move(event.floats),

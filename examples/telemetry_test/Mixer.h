@@ -1,4 +1,4 @@
-/// A client of the library, to be tested: mixes one stream into another, and reports how that goes.
+/// A client of the library, as an example for tests: mixes audio blocks and reports what happens.
 #pragma once
 
 #include <kiv/TelemetryLogger.h>
@@ -9,10 +9,10 @@ class Mixer {
  public:
   explicit Mixer(const android::kiv::KivSessionId& session) : telemetry_("Mixer", session) {}
 
-  /// False if the stream's rate is none that can be mixed.
+  /// Returns false if the mixer does not support the stream's rate.
   bool open(const kiv::KivPcmInfo& pcm);
 
-  /// Adds `block` to `output`. False unless a stream is open and both are of the same size.
+  /// Adds `block` to `output`. Returns false if no stream is open or the sizes differ.
   bool mix(const std::vector<float>& block, std::vector<float>& output);
 
  private:

@@ -11,10 +11,9 @@ using android::kiv::KivSessionId;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr kiv::KivPcmInfo kStereo{0,   kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT, 48000, 2, 960,
-                                  true};
-constexpr kiv::KivPcmInfo kTooSlow{0,   kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT, 4000, 2, 960,
-                                   true};
+constexpr auto kFloat = kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT;
+constexpr kiv::KivPcmInfo kStereo{0, kFloat, 48000, 2, 960, true};
+constexpr kiv::KivPcmInfo kTooSlow{0, kFloat, 4000, 2, 960, true};
 
 class MixerTest : public TelemetryTest {
  protected:
@@ -23,12 +22,12 @@ class MixerTest : public TelemetryTest {
   std::vector<float> output = std::vector<float>(960);
 };
 
-TEST_F(MixerTest, ReportsTheStreamThatItOpens) {
+TEST_F(MixerTest, ReportsAnOpenedStream) {
   mixer.open(kStereo);
   EXPECT_THAT(events(), Contains(StreamEvent("open").atRate(48000).onChannels(2).once()));
 }
 
-TEST_F(MixerTest, ReportsTheStreamThatItRefuses) {
+TEST_F(MixerTest, ReportsARefusedStream) {
   mixer.open(kTooSlow);
   EXPECT_THAT(events(), Contains(ErrorCode(KivError::USER_INVALID_SAMPLE_RATE)
                                      .fromApi("open")
@@ -38,25 +37,25 @@ TEST_F(MixerTest, ReportsTheStreamThatItRefuses) {
   EXPECT_THAT(events(), Not(Contains(StreamEvent("open"))));
 }
 
-TEST_F(MixerTest, CountsBlocksWithoutAStreamAndMeasuresThemAll) {
+TEST_F(MixerTest, CountsBlocksWithoutAStreamAndTracesEveryBlock) {
   for (int i = 0; i < 3; ++i) mixer.mix(std::vector<float>(960), output);
   EXPECT_THAT(events(), ContainsOnly(ErrorCode(KivError::USER_STREAM_NOT_OPEN).counted(3),
                                      TraceLatency("mix").averaging(testing::Ge(0)).counted(3)));
 }
 
-TEST_F(MixerTest, ReportsUnderTheSessionThatItWasGiven) {
+TEST_F(MixerTest, ReportsInAChildOfItsSession) {
   mixer.open(kStereo);
   EXPECT_THAT(events(), Contains(StreamEvent("open").inChildOf(session)));
 }
 
-TEST_F(MixerTest, ReportsAStreamOnce) {
+TEST_F(MixerTest, ReportsAStreamOnlyWhenItIsOpened) {
   mixer.open(kStereo);
   clearEvents();
   mixer.mix(std::vector<float>(960), output);
   EXPECT_THAT(events(), ContainsOnly(TraceLatency("mix").once()));
 }
 
-TEST_F(MixerTest, CountsBlocksOfAWrongSizeInEveryWindow) {
+TEST_F(MixerTest, CountsBlocksOfTheWrongSizeInEveryWindow) {
   mixer.open(kStereo);
   const auto too_short = ErrorCode(KivError::USER_INVALID_NUMBER_OF_SAMPLES).fromApi("mix");
   mixer.mix(std::vector<float>(1), output);
@@ -65,9 +64,10 @@ TEST_F(MixerTest, CountsBlocksOfAWrongSizeInEveryWindow) {
   mixer.mix(std::vector<float>(1), output);
   EXPECT_THAT(events(), Contains(too_short.once()));
   EXPECT_THAT(events(), Contains(too_short.counted(2)));
+  EXPECT_THAT(events(), Contains(too_short).Times(2));
   EXPECT_THAT(events(), TotalCount(too_short, 3));
 }
 
-TEST_F(MixerTest, ReportsNothingByItself) { EXPECT_THAT(events(), IsEmpty()); }
+TEST_F(MixerTest, ReportsNothingUntilItIsUsed) { EXPECT_THAT(events(), IsEmpty()); }
 
 }  // namespace

@@ -7,7 +7,7 @@
 namespace TAMSA::recording {
 
 Recorder& Recorder::getInstance() {
-  // Leaked on purpose: events come until the very end of the process.
+  // Leaked on purpose: events can arrive until the end of the process.
   static Recorder& instance = *new Recorder;
   return instance;
 }

@@ -1,7 +1,7 @@
-/// A telemetry module for tests: keeps what it is handed, and misbehaves when told to.
+/// A telemetry module for tests: records events, and fails on request.
 ///
-/// Link a test with the target `tamsa_recording`. The library under test then finds this module
-/// under the name that it loads, and the test sees what arrived:
+/// Link a test with the target `tamsa_recording`. The library under test then loads this module,
+/// and the test reads the events that arrived:
 ///
 ///   auto& recorder = TAMSA::recording::Recorder::getInstance();
 ///   recorder.reset();
@@ -9,7 +9,7 @@
 ///   ASSERT_EQ(recorder.events().size(), 1u);
 ///   EXPECT_EQ(recorder.events()[0].strings.at("kiv_error_code"), "kiv.MMAP_FAILED");
 ///
-/// The module is one per process. All operations may be called from any thread.
+/// There is one module per process. All operations may be called from any thread.
 #pragma once
 
 #include <chrono>
@@ -23,44 +23,43 @@
 
 namespace TAMSA::recording {
 
-/// One event as it was reported, its fields by name.
+/// A reported event, with its fields by name.
 struct Event {
-  std::string name;                            ///< As it was created under.
-  std::map<std::string, int64_t> ints;         ///< Its integer fields.
-  std::map<std::string, float> floats;         ///< Its float fields.
-  std::map<std::string, std::string> strings;  ///< Its text fields.
-  std::vector<std::string> set;  ///< The names of the fields in the order in which they were set.
-  int handler = 0;               ///< The handler that took it; the first one made is 1.
-  int32_t flag = 0;              ///< As passed with the report.
-  bool accepted = true;          ///< What the reporter was answered.
-  std::thread::id thread;        ///< Where it was reported.
+  std::string name;                            ///< The event's name, such as "wexo_kiv_generic".
+  std::map<std::string, int64_t> ints;         ///< Integer fields.
+  std::map<std::string, float> floats;         ///< Float fields.
+  std::map<std::string, std::string> strings;  ///< Text fields.
+  std::vector<std::string> set;  ///< Names of the fields, in the order of the calls that set them.
+  int handler = 0;               ///< Number of the handler that took it, from 1 on.
+  int32_t flag = 0;              ///< The flag of the report.
+  bool accepted = true;          ///< The result of the report.
+  std::thread::id thread;        ///< The reporting thread.
 };
 
-/// Keeps what is reported, and can be told to fail.
+/// Records events, and makes the module fail on request.
 class __attribute__((visibility("default"))) Recorder {
  public:
-  /// The recorder of this process. It is never destroyed.
+  /// The recorder of this process, which is never destroyed.
   static Recorder& getInstance();
 
-  /// The events reported since the last reset, in order; those refused are among them.
+  /// All events since the last reset, in order, including refused ones.
   std::vector<Event> events() const;
 
-  /// The calls made to the module since the last reset, in order: "createTelemetryHandler(9)",
+  /// All calls of the module since the last reset, in order: "createTelemetryHandler(9)",
   /// "createEvent(NAME)", "reportEvent(NAME, 1)", "destroyTelemetryEvent(7)",
   /// "destroyTelemetryHandler(9)".
   std::vector<std::string> calls() const;
 
-  /// How many reports there were since the last reset.
+  /// The number of reports since the last reset.
   int reports() const;
 
-  /// Forgets what was recorded and ends all misbehaviour. Handlers and events live on.
+  /// Discards what was recorded, and ends all faults. Handlers and events stay valid.
   void reset();
 
-  /// From now on, counts reports and keeps neither events nor calls: for tests of so many that they
-  /// would not fit into memory.
+  /// From now on, only counts reports: for tests whose events would not fit into memory.
   void keepNothing();
 
-  /// Refuses the n-th report from now on, counted from 1. May be called for several.
+  /// Refuses the n-th report from now on, counted from 1. Can be called several times.
   void refuseReport(int n);
 
   /// Returns no handler for the next `count` requests.
@@ -69,15 +68,15 @@ class __attribute__((visibility("default"))) Recorder {
   /// Returns no event for the next `count` requests.
   void withholdEvents(int count);
 
-  /// Takes this long over every report.
+  /// Delays every report by this time.
   void slowDown(std::chrono::milliseconds delay);
 
-  /// Calls `hook` inside every report, on the reporting thread, before the event is recorded. It
-  /// may wait, and may report in turn. An empty one removes it.
+  /// Calls `hook` inside every report, on the reporting thread, before the event is recorded. The
+  /// hook may wait, and may use the library. An empty hook removes it.
   void onReport(std::function<void(const Event&)> hook);
 
-  /// Calls `hook` likewise inside every other operation that the library waits for an answer of or
-  /// fills an event by, with its name: "createTelemetryHandler", "createEvent", "setInt64Field",
+  /// Calls `hook` in the same way inside every other operation but the destroying ones, with the
+  /// operation's name: "createTelemetryHandler", "createEvent", "setInt64Field",
   /// "setFloatField", "setStringField".
   void onCall(std::function<void(const std::string&)> hook);
 

@@ -1,4 +1,4 @@
-/// What the recorder shares with the module's entry points.
+/// The recorder's state, shared with the module's entry points.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 namespace TAMSA::recording {
 
 struct Recorder::State {
-  /// How the module misbehaves, and how often it was asked.
+  /// The requested faults, and the number of reports so far.
   struct Faults {
     int reports = 0;
     std::set<int> refused_reports;
@@ -25,12 +25,12 @@ struct Recorder::State {
     std::function<void(const std::string&)> call_hook;
   };
 
-  /// With the mutex held.
+  /// Requires the mutex.
   void noteCall(std::string call) {
     if (keeps) calls.push_back(std::move(call));
   }
 
-  std::mutex mutex;  // guards all below
+  std::mutex mutex;  // guards all members below
   std::vector<Event> events;
   std::vector<std::string> calls;
   Faults faults;

@@ -1,5 +1,4 @@
-// Nothing is lost and nothing is counted twice, whoever reports what and however often windows
-// close meanwhile.
+// No report is lost or counted twice, with many threads, keys and windows.
 #include <gmock/gmock.h>
 
 #include <array>
@@ -27,13 +26,13 @@ class AccountingTest : public LoggerRig {
   static Model modelOf(size_t i) { return i % 2 == 0 ? Model::NON_BLOCKING : Model::BLOCKING; }
 
   AccountingTest() {
-    // An event of latencies says nothing of its key but the session.
+    // The session is the only field of a latency's key that its event has.
     for (size_t key = 0; key < kKeys; ++key) {
       latency_loggers.push_back(makeLogger(modelOf(key), "latency", nameOf(key)));
     }
   }
 
-  /// One report, of the kind that the key's number stands for.
+  /// Makes one report. The key's number selects its kind.
   void report(TelemetryLogger& logger, size_t key) {
     constexpr KivPcmInfoExt kPcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
     constexpr auto kType = ::kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT;
@@ -54,12 +53,12 @@ class AccountingTest : public LoggerRig {
     }
   }
 
-  /// Reports as many times as asked, over all keys; what was reported, by key.
+  /// Makes `reports` reports over all keys. Returns their number by key.
   Counts reportMany(size_t thread_number, size_t reports) {
     const auto logger = makeLogger(modelOf(thread_number));
     Counts counts{};
     for (size_t i = 1; i <= reports; ++i) {
-      // Every thread goes through all keys, from where no other begins.
+      // Every thread visits all keys, each from a different start.
       const size_t key = (i * 7 + thread_number * 131) % kKeys;
       report(*logger, key);
       ++counts[key];
@@ -70,7 +69,7 @@ class AccountingTest : public LoggerRig {
     return counts;
   }
 
-  /// The key that an event belongs to, by its text.
+  /// The key of an event, as text.
   static std::string keyOf(const ::kiv_test::Event& event) {
     for (const char* const field : {"kiv_error_code", "kiv_event", "kiv_event_name"}) {
       const auto found = event.strings.find(field);
@@ -87,7 +86,7 @@ class AccountingTest : public LoggerRig {
   std::vector<std::shared_ptr<TelemetryLogger>> latency_loggers;
 };
 
-TEST_F(AccountingTest, CountsAddUpToWhatWasReportedPerKey) {
+TEST_F(AccountingTest, CountsEqualTheReportsOfEachKey) {
   const ::kiv_test::SilentLog silence;
   const size_t reports = ::kiv_test::fromEnvironment("KIV_ACCOUNTING_REPORTS", 4000);
   std::array<Counts, kThreads> reported{};

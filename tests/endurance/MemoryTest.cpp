@@ -1,4 +1,4 @@
-// Memory is given back, however many keys come and go.
+// Memory does not grow with the number of windows and keys.
 #include <gmock/gmock.h>
 #include <malloc.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ namespace {
 
 constexpr size_t kMebibyte = 1024 * 1024;
 
-/// What the process has of the machine's memory, in bytes.
+/// Resident memory of the process, in bytes.
 size_t residentSize() {
   std::ifstream statm("/proc/self/statm");
   size_t total = 0;
@@ -33,7 +33,7 @@ size_t residentSize() {
   return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// What the program has of the allocator, in bytes.
+/// Bytes that are allocated from the heap.
 size_t allocatedSize() {
   const struct mallinfo2 info = mallinfo2();
   return info.uordblks + info.hblkhd;
@@ -43,19 +43,19 @@ class MemoryTest : public LoggerRig {
  protected:
   void SetUp() override {
 #ifdef KIV_SANITIZED
-    GTEST_SKIP() << "the sanitizer's allocator keeps what is freed";
+    GTEST_SKIP() << "the sanitizer's allocator does not release freed memory";
 #endif
     recorder.keepNothing();
-    // What a test before this one left to the allocator would hide what this one takes.
+    // Memory that earlier tests left in the allocator would hide the growth in this one.
     malloc_trim(0);
   }
 
-  /// Reports `count` keys that were never reported before, of all kinds.
+  /// Reports `count` new keys, of all kinds.
   void reportFreshKeys(size_t count) {
     KivPcmInfoExt pcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
     constexpr auto kType = ::kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT;
     for (size_t i = 0; i < count; ++i, ++keys) {
-      // Too long for a string to hold in place.
+      // Too long for the small-string optimization.
       const std::string name = "a key that was never there before: " + std::to_string(keys);
       pcm.samples = static_cast<uint32_t>(keys);
       switch (keys % 6) {
@@ -80,14 +80,14 @@ class MemoryTest : public LoggerRig {
     }
   }
 
-  // Stands still: however slow the machine, a window ends when it is flushed.
+  // The clock stands still, so that windows end only when they are flushed.
   const ::kiv_test::FakeClock clock;
   size_t keys = 0;
   const ::kiv_test::SilentLog silence;
   const std::shared_ptr<TelemetryLogger> logger = makeLogger(Model::NON_BLOCKING);
 };
 
-TEST_F(MemoryTest, WindowAfterWindowOfFreshKeysTakesNoMore) {
+TEST_F(MemoryTest, WindowsOfNewKeysDoNotGrowMemory) {
   constexpr size_t kKeysPerWindow = 1000;
   constexpr size_t kSettled = 100;
   const size_t windows = ::kiv_test::fromEnvironment("KIV_MEMORY_WINDOWS", 150);
@@ -104,7 +104,7 @@ TEST_F(MemoryTest, WindowAfterWindowOfFreshKeysTakesNoMore) {
   RecordProperty("resident_at_the_end", std::to_string(end));
 }
 
-TEST_F(MemoryTest, AWindowOfVeryManyKeysIsSubmittedAndGivenBack) {
+TEST_F(MemoryTest, TheMemoryOfAWindowOfManyKeysIsReleased) {
   const size_t count = ::kiv_test::fromEnvironment("KIV_MEMORY_KEYS", 50000);
   reportFreshKeys(600);
   ASSERT_TRUE(logger->flush());
@@ -113,7 +113,7 @@ TEST_F(MemoryTest, AWindowOfVeryManyKeysIsSubmittedAndGivenBack) {
   const size_t before = allocatedSize();
   const size_t resident_before = residentSize();
 
-  // In portions, so that few reports wait in the queue and what is measured is the table.
+  // In portions, so that the queue stays short and the table is what is measured.
   for (size_t left = count; left > 0;) {
     const size_t portion = std::min<size_t>(left, 10000);
     reportFreshKeys(portion);
@@ -124,13 +124,13 @@ TEST_F(MemoryTest, AWindowOfVeryManyKeysIsSubmittedAndGivenBack) {
   ASSERT_TRUE(logger->flush());
   const size_t after = allocatedSize();
   const size_t resident_after = residentSize();
-  // The allocator keeps what it was given back until it is asked, or needs it for something else.
+  // The allocator releases freed memory to the system only on request.
   malloc_trim(0);
   const size_t resident_after_trim = residentSize();
 
   EXPECT_EQ(recorder.reports() - before_reports, static_cast<int>(count));
   EXPECT_GT(full, before + count * 100);
-  // Threads keep a few freed blocks of every size at hand.
+  // Every thread caches a few freed blocks of each size.
   EXPECT_LE(after, before + kMebibyte);
   EXPECT_LE(resident_after_trim, resident_before + kMebibyte);
   RecordProperty("allocated_before", std::to_string(before));

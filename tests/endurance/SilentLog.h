@@ -1,11 +1,11 @@
-/// For tests of so many reports that their lines in the Android log would be what takes the time.
+/// Silences the Android log in tests with many reports, where it would take most of the time.
 #pragma once
 
 #include <android/log.h>
 
 namespace kiv_test {
 
-/// Nothing is written to the Android log while it lives.
+/// Discards all lines of the Android log while it exists.
 class SilentLog {
  public:
   SilentLog() {

@@ -1,5 +1,5 @@
-/// Turns a byte string into decisions, so that whoever supplies the bytes (a random generator, a
-/// fuzzer, a file) decides what a test does.
+/// Turns a byte string into decisions, so that its source (a random generator, a fuzzer, a file)
+/// controls a test.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace kiv_test::model {
 
-/// Reads from the front. Once the bytes are used up, every decision is the first choice.
+/// Reads from the front. At the end of the bytes, every decision is the first choice.
 class ByteInput {
  public:
   ByteInput(const uint8_t* data, size_t size) : data_(data), size_(size) {}

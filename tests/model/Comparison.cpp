@@ -31,7 +31,7 @@ bool same(int64_t a, int64_t b) { return a == b; }
 
 bool same(const std::string& a, const std::string& b) { return a == b; }
 
-/// To the bit, but one NaN is as good as another.
+/// Compares bitwise, but all NaNs are equal.
 bool same(float a, float b) {
   return (a != a && b != b) || std::memcmp(&a, &b, sizeof(float)) == 0;
 }
@@ -49,11 +49,11 @@ void compareGroup(const std::map<std::string, T>& expected, const std::map<std::
     }
   }
   for (const auto& [name, value] : actual) {
-    if (expected.count(name) == 0) differences << "  " << name << " should not be there\n";
+    if (expected.count(name) == 0) differences << "  " << name << " is unexpected\n";
   }
 }
 
-/// The fields' names as they must have been set: one group after the other, each name once.
+/// The names of the fields in the required order: group after group, each name once.
 template <typename Event>
 std::vector<std::string> namesInGroups(const Event& event) {
   std::vector<std::string> names;
@@ -92,11 +92,11 @@ std::string differences(const ExpectedEvent& expected, const Event& actual,
 
   for (const auto& [aggregation, handler] : handlers) {
     if (handler == actual.handler && aggregation != expected.aggregation) {
-      text << "  the handler is that of another aggregation\n";
+      text << "  the handler belongs to another aggregation\n";
     }
   }
   const int handler = handlers.emplace(expected.aggregation, actual.handler).first->second;
-  if (handler != actual.handler) text << "  its aggregation has had another handler before\n";
+  if (handler != actual.handler) text << "  its aggregation had another handler before\n";
   return text.str();
 }
 
@@ -109,17 +109,17 @@ std::optional<std::string> firstDifference(const std::vector<ExpectedEvent>& exp
     std::ostringstream text;
     text << "event " << i << " of " << actual.size() << " (" << expected.size() << " expected)";
     if (i == expected.size()) {
-      text << " should not be there: " << quoted(actual[i].name) << '\n';
+      text << " is unexpected: " << quoted(actual[i].name) << '\n';
       for (const auto& [name, value] : actual[i].strings) {
         text << "  " << name << " is " << asText(value) << '\n';
       }
       return text.str();
     }
-    text << ", due to call " << expected[i].call;
+    text << ", caused by call " << expected[i].call;
     if (i == actual.size()) {
       text << ", is missing: " << quoted(expected[i].name) << '\n';
       for (const auto& [name, value] : expected[i].fields.strings) {
-        text << "  " << name << " would be " << asText(value) << '\n';
+        text << "  " << name << " should be " << asText(value) << '\n';
       }
       return text.str();
     }

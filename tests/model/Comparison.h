@@ -1,4 +1,4 @@
-/// Finds the first place where what happened differs from what should have.
+/// Finds the first difference between actual and expected events, log lines or module calls.
 #pragma once
 
 #include <map>
@@ -11,14 +11,13 @@
 
 namespace kiv_test::model {
 
-/// What differs first, in words. Fields set in other groups than they belong to differ too; their
-/// order within a group does not matter. `handlers` says which handler serves which aggregation,
-/// as far as that is known.
+/// The first difference, as text. Fields must be set group by group; their order within a group
+/// does not matter. `handlers` maps aggregations to their handlers, as far as known.
 std::optional<std::string> firstDifference(const std::vector<ExpectedEvent>& expected,
                                            const std::vector<TAMSA::recording::Event>& actual,
                                            std::map<int, int> handlers);
 
-/// The same of log lines or calls of the module.
+/// The first difference between log lines, or between calls of the module.
 template <typename T>
 std::optional<std::string> firstDifference(const std::string& what, const std::vector<T>& expected,
                                            const std::vector<T>& actual);

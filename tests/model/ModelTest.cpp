@@ -1,4 +1,4 @@
-// Random sequences of calls do to the module and the log what the model says.
+// Random sequences of calls have the effects on module and log that the model predicts.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-/// What the sequences of a test amounted to.
+/// Statistics about the sequences of a test.
 struct Totals {
   size_t calls = 0;
   size_t events = 0;
@@ -39,7 +39,7 @@ Bytes randomBytes(size_t seed) {
   return bytes;
 }
 
-TEST(Model, RandomSequencesDoWhatTheModelSays) {
+TEST(Model, RandomSequencesMatchTheModel) {
   const size_t count = fromEnvironment("KIV_MODEL_SEQUENCES", 200);
   const size_t first = fromEnvironment("KIV_MODEL_SEED", 1);
   Totals totals;
@@ -52,7 +52,7 @@ TEST(Model, RandomSequencesDoWhatTheModelSays) {
   EXPECT_LT(totals.starved, 1 + count / 20);
 }
 
-TEST(Model, SequencesOfTheCorpusDoWhatTheModelSays) {
+TEST(Model, SequencesOfTheCorpusMatchTheModel) {
   std::vector<std::filesystem::path> files;
   for (const auto& file : std::filesystem::directory_iterator(KIV_MODEL_CORPUS)) {
     files.push_back(file.path());

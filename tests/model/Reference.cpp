@@ -30,10 +30,10 @@ bool before(const Report& a, const Report& b) {
   return a.key < b.key;
 }
 
-/// The module takes texts that end at their first NUL.
+/// Texts are passed to the module as C strings, which end at the first NUL.
 std::string asSent(const std::string& text) { return text.substr(0, text.find('\0')); }
 
-/// Unsigned numbers travel as signed ones of their width.
+/// Unsigned 32-bit numbers are sent as signed ones.
 int64_t asSent(uint32_t number) {
   return number < 0x80000000U ? int64_t{number} : int64_t{number} - 0x100000000LL;
 }
@@ -45,7 +45,7 @@ int64_t toInteger(float value) {
   return static_cast<int64_t>(value);
 }
 
-/// The log keeps so much of a line.
+/// The log cuts longer lines.
 std::string logText(const std::string& text) { return text.substr(0, 1023); }
 
 }  // namespace
@@ -117,7 +117,7 @@ void Reference::closeWindow(Aggregation& aggregation) {
 }
 
 void Reference::submit(Aggregation& aggregation, int64_t start_us, int64_t end_us) {
-  // What is reported from now on belongs to the next window, though the module itself report it.
+  // Reports from now on belong to the next window, even those that the module makes.
   auto entries = std::exchange(aggregation.entries, {});
   if (!enabled) return;
   std::sort(entries.begin(), entries.end(),

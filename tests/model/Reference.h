@@ -1,7 +1,7 @@
-/// What the library must do with reports, said once more in the plainest way: every sample is kept,
-/// every table is searched from end to end, and a window's contents are sorted when it closes.
+/// A second, simple implementation of the library's behaviour: stores every sample, searches tables
+/// linearly, and sorts a window's contents when it closes.
 ///
-/// None of this shares code with the library. Where the two differ, one of them is wrong.
+/// It shares no code with the library. Where the two differ, one of them is wrong.
 #pragma once
 
 #include <array>
@@ -18,18 +18,18 @@
 
 namespace kiv_test::model {
 
-/// A session and those that it was opened under.
+/// A session and its parents.
 struct Session {
   std::vector<std::string> chain;  ///< Root first, the session itself last; never empty.
 
   std::string text() const;
 };
 
-/// The session's own text counts most, then its parent's, and so on; having no parent comes before
-/// having any.
+/// Compares the session's own text first, then its parent's, and so on. A session without a parent
+/// comes before one with a parent.
 bool operator<(const Session& a, const Session& b);
 
-/// In the order in which a logger visits them.
+/// The kinds, in the order in which a logger visits them.
 enum Kind { ERRORS, STREAMS, LATENCIES, INTEGERS, FLOATS, TEXTS, KINDS };
 
 struct Fields {
@@ -38,7 +38,7 @@ struct Fields {
   std::map<std::string, std::string> strings;
 };
 
-/// One report: what makes two of them the same, what its event says, and the sample to fold.
+/// A report: its key, its event's fields, and its sample.
 struct Report {
   Kind kind;
   Session session;
@@ -48,7 +48,7 @@ struct Report {
   float sample;
 };
 
-/// One kind's table under its window.
+/// The table and the window of one kind.
 struct Aggregation {
   struct Entry {
     Report first;
@@ -63,7 +63,7 @@ struct Aggregation {
   std::vector<Entry> entries;
 };
 
-/// What a logger reports into.
+/// The six tables that a logger reports into.
 struct Aggregations {
   std::array<Aggregation, KINDS> kinds;
 };
@@ -71,44 +71,44 @@ struct Aggregations {
 struct ExpectedEvent {
   std::string name;
   Fields fields;
-  int aggregation;  ///< Each has a handler of its own.
+  int aggregation;  ///< Each aggregation has its own handler.
   std::thread::id thread;
   bool accepted;
-  size_t call;  ///< The call that closed the window.
+  size_t call;  ///< Number of the call that closed the window.
 };
 
-/// The combination of `samples` by `method`, one after the other.
+/// Combines `samples` by `method`, one after the other.
 float fold(uint8_t method, const std::vector<float>& samples);
 
 class Reference {
  public:
-  // The circumstances, set by whoever makes the calls.
+  // Conditions, set by the caller.
   int64_t steady_ns = 0;
   int64_t system_us = 0;
   bool enabled = true;
   std::thread::id thread;
   size_t call = 0;
 
-  // What the calls so far must have led to.
+  // Expected results of the calls so far.
   std::vector<ExpectedEvent> events;
   std::vector<LogLine> log;
   std::vector<std::string> module_calls;
 
   Aggregations makeAggregations();
 
-  // A logger's operations on what it reports into.
+  // A logger's operations on its tables.
   void start(Aggregations& aggregations);
   bool stop(Aggregations& aggregations);
   bool flush(Aggregations& aggregations);
   void report(Aggregations& aggregations, const Report& report, bool immediate);
   void destroy(Aggregations& aggregations);
 
-  /// The line that goes with every error.
+  /// The log line of an error.
   void logError(const std::string& code, const std::string& api, const std::string& kiv_class);
 
   /// The module refuses the n-th report from now on.
   void refuseReport(int n) { refused_.insert(reports_ + n); }
-  /// The module makes no handler, or no event, the next so many times that it is asked for one.
+  /// The module creates no handler, or no event, for this number of requests.
   void withholdHandlers(int count) { handlers_to_withhold_ = count; }
   void withholdEvents(int count) { events_to_withhold_ = count; }
 
@@ -127,7 +127,7 @@ class Reference {
   void add(Aggregation& aggregation, const Report& report);
   void logLine(int priority, const std::string& text);
 
-  int submissions_ = 0;  ///< That lie within each other.
+  int submissions_ = 0;  ///< Number of nested submissions.
   int next_id_ = 1;
   int reports_ = 0;
   int handlers_to_withhold_ = 0;

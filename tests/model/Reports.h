@@ -1,4 +1,4 @@
-/// What each logging operation reports.
+/// The report that each logging operation makes.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace kiv_test::model {
 Report errorReport(const Session& session, const std::string& code, const std::string& api,
                    uint8_t severity, const std::string& kiv_class);
 
-/// A stream, however it was described.
+/// A stream, from either form of descriptor.
 struct Stream {
   uint32_t format;
   std::string format_text;

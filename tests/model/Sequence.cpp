@@ -30,7 +30,7 @@ std::optional<std::string> Sequence::run() {
   if (!failure_.has_value()) failure_ = compare();
   if (!failure_.has_value()) return std::nullopt;
   std::ostringstream text;
-  text << *failure_ << "The calls:\n";
+  text << *failure_ << "Calls:\n";
   for (size_t i = 0; i < calls_.size(); ++i) text << "  " << i << ". " << calls_[i] << '\n';
   return text.str();
 }
@@ -39,8 +39,8 @@ void Sequence::begin() {
   recorder_.reset();
   reference_.system_us = microseconds(clock_.system());
   workers_.push_back(process_.worker);
-  // The workers are told apart by who they are; the first logger starts what the last sequence
-  // stopped.
+  // Workers are identified by their threads. The first logger starts the aggregations that the last
+  // sequence stopped.
   addSubject({"default", process_.default_logger, nullptr, process_.root, "",
               kiv::TelemetrySubmissionModel::NON_BLOCKING, process_.worker});
   note("default.start()");
@@ -130,7 +130,7 @@ void Sequence::step() {
     case 4:
       return planBackCall(subject);
     default:
-      // Never the default logger, nor the worker under the steps that run on it.
+      // Not the default logger, and not the worker that runs the current steps.
       if (&subject != &subjects_.front() && current_ == nullptr) {
         dropLogger(static_cast<size_t>(&subject - subjects_.data()));
       }
@@ -159,7 +159,7 @@ void Sequence::settle(const Worker* busy) {
 void Sequence::perform(Subject& subject, bool waits, const std::function<void()>& call,
                        const std::function<void(Aggregations&)>& expect) {
   const bool here = subject.isImmediate() || subject.worker.get() == current_;
-  // One thread at a time does what can be observed, so that its order is certain.
+  // Only one thread at a time does observable work, so that its order is determined.
   settle(subject.worker.get());
   reference_.thread = here ? std::this_thread::get_id() : subject.worker->id;
   expect(subject.expected());
@@ -213,7 +213,7 @@ void Sequence::moveClocks() {
     clock_.advanceSteady(std::chrono::nanoseconds(time_ns));
     reference_.steady_ns += time_ns;
   } else {
-    // Within what a clock of nanoseconds can say.
+    // Within the range of a nanosecond clock.
     const int64_t time_us = input_.any<int64_t>() % 9000000000000000;
     note("the wall clock is set to " + std::to_string(time_us) + " us");
     using Duration = FakeClock::SystemTime::duration;
@@ -244,7 +244,7 @@ void Sequence::disturbModule() {
 
 void Sequence::turnSwitch() {
   settle();
-  // Mostly on: with it off, little can be observed.
+  // Mostly on: little can be observed while it is off.
   reference_.enabled = !reference_.enabled || input_.below(4) > 0;
   note(reference_.enabled ? "the switch is turned on" : "disableTelemetryForTesting()");
   Process::setTelemetryEnabled(reference_.enabled);

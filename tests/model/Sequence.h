@@ -1,4 +1,4 @@
-/// A sequence of calls, made both on the library and on the model.
+/// Runs a sequence of calls on the library and on the model, and compares the effects.
 #pragma once
 
 #include <cstddef>
@@ -20,18 +20,18 @@
 
 namespace kiv_test::model {
 
-/// One at a time in a process.
+/// One at a time per process.
 class Sequence {
  public:
-  /// The bytes say which calls to make.
+  /// The bytes determine the calls.
   Sequence(const uint8_t* data, size_t size) : input_(data, size) {}
 
-  /// Makes the calls. The first difference between what the library did and what it must do, with
-  /// the calls that led there; empty if there is none.
+  /// Makes the calls. Returns the first difference between library and model, with the calls that
+  /// led to it; empty if there is none.
   std::optional<std::string> run();
 
-  /// Whether the process's worker was so late that the library rightly gave up waiting for it. Such
-  /// a run says nothing.
+  /// True if the process's worker was so slow that the library's wait timed out, as it should. The
+  /// result of such a run means nothing.
   bool wasStarved() const { return starved_; }
 
   size_t calls() const { return calls_.size(); }
@@ -53,13 +53,13 @@ class Sequence {
     std::shared_ptr<void> token;  // of a trace
   };
 
-  /// A stream and the road on which it is reported.
-  struct DescribedStream {
+  /// A stream and the operation that reports it.
+  struct ReportedStream {
     Stream stream;
     std::optional<::kiv::KivPcmInfo> compact;
-    kiv::KivPcmInfoExt extended;  // in place of the compact form
+    kiv::KivPcmInfoExt extended;  // used if `compact` is empty
     bool is_internal;             // by the operation of that name
-    std::string road;             // in words
+    std::string operation;        // as text
 
     std::string text() const;
   };
@@ -110,23 +110,23 @@ class Sequence {
 
   // Choices.
   Session chooseSession();
-  DescribedStream chooseStream();
+  ReportedStream chooseStream();
 
-  /// Notes a call in words.
+  /// Records a call as text.
   void note(const std::string& description);
 
-  /// Makes a call on a logger and on the model. `waits` says whether it returns only when the
-  /// logger's worker has done its work.
+  /// Makes a call on a logger and on the model. `waits` is true if the call returns only after the
+  /// logger's worker has done the work.
   void perform(Subject& subject, bool waits, const std::function<void()>& call,
                const std::function<void(Aggregations&)>& expect);
 
-  /// `perform` for the report of an operation.
+  /// As `perform`, for an operation that reports.
   void performReport(Subject& subject, const Report& report, const std::function<void()>& call);
   void performErrorReport(Subject& subject, const std::string& code, const std::string& api,
                           uint8_t severity, const std::string& kiv_class,
                           const std::function<void()>& call);
 
-  /// Waits until the workers have done what was posted, but for `busy` and the current one.
+  /// Waits until all workers but `busy` and the current one are idle.
   void settle(const Worker* busy = nullptr);
 
   void addSubject(Subject subject);
@@ -134,29 +134,28 @@ class Sequence {
 
   void expectThat(bool condition, const std::string& what);
 
-  // Before the log is captured: its making logs.
+  // Before the log is captured, because the constructor logs.
   Process& process_ = Process::getInstance();
   ByteInput input_;
   FakeClock clock_;
   const LogCapture log_;
   TAMSA::recording::Recorder& recorder_ = TAMSA::recording::Recorder::getInstance();
   Reference reference_;
-  std::vector<Subject> subjects_;  // The first is the default logger, which stays.
+  std::vector<Subject> subjects_;  // The first is the default logger.
   std::vector<Trace> sections_;
   std::vector<Trace> traces_;
   std::vector<std::shared_ptr<Worker>> workers_;
   std::vector<std::pair<std::shared_ptr<Worker>, kiv::internal::AggregationManagers>> own_workers_;
-  Worker* current_ = nullptr;  // on which the steps are made, if not on the main thread
+  Worker* current_ = nullptr;  // runs the steps, unless the main thread does
   size_t labels_ = 0;
   std::vector<std::string> calls_;
   std::optional<std::string> failure_;
   bool starved_ = false;
 
-  // By the number of the report that the module is taking. Read by workers: changed only while all
-  // are at rest.
+  // By the number of the module's report. Workers read it, so it changes only while they are idle.
   std::map<int, BackCall> back_calls_;
   bool back_calls_enabled_ = true;
-  int reports_taken_ = 0;  // by the module, one at a time
+  int reports_taken_ = 0;  // by the module
 };
 
 }  // namespace kiv_test::model

@@ -1,12 +1,11 @@
-// Calls that the module makes on loggers of a sequence while it takes a report.
+// Calls that the module makes on loggers during a report.
 #include "tests/model/Sequence.h"
 #include "tests/model/Vocabulary.h"
 
 namespace kiv_test::model {
 
 void Sequence::installBackCalls() {
-  // A logger's work is called for only where it is done in place: what is posted from there would
-  // come in no certain order.
+  // Only loggers that work on the calling thread: the order of posted work would be undetermined.
   const auto find = [this](int report, std::thread::id thread) -> const BackCall* {
     const auto found = back_calls_.find(report);
     if (!back_calls_enabled_ || found == back_calls_.end()) return nullptr;

@@ -1,4 +1,4 @@
-// How the loggers of a sequence come and go.
+// Creates and destroys the loggers of a sequence.
 #include <algorithm>
 
 #include "tests/model/Sequence.h"
@@ -95,7 +95,7 @@ void Sequence::makeLoggerOfManager(Model model) {
 }
 
 void Sequence::makeLoggerOfEnvironment() {
-  // Its session can be learned only from what it reports.
+  // Its session is visible only in its events.
   if (!reference_.enabled || current_ != nullptr) return;
   const std::string label = "logger" + std::to_string(++labels_);
   const bool has_parent = input_.flag();

@@ -12,7 +12,7 @@ namespace {
 using kiv::KivErrorSeverity;
 using kiv::NumericAggregationType;
 
-/// The arguments of a call in words.
+/// The arguments of a call, as text.
 template <typename... Args>
 std::string arguments(const Args&... args) {
   std::string text;
@@ -162,7 +162,7 @@ void Sequence::endTraceSection(Subject& subject) {
   if (sections_.empty()) return;
   Trace trace = sections_[input_.below(sections_.size())];
   if (input_.below(4) == 0) {
-    // A caller may fill in the record itself, and err.
+    // Callers can fill in the record themselves, with any values.
     const int32_t shift_ns = input_.any<int32_t>();
     trace.info.start_time += std::chrono::nanoseconds(shift_ns);
     trace.begun_ns += shift_ns;
@@ -193,7 +193,7 @@ void Sequence::stopTrace(Subject& subject) {
   const int64_t elapsed_us = (reference_.steady_ns - trace.begun_ns) / 1000;
   note(subject.label + ".stopTrace" +
        arguments(quoted(trace.name), "after " + std::to_string(elapsed_us) + " us"));
-  // Whichever logger is asked, the default one reports.
+  // The default logger reports, whichever logger is called.
   Subject& reporting = subjects_.front();
   performReport(reporting,
                 integerReport(reporting.session, "api_latency_us." + trace.name, elapsed_us, 0),

@@ -1,4 +1,4 @@
-// The logging operations of a sequence that concern a stream.
+// The logging operations for streams.
 #include <chrono>
 
 #include "tests/model/Sequence.h"
@@ -6,15 +6,15 @@
 
 namespace kiv_test::model {
 
-Sequence::DescribedStream Sequence::chooseStream() {
-  // The usual one, most often with one field changed: streams that differ in everything say little
-  // about the order of their fields.
+Sequence::ReportedStream Sequence::chooseStream() {
+  // One common stream, usually with one field changed: streams that differ in all fields do not
+  // test the order of the fields.
   const uint8_t choice = input_.byte();
   const auto varies = [&](unsigned field) {
     return choice >= 0xE0 || (choice >= 0x40 && choice % 6 == field);
   };
-  DescribedStream described{};
-  Stream& stream = described.stream;
+  ReportedStream reported{};
+  Stream& stream = reported.stream;
   stream.type = varies(0) ? static_cast<int8_t>(input_.byte() % 8 - 1) : int8_t{2};
   stream.samples = varies(1) ? chooseUnsigned(input_) : 960;
   stream.channels = varies(2) ? chooseUnsigned(input_) : 2;
@@ -29,11 +29,11 @@ Sequence::DescribedStream Sequence::chooseStream() {
     stream.format = format.format.value;
     stream.format_text = format.format.text;
     stream.sample_rate = static_cast<float>(rate);
-    described.compact = ::kiv::KivPcmInfo{0xFFFFFFFF,     ::kiv::KivSampleFormat(format.value),
-                                          rate,           stream.channels,
-                                          stream.samples, stream.interleaved};
-    described.road = " of the compact ";
-    return described;
+    reported.compact = ::kiv::KivPcmInfo{0xFFFFFFFF,     ::kiv::KivSampleFormat(format.value),
+                                         rate,           stream.channels,
+                                         stream.samples, stream.interleaved};
+    reported.operation = " of the compact ";
+    return reported;
   }
   if (varies(4)) {
     const auto format = chooseFormat(input_);
@@ -41,14 +41,14 @@ Sequence::DescribedStream Sequence::chooseStream() {
     stream.format_text = format.text;
   }
   if (varies(5)) stream.sample_rate = chooseSampleRate(input_);
-  described.extended = {stream.sample_rate, stream.samples, stream.channels, stream.interleaved,
-                        audio_format_t(stream.format)};
-  described.is_internal = input_.flag();
-  described.road = described.is_internal ? "Internal" : "";
-  return described;
+  reported.extended = {stream.sample_rate, stream.samples, stream.channels, stream.interleaved,
+                       audio_format_t(stream.format)};
+  reported.is_internal = input_.flag();
+  reported.operation = reported.is_internal ? "Internal" : "";
+  return reported;
 }
 
-std::string Sequence::DescribedStream::text() const {
+std::string Sequence::ReportedStream::text() const {
   return "{format " + std::to_string(stream.format) + ", rate " +
          std::to_string(stream.sample_rate) + ", samples " + std::to_string(stream.samples) +
          ", channels " + std::to_string(stream.channels) +
@@ -56,35 +56,35 @@ std::string Sequence::DescribedStream::text() const {
 }
 
 void Sequence::logStreamEvent(Subject& subject) {
-  const DescribedStream described = chooseStream();
+  const ReportedStream reported = chooseStream();
   const std::string event = chooseText(input_);
-  note(subject.label + ".logStreamEvent" + described.road + "(" + described.text() + ", " +
+  note(subject.label + ".logStreamEvent" + reported.operation + "(" + reported.text() + ", " +
        quoted(event) + ")");
-  const auto type = ::kiv::KivStreamType(described.stream.type);
-  performReport(subject, streamReport(subject.session, described.stream, event), [&] {
-    if (described.compact) {
-      (*subject).logStreamEvent(*described.compact, type, event);
-    } else if (described.is_internal) {
-      (*subject).logStreamEventInternal(described.extended, type, event);
+  const auto type = ::kiv::KivStreamType(reported.stream.type);
+  performReport(subject, streamReport(subject.session, reported.stream, event), [&] {
+    if (reported.compact) {
+      (*subject).logStreamEvent(*reported.compact, type, event);
+    } else if (reported.is_internal) {
+      (*subject).logStreamEventInternal(reported.extended, type, event);
     } else {
-      (*subject).logStreamEvent(described.extended, type, event);
+      (*subject).logStreamEvent(reported.extended, type, event);
     }
   });
 }
 
 void Sequence::logAudioLatency(Subject& subject) {
-  const DescribedStream described = chooseStream();
+  const ReportedStream reported = chooseStream();
   const std::chrono::milliseconds latency(chooseInteger(input_));
-  note(subject.label + ".logAudioLatency" + described.road + "(" + described.text() + ", " +
+  note(subject.label + ".logAudioLatency" + reported.operation + "(" + reported.text() + ", " +
        std::to_string(latency.count()) + " ms)");
-  const auto type = ::kiv::KivStreamType(described.stream.type);
-  performReport(subject, latencyReport(subject.session, described.stream, latency.count()), [&] {
-    if (described.compact) {
-      (*subject).logAudioLatency(*described.compact, type, latency);
-    } else if (described.is_internal) {
-      (*subject).logAudioLatencyInternal(described.extended, type, latency);
+  const auto type = ::kiv::KivStreamType(reported.stream.type);
+  performReport(subject, latencyReport(subject.session, reported.stream, latency.count()), [&] {
+    if (reported.compact) {
+      (*subject).logAudioLatency(*reported.compact, type, latency);
+    } else if (reported.is_internal) {
+      (*subject).logAudioLatencyInternal(reported.extended, type, latency);
     } else {
-      (*subject).logAudioLatency(described.extended, type, latency);
+      (*subject).logAudioLatency(reported.extended, type, latency);
     }
   });
 }

@@ -46,7 +46,7 @@ kiv::TelemetryLogger& Subject::operator*() const {
 }
 
 Process& Process::getInstance() {
-  // Leaked on purpose: its logger may be used until the very end.
+  // Leaked on purpose: its logger may be used until the process ends.
   static Process& instance = *new Process;
   return instance;
 }
@@ -79,12 +79,12 @@ Process::Process()
   const auto events = recorder.events();
   for (size_t kind = 0; kind < KINDS; ++kind) {
     Aggregation& aggregation = worker->expected.kinds[kind];
-    // Below those that a sequence gives out.
+    // Lower than the numbers that a sequence assigns.
     aggregation.id = -static_cast<int>(kind);
     aggregation.has_handler = true;
     handlers[aggregation.id] = events.at(kind).handler;
   }
-  // Aggregations that a kept logger holds are flushed at exit, and say so when they do not run.
+  // At exit, aggregations with an owner are flushed, and log an error if they are stopped.
   std::atexit([] { Process::getInstance().default_logger->start(); });
   root.chain = {events.at(0).strings.at("kiv_session_id")};
   recorder.reset();

@@ -1,4 +1,4 @@
-/// The loggers under test, each with what the model knows of it.
+/// The loggers under test, each with its state in the model.
 #pragma once
 
 #include <functional>
@@ -26,14 +26,15 @@ struct Worker {
   kiv::TaskRunner runner;
   std::thread::id id;
   Aggregations expected;
-  bool has_pending = false;  ///< Something was posted and not waited for.
+  bool has_pending = false;  ///< True if posted work has not been waited for.
 };
 
 /// A logger under test.
 struct Subject {
   std::string label;
   std::shared_ptr<kiv::TelemetryLogger> logger;
-  std::unique_ptr<kiv::TelemetryHandler> handed_out;  ///< In place of `logger`, by the delegate.
+  std::unique_ptr<kiv::TelemetryHandler>
+      handed_out;  ///< From the delegate; used if `logger` is null.
   Session session;
   std::string name;
   kiv::TelemetrySubmissionModel model;
@@ -45,8 +46,8 @@ struct Subject {
   kiv::TelemetryLogger& operator*() const;
 };
 
-/// What all sequences of a process share: its manager's worker and default logger. Between
-/// sequences the aggregations are stopped and every one has its handler.
+/// The state that all sequences of a process share: the manager's worker and the default logger.
+/// Between sequences the aggregations are stopped, and all have their handlers.
 class Process {
  public:
   static Process& getInstance();
@@ -54,9 +55,10 @@ class Process {
   Session root;
   std::shared_ptr<kiv::TelemetryLogger> default_logger;
   std::shared_ptr<Worker> worker;
-  std::map<int, int> handlers;  ///< Of the worker's aggregations, by their ids.
+  std::map<int, int>
+      handlers;  ///< Handlers of the worker's aggregations, by the aggregations' ids.
 
-  /// Sets the telemetry switch, which the library itself only ever turns off.
+  /// Sets the telemetry switch. The library itself can only turn it off.
   static void setTelemetryEnabled(bool enabled);
 
  private:

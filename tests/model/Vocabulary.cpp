@@ -76,7 +76,7 @@ std::string chooseText(ByteInput& input) {
   if (choice < 0x80) return kTexts[choice % 3];
   if (choice < 0xC0) return kTexts[choice % std::size(kTexts)];
   if (choice < 0xF0) return input.bytes(choice % 16);
-  // Longer than a line of the log may be.
+  // Longer than the log's limit for a line.
   return std::string(size_t{128} * (choice % 16), static_cast<char>(input.byte()));
 }
 

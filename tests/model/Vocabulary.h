@@ -1,5 +1,5 @@
-/// Values that reports are made of, each with the text that it must be reported as, and the choice
-/// among them. The texts stand here a second time on purpose: the model asks the library nothing.
+/// Values for reports, each with its expected text. The texts are repeated here on purpose: the
+/// model must not depend on the library.
 #pragma once
 
 #include <cstdint>
@@ -19,14 +19,14 @@ Named<int32_t> chooseError(ByteInput& input);
 Named<int32_t> chooseStatus(ByteInput& input);
 Named<uint32_t> chooseFormat(ByteInput& input);
 
-/// A compact sample format and the Android format that it stands for.
+/// A compact sample format and the equivalent Android format.
 struct SampleFormat {
   int8_t value;
   Named<uint32_t> format;
 };
 SampleFormat chooseSampleFormat(ByteInput& input);
 
-/// Short texts that are likely to meet again and texts that are hard to handle.
+/// Short texts, which are likely to repeat, and difficult ones.
 std::string chooseText(ByteInput& input);
 long long chooseInteger(ByteInput& input);
 uint32_t chooseUnsigned(ByteInput& input);
@@ -36,7 +36,7 @@ float chooseSampleRate(ByteInput& input);
 std::string streamTypeText(int8_t type);
 std::string methodText(uint8_t method);
 
-/// A text as it stands in a description of a call.
+/// A text as it is written in the text of a call.
 std::string quoted(const std::string& text);
 
 }  // namespace kiv_test::model

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Asks the suite whether it would notice.
+"""Mutation testing: checks that the suite fails when the code is wrong.
 
-Applies the changes of mutants.toml, one at a time, to a copy of this tree, rebuilds what depends on
-the change, and runs the tests that could notice it: those of the subsystem first. A test that fails,
-crashes or hangs has noticed. Fails if a change goes unnoticed without an explanation, if an
-explained one is noticed after all, or if one cannot be applied or does not compile.
+Applies the mutants of mutants.toml, one at a time, to a copy of this tree, rebuilds what depends on
+the change, and runs the test programs that may kill the mutant, those of its room first. A test that
+fails, crashes or hangs kills a mutant. Fails if a mutant survives that is not listed as equivalent or
+flaky, if an equivalent one is killed, or if one cannot be applied or does not compile.
 """
 
 import argparse
@@ -36,9 +36,10 @@ PROGRAMS = {
     "endurance_test": "tests/endurance",
     "jsonl_test": "tests/modules",
     "jsonl_faults_test": "tests/modules",
+    "testing_test": "tests/testing",
 }
 
-# The programs whose tests can notice a change in a room, its own ones first.
+# The programs whose tests may kill a mutant in this room, the room's own first.
 ROOMS = {
     "services/kiv/common/": [
         "common_test", "telemetry_test", "system_test", "model_test", "endurance_test",
@@ -52,29 +53,31 @@ ROOMS = {
     ],
     "modules/jsonl/": ["jsonl_test", "jsonl_faults_test", "system_test"],
     "modules/recording/": ["tamsa_test", "telemetry_test", "model_test"],
+    "testing/": ["testing_test"],
 }
 
-# A test that takes this long hangs. Busy machines are slow, and no mutant is worth a false answer.
+# A program that exceeds its limit, in seconds, hangs. The limits are generous: on a busy machine, a
+# slow program must not pass for one that hangs.
 LEAST_TIME_LIMIT = 40
 TIME_LIMIT_FACTOR = 8
-# A program that loses its way may ask for memory without end.
+# A mutant may allocate without limit.
 MEMORY_LIMIT = 8 << 30
 
 
 @dataclasses.dataclass(frozen=True)
 class Mutant:
-    """A change, and why nobody could notice it, if so."""
+    """A change of the code. `equivalent` and `flaky` give a reason, if they apply."""
 
     what: str
     file: str
     find: str
     replace: str
-    survives: str = ""
-    unsteady: str = ""  # why it is a matter of chance whether somebody notices, if so
-    first: str = ""  # the program that is likely to notice, where it is not the subsystem's own
+    equivalent: str = ""  # why no test can kill it
+    flaky: str = ""  # why it depends on chance whether a test kills it
+    first: str = ""  # the program to run first, if it is not the room's own
 
     def likely_tests(self):
-        """A filter for the tests that bear the source's name: quickly run, and often enough."""
+        """A filter for the tests named after the source file: fast, and they often suffice."""
         return f"*{pathlib.Path(self.file).stem.removeprefix('Kiv').removesuffix('Impl')}*"
 
     def programs(self):
@@ -86,14 +89,14 @@ class Mutant:
 
 
 class Tree:
-    """The copy, and its build."""
+    """The copy and its build."""
 
     def __init__(self, work):
         self.sources = work / "tree"
         self.build_directory = work / "build"
 
     def sync(self):
-        """Makes the copy equal to the original. Files that are the same keep their time."""
+        """Makes the copy equal to the original. Unchanged files keep their time stamps."""
         listed = subprocess.run(
             ["git", "ls-files", "--cached", "--others", "--exclude-standard", "-z"],
             cwd=ROOT, check=True, capture_output=True, text=True).stdout
@@ -113,7 +116,7 @@ class Tree:
             "BUILD_TESTING": "ON",
             "CMAKE_BUILD_TYPE": "Debug",
             "CMAKE_CXX_FLAGS": "-D_GLIBCXX_ASSERTIONS",
-            "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # Nobody looks for the place of a failure.
+            "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # No debug information: faster to build.
             "CMAKE_LINK_DEPENDS_NO_SHARED": "ON",
             "KIV_BUILD_EXAMPLES": "OFF",
             "KIV_BUILD_OTLP": "OFF",
@@ -128,7 +131,7 @@ class Tree:
             check=True, stdout=subprocess.DEVNULL)
 
     def build(self, programs):
-        """Whether it compiles."""
+        """True if the programs compile."""
         done = subprocess.run(
             ["cmake", "--build", self.build_directory, "--target", *programs, "--", "--quiet"],
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
@@ -137,7 +140,9 @@ class Tree:
         return done.returncode == 0
 
     def run(self, program, time_limit, tests="*"):
-        """How the suite noticed; empty if it did not. In one process, to the first failure."""
+        """Runs tests in one process until the first failure. Returns which test killed the mutant;
+        empty if none did.
+        """
         path = self.build_directory / PROGRAMS[program] / program
         with tempfile.TemporaryFile("w+", errors="replace") as output:
             running = subprocess.Popen(
@@ -149,7 +154,7 @@ class Tree:
                 running.wait(time_limit)
             except subprocess.TimeoutExpired:
                 hung = True
-            # What it started goes with it.
+            # Ends the programs that it started, too.
             try:
                 os.killpg(running.pid, signal.SIGKILL)
             except ProcessLookupError:
@@ -163,9 +168,9 @@ class Tree:
         begun = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)
         test = failed[0].rstrip(",") if failed else begun[-1] if begun else program
         if hung:
-            return f"{test}, which hangs"
+            return f"{test} (hangs)"
         if not failed:
-            return f"{test}, which crashes"
+            return f"{test} (crashes)"
         return test
 
 
@@ -180,18 +185,27 @@ def read_mutants():
 
 
 def check_applicable(mutants):
-    """Prints what cannot be applied; true if there is nothing."""
+    """True if every mutant can be applied. Prints those that cannot."""
     ok = True
     for mutant in mutants:
-        places = (ROOT / mutant.file).read_text().count(mutant.find)
-        if places != 1 or mutant.find == mutant.replace:
-            print(f"cannot apply: {mutant}: its text is there {places} times")
-            ok = False
+        path = ROOT / mutant.file
+        if not path.is_file():
+            reason = "the file does not exist"
+        elif not mutant.file.startswith(tuple(ROOMS)):
+            reason = "no test program is listed for its room"
+        elif mutant.find == mutant.replace:
+            reason = "`find` and `replace` are equal"
+        elif (places := path.read_text().count(mutant.find)) != 1:
+            reason = f"`find` occurs {places} times"
+        else:
+            continue
+        print(f"cannot apply: {mutant}: {reason}")
+        ok = False
     return ok
 
 
 def try_mutant(tree, mutant, limits):
-    """How the suite noticed; empty if it did not, None if the mutant does not compile."""
+    """Returns which test killed the mutant; empty if none did, None if it does not compile."""
     path = tree.sources / mutant.file
     original = path.read_text()
     path.write_text(original.replace(mutant.find, mutant.replace))
@@ -210,13 +224,22 @@ def try_mutant(tree, mutant, limits):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("work", type=pathlib.Path, help="directory for the copy and its build")
-    parser.add_argument("regex", nargs="?", default="", help="which mutants, by file and text")
+    parser.add_argument("--check-applies", action="store_true",
+                        help="only check that every mutant can be applied; builds nothing")
+    parser.add_argument("work", type=pathlib.Path, nargs="?",
+                        help="directory for the copy of the tree and its build")
+    parser.add_argument("regex", nargs="?", default="",
+                        help="selects mutants by file and description")
     arguments = parser.parse_args()
+    if arguments.work is None and not arguments.check_applies:
+        parser.error("the directory for the copy is missing")
 
     everything = read_mutants()
     if not check_applicable(everything):
         return 1
+    if arguments.check_applies:
+        print(f"All {len(everything)} mutants can be applied.")
+        return 0
     mutants = [mutant for mutant in everything if re.search(arguments.regex, str(mutant))]
     programs = [name for name in PROGRAMS if any(name in mutant.programs() for mutant in mutants)]
 
@@ -231,31 +254,33 @@ def main():
         how = tree.run(program, 600)
         taken = time.monotonic() - start
         if how:
-            print(f"The suite fails already without a change: {program}: {how}")
+            print(f"The suite fails without a mutant: {program}: {how}")
             return 1
         limits[program] = max(LEAST_TIME_LIMIT, TIME_LIMIT_FACTOR * taken)
         print(f"{taken:6.1f} s  {program}", flush=True)
 
-    counts = dict.fromkeys(("noticed", "explained", "UNNOTICED", "STALE", "BROKEN"), 0)
+    counts = dict.fromkeys(("killed", "equivalent", "flaky", "SURVIVED", "STALE", "INVALID"), 0)
     for number, mutant in enumerate(mutants, 1):
         start = time.monotonic()
         how = try_mutant(tree, mutant, limits)
         if how is None:
-            verdict, detail = "BROKEN", "does not compile"
+            verdict, detail = "INVALID", "does not compile"
         elif how:
-            verdict, detail = ("STALE" if mutant.survives else "noticed"), how
-        elif mutant.survives or mutant.unsteady:
-            verdict, detail = "explained", mutant.survives or mutant.unsteady
+            verdict, detail = ("STALE" if mutant.equivalent else "killed"), how
+        elif mutant.equivalent:
+            verdict, detail = "equivalent", mutant.equivalent
+        elif mutant.flaky:
+            verdict, detail = "flaky", mutant.flaky
         else:
-            verdict, detail = "UNNOTICED", "no test fails"
+            verdict, detail = "SURVIVED", "no test fails"
         counts[verdict] += 1
-        print(f"{number:3}/{len(mutants)} {time.monotonic() - start:5.0f} s  {verdict:9}  {mutant}"
-              f"\n{'':26}{detail}", flush=True)
+        print(f"{number:3}/{len(mutants)} {time.monotonic() - start:5.0f} s  {verdict:10}  {mutant}"
+              f"\n{'':27}{detail}", flush=True)
 
-    print(f"\n{len(mutants)} mutants: {counts['noticed']} noticed, {counts['explained']} explained, "
-          f"{counts['UNNOTICED']} unnoticed, {counts['STALE']} explained but noticed, "
-          f"{counts['BROKEN']} that do not compile")
-    return int(any(counts[verdict] for verdict in ("UNNOTICED", "STALE", "BROKEN")))
+    print(f"\n{len(mutants)} mutants: {counts['killed']} killed, {counts['equivalent']} equivalent, "
+          f"{counts['flaky']} flaky and not killed, {counts['SURVIVED']} survived, "
+          f"{counts['STALE']} listed as equivalent but killed, {counts['INVALID']} do not compile")
+    return int(any(counts[verdict] for verdict in ("SURVIVED", "STALE", "INVALID")))
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
-// Shows what the Android log is told about a process that ends itself, of which its own line has
-// only a part. A program that links this writes "assert(CONDITION, TAG, FORMAT)" to standard error
-// first, for its libraries too; what is missing there is "null".
+// Replaces __android_log_assert in a test program and its libraries. Writes all its arguments to
+// standard error, as "assert(CONDITION, TAG, FORMAT)" with "null" for a missing one, since the
+// log's own line has only some of them. Then calls the original.
 #include <android/log.h>
 #include <dlfcn.h>
 

@@ -1,5 +1,5 @@
-// Where the suite runs under an emulator, the kernel cannot start our programs by itself: whatever
-// in a test executes one, GoogleTest's death tests included, has the emulator execute it instead.
+// Replaces execv in tests that run under an emulator, because the kernel cannot start their
+// programs directly: the emulator starts them instead, also for GoogleTest's death tests.
 #include <elf.h>
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,30 +1,30 @@
-/// Control over the clocks that the library reads.
+/// Replaces the clocks that the library reads.
 #pragma once
 
 #include <chrono>
 
 namespace kiv_test {
 
-/// While one lives, the library's clocks stand still and move only when told. One at a time; any
-/// thread may read the clocks meanwhile. Otherwise they are the system's.
+/// While an object exists, the library's clocks stand still and move only by its operations. One at
+/// a time; any thread may read the clocks. Without an object they are the system's clocks.
 class FakeClock {
  public:
   using SystemTime = std::chrono::system_clock::time_point;
 
-  /// Both clocks start at arbitrary times.
+  /// Starts both clocks at arbitrary times.
   FakeClock();
   ~FakeClock();
 
   FakeClock(const FakeClock&) = delete;
   FakeClock& operator=(const FakeClock&) = delete;
 
-  /// Moves both clocks on.
+  /// Advances both clocks.
   void advance(std::chrono::nanoseconds time);
 
-  /// Moves the monotonic clock alone.
+  /// Advances only the monotonic clock.
   void advanceSteady(std::chrono::nanoseconds time);
 
-  /// Sets the wall clock alone, as an administrator or a time server would.
+  /// Sets only the wall clock, as a time server does.
   void setSystem(SystemTime time);
 
   SystemTime system() const;

@@ -1,12 +1,12 @@
-/// Tests of what happens once per process.
+/// Tests of what happens only once per process.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
-/// Runs a statement in a process of its own, in which nothing has been used yet but what the test
-/// itself did before, and fails if an expectation failed there.
+/// Runs a statement in a new process, in which only the code of this test has run before. Fails if
+/// an expectation fails there.
 #define KIV_EXPECT_IN_FRESH_PROCESS(...)                  \
   do {                                                    \
     GTEST_FLAG_SET(death_test_style, "threadsafe");       \

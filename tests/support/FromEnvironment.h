@@ -1,5 +1,4 @@
-/// What goes on for long has a short form, which belongs to the suite, and a long one, asked for by
-/// a variable of the environment.
+/// Lets an environment variable lengthen a test that is short in the suite.
 #pragma once
 
 #include <cstddef>

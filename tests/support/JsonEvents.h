@@ -1,4 +1,4 @@
-/// Events as the JSON-lines module wrote them.
+/// Reads the events that the JSON-lines module wrote.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@
 
 namespace kiv_test {
 
-/// Every line of the file, which must all be whole.
+/// Parses every line of the file. Throws if a line is incomplete.
 inline std::vector<nlohmann::json> readEvents(const std::string& path) {
   std::vector<nlohmann::json> events;
   std::istringstream lines(readFile(path));

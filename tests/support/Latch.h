@@ -1,4 +1,4 @@
-/// A gate that threads wait at until somebody opens it.
+/// A gate that blocks threads until it is opened.
 #pragma once
 
 #include <condition_variable>
@@ -14,7 +14,7 @@ class Latch {
   void countDown() {
     std::lock_guard lock(mutex_);
     --count_;
-    // Under the lock: whoever waits may destroy the latch as soon as it wakes.
+    // Notifies under the lock: the waiting thread may destroy the latch as soon as it wakes.
     if (count_ <= 0) opened_.notify_all();
   }
 

@@ -1,4 +1,4 @@
-/// What is written to the Android log.
+/// Captures the Android log.
 #pragma once
 
 #include <android/log.h>
@@ -21,10 +21,10 @@ struct LogLine {
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-/// The tag of lines that were written without one.
+/// Stands for the tag of a line without a tag.
 inline constexpr char kNoTag[] = "(no tag)";
 
-/// Catches every line of the process's log while it lives. One at a time; any thread may log.
+/// Captures all log lines of the process while it exists. One at a time; any thread may log.
 class LogCapture {
  public:
   LogCapture();

@@ -9,7 +9,7 @@ thread_local bool is_short = false;
 
 }  // namespace
 
-// Not inlined: where only one of a pair is, the compiler takes them for a mismatch.
+// Not inlined: the compiler reports a mismatch if it inlines only one of a pair.
 __attribute__((noinline)) void* operator new(size_t size) {
   void* const memory = is_short ? nullptr : std::malloc(size);
   if (memory == nullptr) throw std::bad_alloc();

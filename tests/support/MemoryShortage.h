@@ -1,10 +1,10 @@
-/// A want of memory. Programs that use it link MemoryShortage.cpp, which replaces the global
-/// operator new.
+/// Simulates a lack of memory. Programs that use it link MemoryShortage.cpp, which replaces the
+/// global operator new.
 #pragma once
 
 namespace kiv_test {
 
-/// While it lives, the thread that made it gets no memory. Others do.
+/// While it exists, allocations fail on the thread that constructed it.
 class MemoryShortage {
  public:
   MemoryShortage();
@@ -14,7 +14,7 @@ class MemoryShortage {
   MemoryShortage& operator=(const MemoryShortage&) = delete;
 };
 
-/// What `call` returns if there is no memory for it.
+/// The result of `call` when every allocation in it fails.
 template <typename Call>
 auto withoutMemory(Call call) {
   const MemoryShortage shortage;

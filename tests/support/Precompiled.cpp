@@ -1,1 +1,1 @@
-// Nothing: this stands for the headers that are compiled once, for all tests.
+// Empty: CMake needs a source for the target that holds the precompiled headers.

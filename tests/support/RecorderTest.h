@@ -1,4 +1,4 @@
-/// Fixture of tests that look at what reaches the telemetry module.
+/// A fixture for tests of the events that reach the telemetry module.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ using TAMSA::recording::Event;
 class RecorderTest : public testing::Test {
  protected:
   RecorderTest() {
-    // Loaded beforehand, so that the log lines of loading do not meet those that a test expects.
+    // Loads the module now, so that a test does not find the loader's log lines among its own.
     TAMSA::internal::Loader::getInstance().loadModule();
     recorder.reset();
   }
@@ -25,7 +25,7 @@ class RecorderTest : public testing::Test {
 
   std::vector<Event> events() const { return recorder.events(); }
 
-  /// One string field of every event, in order; "" where it is missing.
+  /// The values of a string field in all events, in order; "" where it is missing.
   std::vector<std::string> strings(const std::string& field) const {
     std::vector<std::string> values;
     for (const Event& event : events()) {
@@ -35,7 +35,7 @@ class RecorderTest : public testing::Test {
     return values;
   }
 
-  /// One integer field of every event, in order; -999 where it is missing.
+  /// The values of an integer field in all events, in order; -999 where it is missing.
   std::vector<int64_t> ints(const std::string& field) const {
     std::vector<int64_t> values;
     for (const Event& event : events()) {
@@ -48,7 +48,7 @@ class RecorderTest : public testing::Test {
   TAMSA::recording::Recorder& recorder = TAMSA::recording::Recorder::getInstance();
 };
 
-/// The time `microseconds` after the Unix epoch.
+/// The time point `microseconds` after the Unix epoch.
 inline std::chrono::system_clock::time_point timeAt(long long microseconds) {
   return std::chrono::system_clock::time_point(
       std::chrono::duration_cast<std::chrono::system_clock::duration>(

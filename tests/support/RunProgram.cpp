@@ -14,7 +14,7 @@ namespace kiv_test {
 
 namespace {
 
-/// Our environment with changes to it.
+/// This process's environment with these changes.
 std::vector<std::string> mergeEnvironment(std::map<std::string, std::string> variables) {
   for (char** variable = environ; *variable != nullptr; ++variable) {
     const std::string text = *variable;
@@ -45,7 +45,7 @@ void redirect(int stream, const char* path) {
 
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment) {
-  // Output goes to files, which unlike pipes never fill up.
+  // Files, because a full pipe would block the program.
   const TemporaryDirectory directory;
   const std::string out = directory.file("out");
   const std::string err = directory.file("err");
@@ -57,7 +57,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
   const pid_t child = fork();
   if (child == -1) throw std::runtime_error("fork failed");
   if (child == 0) {
-    // Nothing that takes a lock: another thread may have held it when we forked.
+    // Must not take a lock: another thread may have held it during the fork.
     environ = const_cast<char**>(envp.data());
     redirect(STDOUT_FILENO, out.c_str());
     redirect(STDERR_FILENO, err.c_str());

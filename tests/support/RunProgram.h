@@ -1,4 +1,4 @@
-/// Runs a program and collects what it prints.
+/// Runs a program and collects its output.
 #pragma once
 
 #include <map>
@@ -8,20 +8,20 @@
 namespace kiv_test {
 
 struct ProgramResult {
-  int exit_code = -1;  ///< -1 if it did not exit by itself.
-  int signal = 0;      ///< What ended it otherwise.
+  int exit_code = -1;  ///< -1 if a signal ended it.
+  int signal = 0;      ///< The signal that ended it; 0 if it exited.
   std::string out;
   std::string err;
 };
 
-/// Runs `arguments[0]` with `environment` added to ours, and waits for its end.
+/// Runs `arguments[0]` with `environment` added to this process's, and waits for its end.
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment = {});
 
-/// A command as something that is not a program of ours, a shell for instance, has to start it.
+/// The command with the emulator before it, for a shell or another program that starts it.
 std::vector<std::string> underEmulator(std::vector<std::string> command);
 
-/// A directory that is removed with all that is in it.
+/// A temporary directory, which the destructor removes with its contents.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
@@ -36,7 +36,7 @@ class TemporaryDirectory {
   std::string path_;
 };
 
-/// The whole contents of a file; "" if there is none.
+/// The contents of a file; "" if it does not exist.
 std::string readFile(const std::string& path);
 
 }  // namespace kiv_test

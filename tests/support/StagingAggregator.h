@@ -1,4 +1,4 @@
-/// What an aggregator stages for its events.
+/// Shows the fields that an aggregator stages.
 #pragma once
 
 #include <sstream>
@@ -7,8 +7,8 @@
 
 namespace kiv_test {
 
-/// Notes each field that is staged, as "TYPE NAME VALUE" after the overload that it comes through,
-/// and goes no further with it.
+/// Records each staged field as "TYPE NAME VALUE", with the type of the called overload, instead of
+/// staging it.
 template <typename Aggregator>
 class StagingAggregator : public Aggregator {
  public:

@@ -1,4 +1,4 @@
-/// Session identifiers with chosen texts, which the library itself never makes.
+/// Session identifiers with chosen texts. The library itself makes only random ones.
 #pragma once
 
 #include <memory>

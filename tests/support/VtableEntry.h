@@ -1,5 +1,5 @@
-/// Calls of virtual operations by their position, as code makes them that was built elsewhere: the
-/// position is all that it knows, and no compiler checks that it is still the same.
+/// Calls virtual operations by their position in the virtual table, as binaries do that were built
+/// against an earlier version. The compiler cannot check that the positions are unchanged.
 ///
 /// Positions are counted from 1. A virtual destructor takes two: one entry destroys the object, the
 /// next one frees it as well.
@@ -16,8 +16,8 @@ namespace internal {
 template <typename Signature>
 struct Entry;
 
-/// To its caller a virtual operation is a function that takes the object first. That holds for
-/// results and arguments of class type too, on all our platforms.
+/// On all supported platforms a virtual operation is called like a function whose first parameter
+/// is the object, also with results and arguments of class type.
 template <typename Result, typename... Params>
 struct Entry<Result(Params...)> {
   using Function = Result(void*, Params...);
@@ -34,8 +34,8 @@ auto callEntry(void* object, int position, Args&&... args) {
   return reinterpret_cast<Function*>(table[position - 1])(object, std::forward<Args>(args)...);
 }
 
-/// A `T` that tells its destruction from its freeing. One at a time, made with `new`; its memory is
-/// never really freed.
+/// A `T` that counts its destruction and its deallocation separately. One at a time, made with
+/// `new`; its memory is static.
 template <typename T>
 class Watched : public T {
  public:

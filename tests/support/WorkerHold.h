@@ -1,4 +1,4 @@
-/// Keeps a worker busy until told otherwise.
+/// Keeps a worker busy until it is released.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 namespace kiv_test {
 
-/// Posts a task that runs until `release()` or the hold's end.
+/// Posts a task that runs until `release()` or the destructor is called.
 class WorkerHold {
  public:
   explicit WorkerHold(android::kiv::TaskRunner& runner) {
@@ -22,7 +22,7 @@ class WorkerHold {
   void release() { released_->countDown(); }
 
  private:
-  // Shared with the task, which may get to wait only after the hold is gone.
+  // Shared with the task, which may start only after this object is destroyed.
   const std::shared_ptr<Latch> released_ = std::make_shared<Latch>();
 };
 

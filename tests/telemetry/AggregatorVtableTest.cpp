@@ -7,22 +7,18 @@
 #include <string>
 #include <type_traits>
 
-#include "kiv/KivAudioLatencyAggregator.h"
-#include "kiv/KivErrorCodeAggregator.h"
-#include "kiv/KivGenericEventAggregator.h"
-#include "kiv/KivStreamEventAggregator.h"
 #include "tests/support/RecorderTest.h"
 #include "tests/support/StagingAggregator.h"
-#include "tests/support/TestSessions.h"
 #include "tests/support/VtableEntry.h"
+#include "tests/telemetry/AggregatorKinds.h"
 
 namespace android::kiv {
 namespace {
 
-using ::kiv::KivStreamType;
+using kinds::make;
+using kinds::Type;
 using ::kiv_test::callEntry;
 using ::kiv_test::RecorderTest;
-using ::kiv_test::session;
 using ::kiv_test::StagingAggregator;
 using ::kiv_test::timeAt;
 using ::kiv_test::Watched;
@@ -30,100 +26,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 using TimePoint = std::chrono::system_clock::time_point;
-using Type = NumericAggregationType;
 
-// What each kind makes of one report.
-
-struct ErrorCodes {
-  using Aggregator = KivErrorCodeAggregator;
-  static KivErrorCodeEvent event() {
-    return {session("s"), "api", "class", "code", KivErrorSeverity::ERROR};
-  }
-  static KivErrorCodeEvent key() { return event(); }
-  static constexpr unsigned int kValue = 1;
-  static constexpr Type kType = Type::COUNT;
-  static constexpr char kName[] = "wexo_kiv_error_code";
-};
-
-struct StreamEvents {
-  using Aggregator = KivStreamEventAggregator;
-  static KivStreamEvent event() {
-    return {session("s"),
-            AUDIO_FORMAT_PCM_FLOAT,
-            KivStreamType::KIV_STREAM_TYPE_OBJECT,
-            48000,
-            960,
-            2,
-            true,
-            "start"};
-  }
-  static KivStreamEvent key() { return event(); }
-  static constexpr unsigned int kValue = 1;
-  static constexpr Type kType = Type::COUNT;
-  static constexpr char kName[] = "wexo_kiv_stream_event";
-};
-
-struct Latencies {
-  using Aggregator = KivAudioLatencyAggregator;
-  static KivAudioLatencyEvent event() {
-    return {session("s"),
-            AUDIO_FORMAT_PCM_FLOAT,
-            KivStreamType::KIV_STREAM_TYPE_OBJECT,
-            48000,
-            960,
-            2,
-            true,
-            std::chrono::milliseconds(5'000'000'000)};
-  }
-  static KivAudioLatencyEventKey key() {
-    return {
-        session("s"), AUDIO_FORMAT_PCM_FLOAT, KivStreamType::KIV_STREAM_TYPE_OBJECT, 48000, 960, 2,
-        true};
-  }
-  static constexpr unsigned int kValue = 705'032'704;
-  static constexpr Type kType = Type::AVG;
-  static constexpr char kName[] = "";
-};
-
-struct Integers {
-  using Aggregator = KivGenericNumericEventAggregator<long long>;
-  static KivGenericEvent<long long> event() { return {key(), kValue}; }
-  static KivGenericEventKey key() { return {session("s"), "name", kType}; }
-  static constexpr long long kValue = -5'000'000'000;
-  static constexpr Type kType = Type::MIN;
-  static constexpr char kName[] = "wexo_kiv_generic";
-};
-
-struct Floats {
-  using Aggregator = KivGenericNumericEventAggregator<float>;
-  static KivGenericEvent<float> event() { return {key(), kValue}; }
-  static KivGenericEventKey key() { return {session("s"), "name", kType}; }
-  static constexpr float kValue = -0.25F;
-  static constexpr Type kType = Type::MAX;
-  static constexpr char kName[] = "wexo_kiv_generic";
-};
-
-struct Texts {
-  using Aggregator = KivGenericStringEventAggregator;
-  static KivGenericEvent<std::string> event() {
-    return {{session("s"), "name", Type::SUM}, "value"};
-  }
-  static KivGenericEvent<std::string> key() { return event(); }
-  static constexpr unsigned int kValue = 1;
-  static constexpr Type kType = Type::COUNT;
-  static constexpr char kName[] = "wexo_kiv_generic";
-};
-
-template <typename Kind, typename Aggregator = typename Kind::Aggregator>
-Aggregator make() {
-  if constexpr (std::is_constructible_v<Aggregator, Type>) {
-    return Aggregator(Kind::kType);
-  } else {
-    return Aggregator();
-  }
-}
-
-/// What an aggregator's table of virtual operations offers, by position alone.
+/// Calls an aggregator's virtual operations by position.
 template <typename Kind>
 class RawTable {
  public:
@@ -171,7 +75,7 @@ class AggregatorVtableTest : public RecorderTest {
  protected:
   using Aggregator = typename Kind::Aggregator;
 
-  /// Shows what aggregators keep to themselves.
+  /// Gives access to protected members.
   struct Open : Aggregator {
     static auto& entries(Aggregator& aggregator) { return aggregator.*(&Open::aggregated_data_); }
     static auto& ints(Aggregator& aggregator) { return aggregator.*(&Open::int_fields_); }
@@ -188,18 +92,7 @@ class AggregatorVtableTest : public RecorderTest {
   RawTable<Kind> raw{&aggregator};
 };
 
-using Kinds = testing::Types<ErrorCodes, StreamEvents, Latencies, Integers, Floats, Texts>;
-
-struct KindNames {
-  template <typename Kind>
-  static std::string GetName(int index) {
-    constexpr const char* kNames[] = {"ErrorCodes", "StreamEvents", "Latencies",
-                                      "Integers",   "Floats",       "Texts"};
-    return kNames[index];
-  }
-};
-
-TYPED_TEST_SUITE(AggregatorVtableTest, Kinds, KindNames);
+TYPED_TEST_SUITE(AggregatorVtableTest, kinds::All, kinds::Names);
 
 TYPED_TEST(AggregatorVtableTest, TheFirstEntryDestroys) {
   using Object = Watched<typename TypeParam::Aggregator>;

@@ -1,4 +1,4 @@
-// What all aggregators have in common: folding, staging fields, and submitting.
+// The base of all public aggregators: folding reports, staging fields and submitting events.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -7,8 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "kiv/KivAudioLatencyAggregator.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/KivGenericEventAggregator.h"
+#include "kiv/KivStreamEventAggregator.h"
 #include "kiv/TelemetrySwitch.h"
 #include "tests/support/FreshProcess.h"
 #include "tests/support/RecorderTest.h"
@@ -27,7 +29,7 @@ using Type = NumericAggregationType;
 constexpr auto kStart = 1'000'000LL;
 constexpr auto kEnd = 6'000'000LL;
 
-/// An aggregator of numbers that shows its table and lets a test say what it stages.
+/// An aggregator of numbers with access to its table. A test can replace the fields that it stages.
 class ProbeAggregator : public KivGenericNumericEventAggregator<long long> {
  public:
   void populateMetricValuesForEntry(Entries::iterator entry) override {
@@ -83,7 +85,7 @@ TEST_F(BaseAggregatorTest, FoldsLargeIntegersAsFloats) {
   EXPECT_EQ(onlyValue(), 16'777'216.0F);
 }
 
-/// Notes what it is asked of a report.
+/// Records the virtual operations that are called for a report.
 class AskedAggregator : public ProbeAggregator {
  public:
   KivGenericEventKey getKey(const KivGenericEvent<long long>& event) override {
@@ -102,7 +104,7 @@ class AskedAggregator : public ProbeAggregator {
   std::vector<std::string> asked;
 };
 
-TEST_F(BaseAggregatorTest, AsksForTheKeyAndWithItsRecordForTheValueAndTheMethod) {
+TEST_F(BaseAggregatorTest, CallsGetKeyThenGetValueThenGetAggregationType) {
   AskedAggregator asked;
   asked.add({{session("s"), "n", Type::SUM}, 1});
   EXPECT_THAT(asked.asked, ElementsAre("key", "value of 1", "method"));
@@ -113,13 +115,6 @@ TEST_F(BaseAggregatorTest, AnUnknownMethodOnlyCounts) {
   add("n", 6, Type(9));
   EXPECT_EQ(onlyValue(), 0.0F);
   EXPECT_EQ(onlyCount(), 2u);
-}
-
-TEST_F(BaseAggregatorTest, KeysThatDifferInTheLastFieldOnlyAreTwoEventsInOrder) {
-  add("n", 1, Type::MIN);
-  add("n", 1, Type::SUM);
-  flush();
-  EXPECT_THAT(strings("aggregation_method"), ElementsAre("SUM", "MIN"));
 }
 
 TEST_F(BaseAggregatorTest, FlushEmptiesTheTable) {
@@ -133,13 +128,13 @@ TEST_F(BaseAggregatorTest, FlushResetsThroughTheVirtualOperation) {
   EXPECT_EQ(aggregator.resets, 1);
 }
 
-TEST_F(BaseAggregatorTest, SubmittingAloneLeavesTheTable) {
+TEST_F(BaseAggregatorTest, SubmitEventsKeepsTheTable) {
   add("n");
   aggregator.submitEvents(timeAt(kStart), timeAt(kEnd));
   EXPECT_EQ(aggregator.aggregated_data_.size(), 1u);
 }
 
-TEST_F(BaseAggregatorTest, SubmittingAloneFoldsWhatIsReportedMeanwhileIntoTheTable) {
+TEST_F(BaseAggregatorTest, SubmitEventsFoldsReportsMadeMeanwhileIntoTheTable) {
   recorder.onReport([this](const kiv_test::Event& event) {
     if (event.strings.at("kiv_event_name") != "b") return;
     for (const char* nested : {"a", "b", "c"}) add(nested, 10, Type::AVG);
@@ -210,7 +205,7 @@ class IntOverride : public ProbeAggregator {
   }
 };
 
-TEST_F(BaseAggregatorTest, UnsignedValuesTakeTheVirtualRoadOfInts) {
+TEST_F(BaseAggregatorTest, UnsignedValuesAreStagedThroughTheVirtualOverloadForInts) {
   IntOverride override;
   override.stage = [](ProbeAggregator& probe, const std::string& /*name*/) {
     probe.populateTelemetryField("field", 7U);
@@ -241,7 +236,7 @@ TEST_F(BaseAggregatorTest, ANameStagedWithTwoTypesIsSentTwice) {
   EXPECT_THAT(strings("field"), ElementsAre("one"));
 }
 
-TEST_F(BaseAggregatorTest, FieldsOfOneEventDoNotReachTheNext) {
+TEST_F(BaseAggregatorTest, FieldsOfOneEventAreNotSentWithTheNext) {
   aggregator.stage = [](ProbeAggregator& probe, const std::string& name) {
     if (name != "a") return;
     probe.populateTelemetryField("only in a", 1);
@@ -286,7 +281,7 @@ TEST_F(BaseAggregatorTest, WithTelemetryOffNothingIsSentAndTheTableIsEmptied) {
   });
 }
 
-TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStagedAllTheSame) {
+TEST_F(BaseAggregatorTest, WithTelemetryOffFieldsAreStillStaged) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     disableTelemetryForTesting();
     int staged = 0;
@@ -309,7 +304,7 @@ TEST_F(BaseAggregatorTest, FieldsAreStagedForAnEntryOfTheTable) {
   EXPECT_EQ(events().size(), 2u);
 }
 
-TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsAskedForAnything) {
+TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsCalled) {
   size_t calls_before = 99;
   aggregator.stage = [&](ProbeAggregator& /*probe*/, const std::string& /*name*/) {
     calls_before = recorder.calls().size();
@@ -319,8 +314,10 @@ TEST_F(BaseAggregatorTest, FieldsAreStagedBeforeTheModuleIsAskedForAnything) {
   EXPECT_EQ(calls_before, 0u);
 }
 
-TEST(EventNames, AreThoseOfTheirKinds) {
+TEST(EventNames, AreFixed) {
   EXPECT_STREQ(KivErrorCodeBaseAggregator::kKivErrorCodeEvent, "wexo_kiv_error_code");
+  EXPECT_STREQ(KivStreamEventBaseAggregator::kKivStreamEvent, "wexo_kiv_stream_event");
+  EXPECT_STREQ(KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent, "");
   EXPECT_STREQ(KivGenericInt64BaseAggregator::kKivGenericEvent, "wexo_kiv_generic");
   EXPECT_STREQ(KivGenericFloatBaseAggregator::kKivGenericEvent, "wexo_kiv_generic");
   EXPECT_STREQ(KivGenericStringBaseAggregator::kKivGenericEvent, "wexo_kiv_generic");

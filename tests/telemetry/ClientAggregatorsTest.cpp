@@ -1,4 +1,4 @@
-// Loggers on managers over aggregators of a client's own, which take whole records.
+// Loggers on managers of aggregators that a client wrote, which receive whole records.
 #include <gmock/gmock.h>
 
 #include <string>
@@ -25,7 +25,7 @@ using Type = NumericAggregationType;
 constexpr KivPcmInfoExt kPcm{44100.9F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
 constexpr KivStreamType kObject = KivStreamType::KIV_STREAM_TYPE_OBJECT;
 
-/// Shared, because managers outlive the test and submit as they go.
+/// Shared, because managers outlive the test and submit in their destructors.
 using Calls = std::shared_ptr<std::vector<std::string>>;
 
 template <typename Event>
@@ -95,7 +95,7 @@ TEST_F(ClientAggregatorsTest, StartStartsTheKindsInTheirOrder) {
                                   "reset integers", "reset floats", "reset texts"));
 }
 
-TEST_F(ClientAggregatorsTest, AnErrorIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, AnErrorArrivesWithAllFields) {
   const LogCapture quiet;
   makeLogger(Model::BLOCKING)->logErrorCode("code", "api", KivErrorSeverity::FATAL, "class");
   ASSERT_THAT(client_errors->taken, SizeIs(1));
@@ -107,14 +107,14 @@ TEST_F(ClientAggregatorsTest, AnErrorIsTakenWhole) {
   EXPECT_EQ(event.severity, KivErrorSeverity::FATAL);
 }
 
-TEST_F(ClientAggregatorsTest, AnErrorWithoutAClassIsOfTheLogger) {
+TEST_F(ClientAggregatorsTest, AnErrorWithoutAClassHasTheLoggersName) {
   const LogCapture quiet;
   makeLogger(Model::BLOCKING, "Mixer")->logErrorCode("code", "api", KivErrorSeverity::INFO, "");
   ASSERT_THAT(client_errors->taken, SizeIs(1));
   EXPECT_EQ(client_errors->taken[0].kiv_class, "Mixer");
 }
 
-/// Of stream events and of latencies.
+/// Checks the fields that stream events and latencies share.
 template <typename Event>
 void expectStream(const Event& event) {
   EXPECT_EQ(event.session.toString(), "s");
@@ -126,21 +126,21 @@ void expectStream(const Event& event) {
   EXPECT_TRUE(event.interleaved);
 }
 
-TEST_F(ClientAggregatorsTest, AStreamEventIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, AStreamEventArrivesWithAllFields) {
   makeLogger(Model::BLOCKING)->logStreamEvent(kPcm, kObject, "start");
   ASSERT_THAT(client_streams->taken, SizeIs(1));
   expectStream(client_streams->taken[0]);
   EXPECT_EQ(client_streams->taken[0].event, "start");
 }
 
-TEST_F(ClientAggregatorsTest, ALatencyIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, ALatencyArrivesWithAllFields) {
   makeLogger(Model::BLOCKING)->logAudioLatency(kPcm, kObject, milliseconds(-5'000'000'000));
   ASSERT_THAT(client_latencies->taken, SizeIs(1));
   expectStream(client_latencies->taken[0]);
   EXPECT_EQ(client_latencies->taken[0].latency, milliseconds(-5'000'000'000));
 }
 
-/// Of named values of each type.
+/// Checks the fields that named values of all types share.
 template <typename Event>
 void expectNamed(const Event& event, Type type) {
   EXPECT_EQ(event.session.toString(), "s");
@@ -148,21 +148,21 @@ void expectNamed(const Event& event, Type type) {
   EXPECT_EQ(event.aggregationType, type);
 }
 
-TEST_F(ClientAggregatorsTest, AnIntegerIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, AnIntegerArrivesWithAllFields) {
   makeLogger(Model::BLOCKING)->logKivEvent("n", 9007199254740993LL, Type::MAX);
   ASSERT_THAT(client_integers->taken, SizeIs(1));
   expectNamed(client_integers->taken[0], Type::MAX);
   EXPECT_EQ(client_integers->taken[0].value, 9007199254740993LL);
 }
 
-TEST_F(ClientAggregatorsTest, AFloatIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, AFloatArrivesWithAllFields) {
   makeLogger(Model::BLOCKING)->logKivEvent("n", 0.1F, Type::MIN);
   ASSERT_THAT(client_floats->taken, SizeIs(1));
   expectNamed(client_floats->taken[0], Type::MIN);
   EXPECT_EQ(client_floats->taken[0].value, 0.1F);
 }
 
-TEST_F(ClientAggregatorsTest, ATextIsTakenWhole) {
+TEST_F(ClientAggregatorsTest, ATextArrivesWithAllFields) {
   makeLogger(Model::BLOCKING)->logKivEvent("n", std::string("value"), Type::SUM);
   ASSERT_THAT(client_texts->taken, SizeIs(1));
   expectNamed(client_texts->taken[0], Type::SUM);

@@ -39,7 +39,7 @@ TEST(FatalCheckDeathTest, FailingIsRecordedByTheCommonLibraryFirst) {
               "number > 0 && number != 100 failed in checkPositive:12\n(.|\n)*\\[some/File:12\\]");
 }
 
-TEST(FatalCheckDeathTest, AnEmptyMessageLeavesConditionAndBlank) {
+TEST(FatalCheckDeathTest, AnEmptyMessageReportsTheConditionAndASpace) {
   EXPECT_EXIT(KIV_FATAL_CHECK_AT("f", 1, 1 == 2, ""), KilledBySignal(SIGABRT),
               "\\[f:1\\] \\(1 == 2\\) \n");
 }
@@ -53,7 +53,7 @@ TEST(FatalCheckDeathTest, AbortsUnderTheNameOfItsFlagAndNoTag) {
               "assert\\(condition_, null, \\[%s:%d\\] %s\\)");
 }
 
-TEST(FatalCheckDeathTest, TextIsNoFormat) {
+TEST(FatalCheckDeathTest, TextIsNotAFormatString) {
   EXPECT_EXIT(KIV_FATAL_CHECK_AT("f", 1, 1 == 2, "%s%n"), KilledBySignal(SIGABRT), "%s%n");
 }
 

@@ -15,7 +15,7 @@ struct Entry {
   const char* name;
 };
 
-// The catalogue as receivers of the telemetry know it.
+// The catalogue that receivers of the telemetry rely on.
 constexpr Entry kCatalogue[] = {
     {0, "OK"},
     {100, "UNKNOWN_CLIENT_ERROR"},
@@ -103,7 +103,7 @@ TEST(KivError, NumbersOutsideTheCatalogueAreReportedAsDecimals) {
   EXPECT_EQ(known, std::size(kCatalogue));
 }
 
-TEST(KivError, RangesEndWhereTheyShould) {
+TEST(KivError, RangesHaveTheirLimits) {
   EXPECT_EQ(nameOf(0), "OK");
   EXPECT_EQ(nameOf(106), "CLIENT_2D_WINDOW_INVALID_HANDLE");
   EXPECT_EQ(nameOf(107), "107");
@@ -118,7 +118,7 @@ TEST(KivError, RangesEndWhereTheyShould) {
   EXPECT_EQ(nameOf(-5), "-5");
 }
 
-TEST(KivError, EngineErrorsCarryTheirPrefix) {
+TEST(KivError, EngineErrorsHaveTheirPrefix) {
   for (const int number : {325, 326, 327}) {
     EXPECT_EQ(nameOf(number).rfind("SERVICE_LIBKIV_ENGINE_", 0), 0u) << nameOf(number);
   }

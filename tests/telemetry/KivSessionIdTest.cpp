@@ -40,7 +40,7 @@ TEST(KivSessionId, DiffersEachTime) {
   EXPECT_EQ(texts.size(), 100u);
 }
 
-TEST(KivSessionId, ARootsTextIsItsOwnAlone) {
+TEST(KivSessionId, ARootsTextIsItsIdentifier) {
   EXPECT_EQ(makeRoot().toString().find('.'), std::string::npos);
 }
 
@@ -84,7 +84,7 @@ TEST(KivSessionId, AssignmentTakesTextAndParent) {
   EXPECT_EQ(assigned.toString(), child.toString());
 }
 
-TEST(KivSessionIdOrder, IsThatOfTheOwnTextsFirst) {
+TEST(KivSessionIdOrder, ComparesOwnTextsFirst) {
   const KivSessionId smaller = session("a", session("z"));
   const KivSessionId larger = session("b", session("a"));
   EXPECT_TRUE(smaller < larger);
@@ -101,7 +101,7 @@ TEST(KivSessionIdOrder, ComparesBytesAsUnsigned) {
   EXPECT_FALSE(session("\xC3\xA9") < session("a"));
 }
 
-TEST(KivSessionIdOrder, WithoutAParentComesBeforeWithOne) {
+TEST(KivSessionIdOrder, ASessionWithoutAParentComesFirst) {
   const KivSessionId orphan = session("a");
   const KivSessionId child = session("a", session("p"));
   EXPECT_TRUE(orphan < child);

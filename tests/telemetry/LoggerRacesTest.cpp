@@ -1,4 +1,4 @@
-// Loggers that are made, dropped, stopped and started while others report.
+// Loggers that are created, destroyed, stopped and started while other threads report.
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -21,7 +21,7 @@ class LoggerRacesTest : public LoggerRig {
  protected:
   static constexpr int kThreads = 4;
 
-  /// Runs `work` on four threads that begin together; returns when all have ended.
+  /// Runs `work` on four threads that start together. Returns when all have ended.
   template <typename Work>
   static void together(Work work) {
     Latch begin(kThreads);
@@ -52,7 +52,7 @@ TEST_F(LoggerRacesTest, LoggersComeAndGoOnFourThreadsWhileReportsRollWindowsOver
       const auto own = makeLogger(j % 2 == 0 ? Model::NON_BLOCKING : Model::BLOCKING);
       own->logKivEvent("of one that goes", 1, Type::SUM);
       lasting->logKivEvent("of one that stays", 1, Type::SUM);
-      // Every now and then the next report finds its window over.
+      // Lets the next report find an expired window.
       if (i == 0 && j % 10 == 0) clock.advance(kAggregationPeriod + std::chrono::milliseconds(1));
     }
   });
@@ -74,7 +74,7 @@ TEST_F(LoggerRacesTest, ImmediateLoggersComeAndGoOnFourThreadsBesideTheSharedOne
   EXPECT_EQ(counted(), kThreads * kReports * 2);
 }
 
-TEST_F(LoggerRacesTest, StopAndStartByOneLoggerUnderTheReportsOfOthersLoseOnlyWhatMeetsAStop) {
+TEST_F(LoggerRacesTest, StopAndStartByOneLoggerLoseOnlyReportsThatOthersMakeWhileStopped) {
   constexpr int kReports = 400;
   const LogCapture log;
   const auto stopping = makeLogger(Model::NON_BLOCKING, "stopping");
@@ -96,21 +96,21 @@ TEST_F(LoggerRacesTest, StopAndStartByOneLoggerUnderTheReportsOfOthersLoseOnlyWh
   });
   stopper.join();
   EXPECT_TRUE(stopping->flush());
-  // Each report was either counted or said to be dropped.
+  // Each report was either counted or logged as dropped.
   EXPECT_EQ(counted() + static_cast<int64_t>(log.lines().size()), kThreads * kReports);
   for (const auto& line : log.lines()) {
     ASSERT_EQ(line.text, "add: TimedAggregationManager not running! Cannot add.");
   }
 }
 
-TEST_F(LoggerRacesTest, EachThreadMayDropTheLastReferenceUnderQueuedReports) {
+TEST_F(LoggerRacesTest, EachThreadCanReleaseTheLastReferenceWhileReportsAreQueued) {
   constexpr int kRounds = 200;
   const auto lasting = makeLogger(Model::BLOCKING, "lasting");
   together([&](int) {
     for (int j = 0; j < kRounds; ++j) {
       auto own = makeLogger(Model::NON_BLOCKING);
       own->logKivEvent("n", 1, Type::SUM);
-      // From here on the queue is its only owner, and the worker drops it.
+      // Now the queued report is the only owner, and the worker destroys the logger.
       own.reset();
     }
   });

@@ -1,5 +1,5 @@
-/// A worker and six aggregations of a test's own, so that tests do not meet in the process's shared
-/// ones.
+/// A fixture with a separate worker and six separate aggregations, so that tests do not affect each
+/// other through those of the process.
 #pragma once
 
 #include <memory>
@@ -34,7 +34,7 @@ class LoggerRig : public ::kiv_test::RecorderTest {
                                     model);
   }
 
-  /// Waits for all that was posted so far.
+  /// Waits until all posted tasks have run.
   void settle() {
     EXPECT_TRUE(runner.postTaskAndWait([] {}).ok());
   }

@@ -32,7 +32,7 @@ class LoggerVtableTest : public LoggerRig {
     recorder.reset();
   }
 
-  /// How far into the logger a base stands.
+  /// The offset of a base in the logger.
   template <typename Base>
   ptrdiff_t offsetOf() const {
     const Base* const base = logger.get();
@@ -48,7 +48,7 @@ class LoggerVtableTest : public LoggerRig {
     EXPECT_EQ(info.name, "open");
   }
 
-  /// Ends a trace of 5,000,000,000 microseconds likewise.
+  /// Ends a trace of 5,000,000,000 microseconds in the same way.
   void expectTraceStop(void* object, int position) {
     Token token = logger->startTrace("Renderer", "open");
     const std::weak_ptr<void> trace = token;
@@ -68,7 +68,7 @@ class LoggerVtableTest : public LoggerRig {
   TraceHandler* traces = logger.get();
 };
 
-TEST_F(LoggerVtableTest, BasesStandInOrder) {
+TEST_F(LoggerVtableTest, BasesAreInOrder) {
   EXPECT_EQ(offsetOf<TelemetryHandler>(), 0);
   EXPECT_EQ(offsetOf<TraceHandler>(), sizeof(void*));
   EXPECT_EQ(offsetOf<std::enable_shared_from_this<TelemetryLogger>>(), 2 * sizeof(void*));
@@ -122,7 +122,7 @@ TEST_F(LoggerVtableTest, TheSixthEntryFlushes) {
   EXPECT_THAT(strings("kiv_error_code"), ElementsAre("code"));
 }
 
-TEST_F(LoggerVtableTest, TheSixthEntryTellsThatNothingWasRunning) {
+TEST_F(LoggerVtableTest, TheSixthEntryReturnsFalseIfNothingWasRunning) {
   logger->stop();
   EXPECT_FALSE(callEntry<bool()>(logger.get(), 6));
 }

@@ -19,21 +19,21 @@ using testing::ElementsAre;
 using testing::SizeIs;
 using Type = NumericAggregationType;
 
-/// On which road reports come to the module.
-enum class Road { NON_BLOCKING, BLOCKING, IMMEDIATE, PUBLIC_AGGREGATOR };
+/// The path on which reports reach the module.
+enum class Path { NON_BLOCKING, BLOCKING, IMMEDIATE, PUBLIC_AGGREGATOR };
 
-/// Takes a report and submits it in any of the ways that clients have.
+/// Reports and submits on one of the paths.
 class ModuleBackCallsTest : public LoggerRig,
-                            public testing::WithParamInterface<std::tuple<Road, std::string>> {
+                            public testing::WithParamInterface<std::tuple<Path, std::string>> {
  protected:
   ModuleBackCallsTest() {
-    const Road road = std::get<0>(GetParam());
-    if (road == Road::PUBLIC_AGGREGATOR) {
+    const Path path = std::get<0>(GetParam());
+    if (path == Path::PUBLIC_AGGREGATOR) {
       manager = std::make_shared<TimedAggregationManager<KivGenericEvent<long long>>>(
           std::make_shared<KivGenericNumericEventAggregator<long long>>(), kAggregationPeriod);
       manager->start();
     } else {
-      logger = makeLogger(static_cast<Model>(road));
+      logger = makeLogger(static_cast<Model>(path));
     }
   }
 
@@ -58,7 +58,7 @@ class ModuleBackCallsTest : public LoggerRig,
     }
   }
 
-  /// Calls `hook` inside the operation that the test is about.
+  /// Calls `hook` inside the operation under test.
   void onCall(const std::function<void()>& hook) {
     const std::string operation = std::get<1>(GetParam());
     if (operation == "reportEvent") {
@@ -81,7 +81,7 @@ class ModuleBackCallsTest : public LoggerRig,
     return total;
   }
 
-  /// Every event has each of its fields once, and no other's values.
+  /// Checks that every event has each of its fields once, with its own values.
   void expectWholeEvents() const {
     for (const Event& event : events()) {
       EXPECT_THAT(event.set, SizeIs(9));
@@ -96,16 +96,16 @@ class ModuleBackCallsTest : public LoggerRig,
   std::shared_ptr<TelemetryLogger> logger;
 };
 
-std::string nameOf(const testing::TestParamInfo<std::tuple<Road, std::string>>& parameter) {
-  static constexpr const char* kRoads[] = {"NonBlocking", "Blocking", "Immediate",
+std::string nameOf(const testing::TestParamInfo<std::tuple<Path, std::string>>& parameter) {
+  static constexpr const char* kPaths[] = {"NonBlocking", "Blocking", "Immediate",
                                            "PublicAggregator"};
-  const auto& [road, operation] = parameter.param;
-  return kRoads[static_cast<size_t>(road)] + std::string("_") + operation;
+  const auto& [path, operation] = parameter.param;
+  return kPaths[static_cast<size_t>(path)] + std::string("_") + operation;
 }
 
-INSTANTIATE_TEST_SUITE_P(RoadAndOperation, ModuleBackCallsTest,
-                         testing::Combine(testing::Values(Road::NON_BLOCKING, Road::BLOCKING,
-                                                          Road::IMMEDIATE, Road::PUBLIC_AGGREGATOR),
+INSTANTIATE_TEST_SUITE_P(PathAndOperation, ModuleBackCallsTest,
+                         testing::Combine(testing::Values(Path::NON_BLOCKING, Path::BLOCKING,
+                                                          Path::IMMEDIATE, Path::PUBLIC_AGGREGATOR),
                                           testing::Values("createTelemetryHandler", "createEvent",
                                                           "setInt64Field", "setFloatField",
                                                           "setStringField", "reportEvent")),
@@ -125,7 +125,7 @@ TEST_P(ModuleBackCallsTest, AReportFromInsideIsCountedOnce) {
   expectWholeEvents();
 }
 
-TEST_P(ModuleBackCallsTest, AFlushFromInsideSubmitsWhatCameMeanwhile) {
+TEST_P(ModuleBackCallsTest, AFlushFromInsideSubmitsReportsMadeMeanwhile) {
   std::atomic<bool> first{true};
   onCall([&] {
     if (!first.exchange(false)) return;
@@ -140,7 +140,7 @@ TEST_P(ModuleBackCallsTest, AFlushFromInsideSubmitsWhatCameMeanwhile) {
   expectWholeEvents();
 }
 
-TEST_P(ModuleBackCallsTest, OneThatReportsAndFlushesWhenEverItIsCalledComesToAnEnd) {
+TEST_P(ModuleBackCallsTest, AModuleThatReportsAndFlushesInEveryCallDoesNotRecurseForever) {
   onCall([&] {
     report("nested");
     flush();
@@ -155,7 +155,7 @@ TEST_P(ModuleBackCallsTest, OneThatReportsAndFlushesWhenEverItIsCalledComesToAnE
   expectWholeEvents();
 }
 
-TEST_P(ModuleBackCallsTest, AStopAndAStartFromInsideLetTheSubmissionEnd) {
+TEST_P(ModuleBackCallsTest, AStopAndAStartFromInsideDoNotInterruptTheSubmission) {
   std::atomic<bool> first{true};
   onCall([&] {
     if (!first.exchange(false)) return;

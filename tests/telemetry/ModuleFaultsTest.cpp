@@ -1,4 +1,4 @@
-// A telemetry module that refuses, is not ready, is slow, or reports in turn.
+// A telemetry module that refuses events, is not ready, is slow, or uses the library in a report.
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -41,7 +41,7 @@ void reportEveryKind(TelemetryLogger& logger) {
 
 constexpr size_t kKinds = 6;
 
-/// Every behaviour in every submission model.
+/// Every fault in every submission model.
 class ModuleFaultsTest : public LoggerRig,
                          public testing::WithParamInterface<TelemetrySubmissionModel> {
  protected:
@@ -92,7 +92,7 @@ TEST_P(ModuleFaultsTest, EveryThirdReportRefusedIsLoggedAndTheOthersArrive) {
                                         "wexo_kiv_generic"}));
 }
 
-TEST_P(ModuleFaultsTest, WindowsBeforeTheModuleIsReadyAreLostAndTheNextArrivesWhole) {
+TEST_P(ModuleFaultsTest, WindowsBeforeTheModuleIsReadyAreLostAndTheNextIsComplete) {
   constexpr int kWindowsLost = 3;
   recorder.withholdHandlers(kWindowsLost);
   for (int window = 0; window <= kWindowsLost; ++window) {
@@ -107,7 +107,7 @@ TEST_P(ModuleFaultsTest, WindowsBeforeTheModuleIsReadyAreLostAndTheNextArrivesWh
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_P(ModuleFaultsTest, AModuleThatIsNotReadyHarmsNoKind) {
+TEST_P(ModuleFaultsTest, AModuleThatIsNotReadyAffectsNoLaterWindowOfAnyKind) {
   recorder.withholdHandlers(kKinds);
   reportEveryKind(*logger);
   logger->flush();
@@ -123,7 +123,7 @@ TEST_P(ModuleFaultsTest, AReportFromInsideAReportOfItsKeyIsCountedOnce) {
     if (left-- > 0) logger->logKivEvent("key", 1, Type::SUM);
   });
   for (int i = 0; i < 5; ++i) logger->logKivEvent("key", 1, Type::SUM);
-  // Each flush may bring up one that belongs to the window after it.
+  // Each flush can produce an event of the next window.
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(logger->flush());
   EXPECT_EQ(counted("key"), 5 + 3);
 }
@@ -131,7 +131,7 @@ TEST_P(ModuleFaultsTest, AReportFromInsideAReportOfItsKeyIsCountedOnce) {
 TEST_P(ModuleFaultsTest, AReportFromInsideAReportBelongsToTheNextWindow) {
   std::atomic<bool> first{true};
   recorder.onReport([&](const Event& /*event*/) {
-    // Would come after what is being submitted, were it in the same table.
+    // In the same table, this key would follow the one that is being submitted.
     if (first.exchange(false)) logger->logKivEvent("z", 1, Type::SUM);
   });
   logger->logKivEvent("a", 1, Type::SUM);
@@ -143,7 +143,7 @@ TEST_P(ModuleFaultsTest, AReportFromInsideAReportBelongsToTheNextWindow) {
   EXPECT_EQ(counted("a"), 1);
 }
 
-TEST_P(ModuleFaultsTest, ReportsOfEveryKindFromInsideReportsOfEveryKindAreTaken) {
+TEST_P(ModuleFaultsTest, ReportsOfEveryKindFromInsideReportsOfEveryKindAreCounted) {
   std::atomic<int> left{static_cast<int>(kKinds)};
   recorder.onReport([&](const Event& /*event*/) {
     if (left-- > 0) reportEveryKind(*logger);
@@ -166,7 +166,7 @@ TEST_P(ModuleFaultsTest, AFlushFromInsideAReportSubmitsNothingTwice) {
   for (int i = 0; i < 5; ++i) EXPECT_EQ(counted(nameOf(i)), 1);
 }
 
-TEST_P(ModuleFaultsTest, AStopFromInsideAReportLetsTheSubmissionEnd) {
+TEST_P(ModuleFaultsTest, AStopFromInsideAReportDoesNotInterruptTheSubmission) {
   std::atomic<bool> first{true};
   recorder.onReport([&](const Event& /*event*/) {
     if (first.exchange(false)) logger->stop();
@@ -190,7 +190,7 @@ class SlowModuleTest : public LoggerRig {
 
   ~SlowModuleTest() override { release.countDown(); }
 
-  /// The module keeps the next report, and with it the worker, until `release`.
+  /// Blocks the module in the next report, and so the worker, until `release`.
   void holdNextReport() {
     recorder.onReport([this](const Event& /*event*/) {
       if (!first.exchange(false)) return;
@@ -199,7 +199,7 @@ class SlowModuleTest : public LoggerRig {
     });
   }
 
-  /// Runs `call` on four threads at once, with a blocking logger each.
+  /// Runs `call` on four threads at once, each with its own blocking logger.
   template <typename Call>
   std::vector<std::thread> callers(Call call) {
     std::vector<std::thread> threads;
@@ -224,7 +224,7 @@ class SlowModuleTest : public LoggerRig {
   std::atomic<bool> first{true};
 };
 
-TEST_F(SlowModuleTest, BlockingCallersWaitForItAndLoseNothing) {
+TEST_F(SlowModuleTest, BlockingCallersWaitAndLoseNothing) {
   holdNextReport();
   const auto logger = makeLogger(Model::NON_BLOCKING);
   logger->logKivEvent("held", 1, Type::SUM);
@@ -243,13 +243,13 @@ TEST_F(SlowModuleTest, BlockingCallersWaitForItAndLoseNothing) {
   EXPECT_EQ(total(), 1 + kCallers);
 }
 
-TEST_F(SlowModuleTest, CallersThatGiveUpWaitingReturnWhileItIsStillBusy) {
+TEST_F(SlowModuleTest, CallersThatTimeOutReturnWhileTheModuleIsBusy) {
   thread = TaskRunnerThread::create(milliseconds(1));
   runner = TaskRunner(thread);
   holdNextReport();
   const auto logger = makeLogger(Model::NON_BLOCKING);
   logger->logKivEvent("held", 1, Type::SUM);
-  // Posted, because a wait for it might be given up on a busy machine.
+  // Posted, because a wait could time out on a busy machine.
   runner.postTask([&] { logger->flush(); });
   busy.wait();
   auto threads = callers([](TelemetryLogger& own) { own.logKivEvent("n", 1, Type::SUM); });
@@ -264,7 +264,7 @@ TEST_F(SlowModuleTest, CallersThatGiveUpWaitingReturnWhileItIsStillBusy) {
   EXPECT_THAT(strings("kiv_event_name"), ElementsAre("held"));
 }
 
-TEST_F(SlowModuleTest, EveryReportOfItsCallersIsAccountedFor) {
+TEST_F(SlowModuleTest, EveryReportIsCounted) {
   recorder.slowDown(milliseconds(1));
   auto threads = callers([](TelemetryLogger& own) {
     for (int i = 0; i < 10; ++i) {
@@ -276,8 +276,8 @@ TEST_F(SlowModuleTest, EveryReportOfItsCallersIsAccountedFor) {
   EXPECT_EQ(total(), kCallers * 10);
 }
 
-TEST_F(SlowModuleTest, CallersOfTheProcessesLoggersReturnAndAreCountedOnceAtMost) {
-  // All in all longer than a waiting caller's patience, so that some reports are given up.
+TEST_F(SlowModuleTest, CallersOfTheProcesssLoggersReturnAndAreCountedAtMostOnce) {
+  // Together longer than a caller's time limit, so that some waits time out.
   recorder.slowDown(milliseconds(300));
   std::atomic<int> reports{0};
   auto threads = callers([&](TelemetryLogger& /*own*/) {

@@ -1,4 +1,4 @@
-// Whatever a caller passes is reported as it is, or as near to it as the fields allow.
+// Every value that a caller passes is reported, as exactly as the fields allow.
 #include <gmock/gmock.h>
 
 #include <climits>
@@ -49,7 +49,7 @@ std::vector<TextCase> textCases() {
 /// Every text argument of every operation, in turn.
 class ReportedTextTest : public LoggerRig, public testing::WithParamInterface<TextCase> {
  protected:
-  /// The one event that was submitted.
+  /// Flushes, and returns the only event.
   const ::kiv_test::Event& flushed(TelemetryLogger& reporting) {
     EXPECT_TRUE(reporting.flush());
     all = events();
@@ -91,7 +91,7 @@ TEST_P(ReportedTextTest, ApiOfEveryErrorReport) {
 
 TEST_P(ReportedTextTest, ClassOfAnError) {
   logger->logErrorCode("code", "api", KivErrorSeverity::INFO, passed);
-  // Only an empty one stands for the logger's name; one that starts with a NUL is not empty.
+  // Only an empty class is replaced by the logger's name. One that starts with a NUL is not empty.
   EXPECT_EQ(flushed().strings.at("kiv_class"), passed.empty() ? "logger" : reported);
 }
 
@@ -158,7 +158,7 @@ class ReportedInputTest : public LoggerRig {
   const std::shared_ptr<TelemetryLogger> logger = makeLogger(Model::NON_BLOCKING);
 };
 
-TEST_F(ReportedInputTest, TextsThatDifferAfterANulAreKeysOfTheirOwnThatLookAlike) {
+TEST_F(ReportedInputTest, TextsThatDifferAfterANulAreSeparateKeysWithEqualFields) {
   const LogCapture quiet;
   for (const std::string& text : {std::string("a\0b", 3), std::string("a\0c", 3)}) {
     logger->logErrorCode(text, "api", KivErrorSeverity::INFO, "class");
@@ -174,7 +174,7 @@ TEST_F(ReportedInputTest, TextsThatDifferAfterANulAreKeysOfTheirOwnThatLookAlike
   EXPECT_THAT(ints("aggregated_count"), AllOf(SizeIs(2 * 8), Each(1)));
 }
 
-/// The integer reported for `values` under one name.
+/// The integer that is reported for `values` of one name.
 class ReportedIntegerTest : public ReportedInputTest {
  protected:
   int64_t reportedFor(Type type, std::initializer_list<long long> values) {
@@ -200,7 +200,7 @@ TEST_F(ReportedIntegerTest, TheExtremesMeet) {
   EXPECT_EQ(reportedFor(Type::AVG, {LLONG_MIN, LLONG_MAX}), 0);
 }
 
-TEST_F(ReportedIntegerTest, SumsThatLeaveTheRangeStopAtItsEnd) {
+TEST_F(ReportedIntegerTest, SumsBeyondTheRangeSaturate) {
   EXPECT_EQ(reportedFor(Type::SUM, {LLONG_MAX, LLONG_MAX, LLONG_MAX}), LLONG_MAX);
   EXPECT_EQ(reportedFor(Type::SUM, {LLONG_MIN, LLONG_MIN, LLONG_MIN}), LLONG_MIN);
 }
@@ -225,7 +225,7 @@ class ReportedFloatTest : public ReportedInputTest {
   static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 };
 
-TEST_F(ReportedFloatTest, ValuesThatAreNoNumbersAreReportedAsTheyAre) {
+TEST_F(ReportedFloatTest, NaNAndInfinityAreReportedUnchanged) {
   EXPECT_TRUE(std::isnan(reportedFor(Type::SUM, {kNaN})));
   EXPECT_TRUE(std::isnan(reportedFor(Type::AVG, {1, kNaN, 2})));
   EXPECT_EQ(reportedFor(Type::MAX, {-kInfinity}), -kInfinity);
@@ -233,7 +233,7 @@ TEST_F(ReportedFloatTest, ValuesThatAreNoNumbersAreReportedAsTheyAre) {
   EXPECT_EQ(reportedFor(Type::COUNT, {kNaN, kInfinity}), 2.0F);
 }
 
-TEST_F(ReportedFloatTest, SumsThatLeaveTheRangeAreInfinite) {
+TEST_F(ReportedFloatTest, SumsBeyondTheRangeAreInfinite) {
   EXPECT_EQ(reportedFor(Type::SUM, {kLargest, kLargest}), kInfinity);
   EXPECT_EQ(reportedFor(Type::SUM, {-kLargest, -kLargest}), -kInfinity);
 }
@@ -243,7 +243,7 @@ struct RateCase {
   int64_t reported;
 };
 
-TEST_F(ReportedInputTest, SampleRatesStopAtTheEndsOfTheirRange) {
+TEST_F(ReportedInputTest, SampleRatesSaturate) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   const RateCase cases[] = {
       {-1.0F, 0},
@@ -253,7 +253,7 @@ TEST_F(ReportedInputTest, SampleRatesStopAtTheEndsOfTheirRange) {
       {-0.0F, 0},
       {std::numeric_limits<float>::denorm_min(), 0},
       {2147483520.0F, 2147483520},
-      // From here on the upper half of 32 bits, which is sent as negative.
+      // Numbers from the upper half of 32 bits are sent as negative.
       {2147483648.0F, INT32_MIN},
       {4294967040.0F, -256},
       {4294967296.0F, -1},
@@ -270,7 +270,7 @@ TEST_F(ReportedInputTest, SampleRatesStopAtTheEndsOfTheirRange) {
   }
 }
 
-TEST_F(ReportedInputTest, CompactSampleRatesStopAtZero) {
+TEST_F(ReportedInputTest, NegativeCompactSampleRatesAreZero) {
   ::kiv::KivPcmInfo pcm{};
   for (const int32_t rate : {INT32_MIN, -1}) {
     recorder.reset();
@@ -283,7 +283,7 @@ TEST_F(ReportedInputTest, CompactSampleRatesStopAtZero) {
   pcm.sampleRate = INT32_MAX;
   logger->logStreamEvent(pcm, kObject, "start");
   EXPECT_TRUE(logger->flush());
-  // As a float it is one more, which is in the upper half of 32 bits.
+  // Converted to float it becomes one more, which is in the upper half of 32 bits.
   EXPECT_THAT(ints("sample_rate"), ElementsAre(INT32_MIN));
 }
 
@@ -296,7 +296,7 @@ TEST_F(ReportedInputTest, LatenciesOfAnySizeAreCounted) {
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(5));
 }
 
-TEST_F(ReportedInputTest, LatenciesAtRatesOfNoSenseBelongToTheNearestThatHasOne) {
+TEST_F(ReportedInputTest, LatenciesAtInvalidRatesBelongToTheNearestValidRate) {
   using Limits = std::numeric_limits<float>;
   for (const float rate : {0.0F, -1.0F, -Limits::infinity(), Limits::quiet_NaN(), 4294967296.0F,
                            1e20F, Limits::infinity()}) {
@@ -308,7 +308,7 @@ TEST_F(ReportedInputTest, LatenciesAtRatesOfNoSenseBelongToTheNearestThatHasOne)
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(4, 3));
 }
 
-TEST_F(ReportedInputTest, NumbersOfAStreamFillTheirWholeRange) {
+TEST_F(ReportedInputTest, NumbersOfAStreamHaveTheirWholeRange) {
   const KivPcmInfoExt pcm{0.0F, UINT32_MAX, UINT32_MAX, false, audio_format_t(0xFFFFFFFF)};
   logger->logStreamEvent(pcm, ::kiv::KivStreamType(-128), "start");
   EXPECT_TRUE(logger->flush());

@@ -17,25 +17,25 @@ TEST(SaturatingCast, TruncatesTowardZero) {
   EXPECT_EQ(saturatingCast<uint32_t>(44100.9F), 44100u);
 }
 
-TEST(SaturatingCast, MakesZeroOfNaN) {
+TEST(SaturatingCast, ConvertsNaNToZero) {
   EXPECT_EQ(saturatingCast<long long>(kNaN), 0);
   EXPECT_EQ(saturatingCast<uint32_t>(kNaN), 0u);
 }
 
-TEST(SaturatingCast, MakesZeroOfNegativesWhereThereAreNone) {
+TEST(SaturatingCast, ConvertsNegativesToZeroForUnsignedIntegers) {
   EXPECT_EQ(saturatingCast<uint32_t>(-5.0F), 0u);
   EXPECT_EQ(saturatingCast<uint32_t>(-0.5F), 0u);
   EXPECT_EQ(saturatingCast<uint32_t>(-kInfinity), 0u);
 }
 
-TEST(SaturatingCast, StopsAtTheLargest) {
+TEST(SaturatingCast, SaturatesAtTheLargest) {
   EXPECT_EQ(saturatingCast<uint32_t>(4294967296.0F), UINT32_MAX);
   EXPECT_EQ(saturatingCast<uint32_t>(kInfinity), UINT32_MAX);
   EXPECT_EQ(saturatingCast<long long>(9223372036854775808.0F), LLONG_MAX);
   EXPECT_EQ(saturatingCast<long long>(kInfinity), LLONG_MAX);
 }
 
-TEST(SaturatingCast, StopsAtTheSmallest) {
+TEST(SaturatingCast, SaturatesAtTheSmallest) {
   EXPECT_EQ(saturatingCast<long long>(-9223372036854775808.0F), LLONG_MIN);
   EXPECT_EQ(saturatingCast<long long>(-1e20F), LLONG_MIN);
   EXPECT_EQ(saturatingCast<long long>(-kInfinity), LLONG_MIN);

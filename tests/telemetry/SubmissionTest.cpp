@@ -1,5 +1,4 @@
-// Submitting a window: the same of the aggregators that clients may derive from and of the
-// library's own.
+// Submitting a window, by the public aggregators and by the library's own.
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -44,7 +43,7 @@ class SubmissionTest : public ::kiv_test::RecorderTest {
   std::vector<std::string> sent() const { return strings("kiv_event_name"); }
   std::vector<int64_t> counts() const { return ints("aggregated_count"); }
 
-  /// Does something within the report of "b".
+  /// Runs `work` inside the report of "b".
   void duringTheReportOfB(std::function<void()> work) {
     recorder.onReport([work = std::move(work)](const ::kiv_test::Event& event) {
       if (event.strings.at("kiv_event_name") == "b") work();
@@ -66,7 +65,7 @@ using Aggregators = testing::Types<KivGenericNumericEventAggregator<long long>,
                                    internal::TableAggregator<KivGenericEvent<long long>>>;
 TYPED_TEST_SUITE(SubmissionTest, Aggregators, );
 
-TYPED_TEST(SubmissionTest, OfNothingMakesNoHandler) {
+TYPED_TEST(SubmissionTest, OfAnEmptyTableCreatesNoHandler) {
   this->flush();
   EXPECT_THAT(this->recorder.calls(), IsEmpty());
 }
@@ -78,7 +77,7 @@ TYPED_TEST(SubmissionTest, SendsOneEventPerKeyInKeyOrder) {
   EXPECT_THAT(this->counts(), ElementsAre(1, 2));
 }
 
-TYPED_TEST(SubmissionTest, MakesExactlyTheCallsThatItNeeds) {
+TYPED_TEST(SubmissionTest, MakesExactlyTheNecessaryCalls) {
   {
     TypeParam local;
     this->addTo(local, "a");
@@ -102,7 +101,7 @@ TYPED_TEST(SubmissionTest, KeepsTheHandlerFromWindowToWindow) {
   EXPECT_EQ(this->events()[0].handler, this->events()[1].handler);
 }
 
-TYPED_TEST(SubmissionTest, OfEachAggregatorGoesToAHandlerOfItsOwn) {
+TYPED_TEST(SubmissionTest, UsesASeparateHandlerForEachAggregator) {
   TypeParam other;
   this->addTo(other, "n");
   this->add({"n"});
@@ -142,7 +141,7 @@ TYPED_TEST(SubmissionTest, ARefusedReportIsLoggedAndTheOthersAreStillSent) {
   EXPECT_THAT(log.lines(), ElementsAre(this->kFailedReport));
 }
 
-TYPED_TEST(SubmissionTest, ARefusedReportIsNotRepeated) {
+TYPED_TEST(SubmissionTest, ARefusedReportIsNotRetried) {
   const LogCapture quiet;
   this->recorder.refuseReport(1);
   this->add({"a"});
@@ -171,7 +170,7 @@ TYPED_TEST(SubmissionTest, AnEventThatIsNotCreatedCountsAsAFailedReport) {
   EXPECT_THAT(log.lines(), ElementsAre(this->kFailedReport));
 }
 
-TYPED_TEST(SubmissionTest, WithoutAHandlerTheWindowIsDroppedQuietlyAndTheNextAsksAgain) {
+TYPED_TEST(SubmissionTest, WithoutAHandlerTheWindowIsDroppedWithoutALogLineAndTheNextTriesAgain) {
   this->recorder.withholdHandlers(1);
   this->add({"lost", "lost too"});
   const LogCapture log;
@@ -183,7 +182,7 @@ TYPED_TEST(SubmissionTest, WithoutAHandlerTheWindowIsDroppedQuietlyAndTheNextAsk
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TYPED_TEST(SubmissionTest, IsFinishedWhenTelemetryIsSwitchedOffMeanwhile) {
+TYPED_TEST(SubmissionTest, IsCompletedWhenTelemetryIsSwitchedOffMeanwhile) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     this->recorder.onReport(
         [](const ::kiv_test::Event& /*event*/) { disableTelemetryForTesting(); });
@@ -196,8 +195,8 @@ TYPED_TEST(SubmissionTest, IsFinishedWhenTelemetryIsSwitchedOffMeanwhile) {
   });
 }
 
-TYPED_TEST(SubmissionTest, LeavesWhatIsReportedMeanwhileToTheNextWindow) {
-  // Before, at and behind the key that is being submitted.
+TYPED_TEST(SubmissionTest, LeavesReportsMadeMeanwhileToTheNextWindow) {
+  // Before, equal to and after the key that is being submitted.
   this->duringTheReportOfB([this] { this->add({"a", "b", "c", "d"}); });
   this->add({"a", "b", "c"});
   this->flush();
@@ -209,7 +208,7 @@ TYPED_TEST(SubmissionTest, LeavesWhatIsReportedMeanwhileToTheNextWindow) {
   EXPECT_THAT(this->counts(), Each(1));
 }
 
-TYPED_TEST(SubmissionTest, WithinAnotherSendsWhatCameMeanwhileOnly) {
+TYPED_TEST(SubmissionTest, NestedInAnotherSendsOnlyReportsMadeMeanwhile) {
   this->duringTheReportOfB([this] {
     this->add({"nested"});
     this->flush();

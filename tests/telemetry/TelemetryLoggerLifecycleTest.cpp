@@ -24,7 +24,7 @@ using testing::SizeIs;
 
 class TelemetryLoggerLifecycleTest : public LoggerRig {
  protected:
-  /// One report of every kind, each named by its kind.
+  /// Makes one report of every kind.
   static void reportEveryKind(TelemetryLogger& logger) {
     const KivPcmInfoExt pcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
     logger.logKivEvent<std::string>("text", "", NumericAggregationType::COUNT);
@@ -58,7 +58,7 @@ TEST_F(TelemetryLoggerLifecycleTest, IsATelemetryHandlerWithoutPointerAdjustment
   EXPECT_EQ(static_cast<const void*>(handler), static_cast<const void*>(logger.get()));
 }
 
-TEST_F(TelemetryLoggerLifecycleTest, ALoggerIsBornStarted) {
+TEST_F(TelemetryLoggerLifecycleTest, ALoggerIsConstructedRunning) {
   for (const Model model : {Model::NON_BLOCKING, Model::BLOCKING, Model::LOCKING_IMMEDIATE}) {
     EXPECT_TRUE(makeLogger(model)->flush());
   }
@@ -69,7 +69,7 @@ TEST_F(TelemetryLoggerLifecycleTest, FlushOfAFreshLoggerSendsNothing) {
   EXPECT_THAT(recorder.calls(), IsEmpty());
 }
 
-TEST_F(TelemetryLoggerLifecycleTest, ConstructingAnotherLoggerLeavesRunningManagersAlone) {
+TEST_F(TelemetryLoggerLifecycleTest, ConstructingAnotherLoggerDoesNotRestartRunningManagers) {
   const auto first = makeLogger(Model::BLOCKING);
   reportEveryKind(*first);
   const auto second = makeLogger(Model::BLOCKING);
@@ -213,7 +213,7 @@ TEST_F(TelemetryLoggerLifecycleTest, AnImmediateLoggerFlushesOnTheCallersThread)
   EXPECT_EQ(events()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(TelemetryLoggerLifecycleTest, LifecycleFailsWhenTheWorkerDoesNotGetToIt) {
+TEST_F(TelemetryLoggerLifecycleTest, LifecycleCallsFailWhenTheWorkerIsBusy) {
   thread = TaskRunnerThread::create(std::chrono::milliseconds(1));
   runner = TaskRunner(thread);
   const auto logger = makeLogger(Model::NON_BLOCKING);
@@ -243,7 +243,7 @@ TEST_F(TelemetryLoggerLifecycleTest, ThePostedFlushIsTheOverriddenOne) {
   EXPECT_EQ(logger->flushes, 1);
 }
 
-TEST_F(TelemetryLoggerLifecycleTest, LastReferenceDroppedByTheWorkerEndsEverythingQuietly) {
+TEST_F(TelemetryLoggerLifecycleTest, TheWorkerCanReleaseTheLastReferenceWithoutALogLine) {
   auto logger = makeLogger(Model::NON_BLOCKING);
   const std::weak_ptr<TelemetryLogger> watch = logger;
   Latch released;

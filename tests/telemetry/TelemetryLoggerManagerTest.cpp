@@ -37,7 +37,7 @@ using ::kiv_test::WorkerHold;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-/// The manager is one per process: starts from whatever the tests before it left there.
+/// There is one manager per process: resets the state that earlier tests left.
 class TelemetryLoggerManagerTest : public RecorderTest {
  protected:
   TelemetryLoggerManagerTest() {
@@ -50,7 +50,7 @@ class TelemetryLoggerManagerTest : public RecorderTest {
     return TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   }
 
-  /// Reports through `logger`; the session under which that arrives.
+  /// Reports through `logger`, and returns the session of the event.
   std::string sessionOf(TelemetryLogger& logger) {
     recorder.reset();
     logger.logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
@@ -58,7 +58,7 @@ class TelemetryLoggerManagerTest : public RecorderTest {
     return strings("kiv_session_id").at(0);
   }
 
-  /// Reports while the worker is held. One who waited would give up, and lose the report.
+  /// Reports while the worker is blocked. A call that waits would time out and lose the report.
   void expectNotToBlock(TelemetryLogger& logger) {
     recorder.reset();
     TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
@@ -70,7 +70,7 @@ class TelemetryLoggerManagerTest : public RecorderTest {
     EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
   }
 
-  /// The class under which an error without a class arrives: the logger's name.
+  /// The class that is reported for an error without a class: the logger's name.
   std::string nameOf(TelemetryHandler& logger) {
     recorder.reset();
     const LogCapture quiet;
@@ -84,7 +84,7 @@ TEST_F(TelemetryLoggerManagerTest, IsOnePerProcess) {
   EXPECT_EQ(&TelemetryLoggerManager::getInstance(), &TelemetryLoggerManager::getInstance());
 }
 
-TEST_F(TelemetryLoggerManagerTest, ConcurrentFirstCallersMeetInOneManager) {
+TEST_F(TelemetryLoggerManagerTest, ConcurrentFirstCallersGetTheSameManager) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     Latch go;
     std::vector<TelemetryLoggerManager*> seen(4);
@@ -123,7 +123,7 @@ TEST_F(TelemetryLoggerManagerTest, ALoggerByDefaultDoesNotBlock) {
   expectNotToBlock(*std::make_shared<TelemetryLogger>());
 }
 
-TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerWithoutManagersSharesTheProcesses) {
+TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerWithoutManagersSharesThoseOfTheProcess) {
   const auto logger =
       std::make_shared<TelemetryLogger>(session("s"), "n", TelemetrySubmissionModel::BLOCKING);
   EXPECT_TRUE(logger->stop());
@@ -141,7 +141,7 @@ TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerStartsTheManagersWithoutTheW
   EXPECT_TRUE(defaultLogger()->flush());
 }
 
-TEST_F(TelemetryLoggerManagerTest, CreatesLoggersUnderAFreshChildOfTheGivenSession) {
+TEST_F(TelemetryLoggerManagerTest, CreatesLoggersWithANewChildOfTheGivenSession) {
   const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), false);
   const std::string text = sessionOf(*logger);
   EXPECT_EQ(text.rfind("parent.", 0), 0u);
@@ -159,12 +159,12 @@ TEST_F(TelemetryLoggerManagerTest, CreatesBlockingLoggersWhenAskedTo) {
 
 using TelemetryEnvTest = TelemetryLoggerManagerTest;
 
-TEST_F(TelemetryEnvTest, WithoutArgumentsHandsOutTheDefaultLogger) {
+TEST_F(TelemetryEnvTest, WithoutArgumentsReturnsTheDefaultLogger) {
   EXPECT_EQ(TelemetryEnv().getLogger(), defaultLogger());
   EXPECT_EQ(TelemetryEnv().getLogger(), TelemetryEnv().getLogger());
 }
 
-TEST_F(TelemetryEnvTest, WithANameHandsOutALoggerOfItsOwn) {
+TEST_F(TelemetryEnvTest, WithANameReturnsANewLogger) {
   const TelemetryEnv first("Mixer");
   const TelemetryEnv second("Mixer");
   EXPECT_NE(first.getLogger(), second.getLogger());
@@ -193,7 +193,7 @@ TEST_F(TelemetryEnvTest, AGivenSessionIsTheParent) {
   EXPECT_EQ(nameOf(*env.getLogger()), "Mixer");
 }
 
-TEST_F(TelemetryEnvTest, HandsOutAGivenLogger) {
+TEST_F(TelemetryEnvTest, ReturnsAGivenLogger) {
   const auto logger = std::make_shared<TelemetryLogger>();
   EXPECT_EQ(TelemetryEnv(logger).getLogger(), logger);
 }
@@ -232,7 +232,7 @@ TEST_F(TelemetryEnvTest, EveryConstructorRegisters) {
 TEST_F(TelemetryEnvTest, RegistersOncePerProcess) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     const TelemetryEnv first;
-    // Whoever registers next stays registered.
+    // The next registration replaces this one.
     TelemetryDelegate::getInstance().registerHandler(nullptr, nullptr);
     for (int i = 0; i < 9; ++i) const TelemetryEnv further("Mixer");
     EXPECT_EQ(TelemetryDelegate::getInstance().getHandler(), nullptr);

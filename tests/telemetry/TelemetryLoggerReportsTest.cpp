@@ -38,12 +38,12 @@ constexpr KivPcmInfoExt kPcm{48000.0F, 960, 2, true, AUDIO_FORMAT_PCM_16_BIT};
 
 class TelemetryLoggerReportsTest : public LoggerRig {
  protected:
-  /// Error lines go to the log, where they would only disturb.
+  /// Captures error lines, which would only clutter the test's output.
   LogCapture log;
   std::shared_ptr<TelemetryLogger> logger = makeLogger(Model::BLOCKING);
 };
 
-TEST_F(TelemetryLoggerReportsTest, AnErrorCarriesItsFourTexts) {
+TEST_F(TelemetryLoggerReportsTest, AnErrorHasItsFourFields) {
   logger->logErrorCode("code", "api", KivErrorSeverity::FATAL, "class");
   logger->flush();
   EXPECT_THAT(strings("kiv_error_code"), ElementsAre("code"));
@@ -58,7 +58,7 @@ TEST_F(TelemetryLoggerReportsTest, AnErrorIsWrittenToTheLogUnderItsClass) {
   EXPECT_THAT(log.lines(), ElementsAre(LogLine{ANDROID_LOG_ERROR, "Mixer", "api - code"}));
 }
 
-/// The line that the Android log itself makes of an error.
+/// The line that the Android log makes of an error.
 LogLine formattedLine(const std::string& kiv_class, const std::string& api,
                       const std::string& error_code) {
   LogCapture log;
@@ -67,7 +67,7 @@ LogLine formattedLine(const std::string& kiv_class, const std::string& api,
   return log.lines().at(0);
 }
 
-TEST_F(TelemetryLoggerReportsTest, AnErrorLineIsCutWhereTheLogCutsFormattedOnes) {
+TEST_F(TelemetryLoggerReportsTest, AnErrorLineIsCutAtTheLimitOfFormattedLines) {
   for (const size_t size : {1019u, 1020u, 1021u, 1022u, 1023u, 1024u, 5000u}) {
     const LogLine in_code = formattedLine("class", "a", std::string(size, 'c'));
     const LogLine in_api = formattedLine("class", std::string(size, 'a'), "code");
@@ -78,7 +78,7 @@ TEST_F(TelemetryLoggerReportsTest, AnErrorLineIsCutWhereTheLogCutsFormattedOnes)
   }
 }
 
-TEST_F(TelemetryLoggerReportsTest, AnErrorLineHasItsTextsUpToTheirFirstNul) {
+TEST_F(TelemetryLoggerReportsTest, TheTextsOfAnErrorLineEndAtTheirFirstNul) {
   const std::string text("a\0b", 3);
   const LogLine formatted = formattedLine(text, text, text);
   const LogCapture written;
@@ -106,7 +106,7 @@ TEST_F(TelemetryLoggerReportsTest, CatalogueErrorsAreNamed) {
   EXPECT_THAT(strings("kiv_error_code"), ElementsAre("kiv.MMAP_FAILED"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, CatalogueErrorsCarryTheirDetail) {
+TEST_F(TelemetryLoggerReportsTest, CatalogueErrorsHaveTheirDetail) {
   logger->logKivErrorCode(KivError::MMAP_FAILED, -12, "api", kError, "class");
   logger->flush();
   EXPECT_THAT(strings("kiv_error_code"), ElementsAre("kiv.MMAP_FAILED=-12"));
@@ -157,7 +157,7 @@ TEST_F(TelemetryLoggerReportsTest, EveryErrorReportReachesAnOverride) {
   EXPECT_THAT(overridden->seen, ElementsAre("kiv.OK", "kiv.OK=3", "android.OK"));
 }
 
-/// Notes on which threads an error comes by.
+/// Records the threads on which errors are logged.
 class ErrorThreads : public TelemetryLogger {
  public:
   using TelemetryLogger::TelemetryLogger;
@@ -171,7 +171,7 @@ class ErrorThreads : public TelemetryLogger {
   std::vector<std::thread::id> threads;
 };
 
-TEST_F(TelemetryLoggerReportsTest, AnOverrideIsWhatTheWorkerRunsToo) {
+TEST_F(TelemetryLoggerReportsTest, TheWorkerCallsTheOverrideToo) {
   const auto overridden = makeLoggerOf<ErrorThreads>(Model::BLOCKING);
   std::thread::id worker;
   ASSERT_TRUE(runner.postTaskAndWait([&] { worker = std::this_thread::get_id(); }).ok());
@@ -181,7 +181,7 @@ TEST_F(TelemetryLoggerReportsTest, AnOverrideIsWhatTheWorkerRunsToo) {
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(1));
 }
 
-TEST_F(TelemetryLoggerReportsTest, AStreamEventCarriesItsDescription) {
+TEST_F(TelemetryLoggerReportsTest, AStreamEventHasItsDescriptorsFields) {
   logger->logStreamEvent(kPcm, kObject, "start");
   logger->flush();
   EXPECT_THAT(strings("kiv_event"), ElementsAre("start"));
@@ -194,7 +194,7 @@ TEST_F(TelemetryLoggerReportsTest, AStreamEventCarriesItsDescription) {
   EXPECT_THAT(ints("interleaved"), ElementsAre(1));
 }
 
-TEST_F(TelemetryLoggerReportsTest, ACompactDescriptionIsConverted) {
+TEST_F(TelemetryLoggerReportsTest, ACompactDescriptorIsConverted) {
   const KivPcmInfo pcm{0, KivSampleFormat::SAMPLE_FORMAT_PCM_8, 44100, 6, 480, false};
   logger->logStreamEvent(pcm, kObject, "start");
   logger->flush();
@@ -238,7 +238,7 @@ TEST_F(TelemetryLoggerReportsTest, LatenciesAreAveragedPerConfiguration) {
   EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s", "s"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, LatenciesOfACompactDescriptionMeetThoseOfTheExtendedOne) {
+TEST_F(TelemetryLoggerReportsTest, LatenciesOfBothFormsOfADescriptorHaveTheSameKey) {
   const KivPcmInfo compact{0, KivSampleFormat::SAMPLE_FORMAT_PCM_16, 48000, 2, 960, true};
   logger->logAudioLatency(compact, kObject, milliseconds(10));
   logger->logAudioLatency(kPcm, kObject, milliseconds(20));
@@ -246,7 +246,7 @@ TEST_F(TelemetryLoggerReportsTest, LatenciesOfACompactDescriptionMeetThoseOfTheE
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
 }
 
-TEST_F(TelemetryLoggerReportsTest, Int64TakesTheOneIntegerRoad) {
+TEST_F(TelemetryLoggerReportsTest, Int64IsReportedAsLongLong) {
   logger->logKivEvent<int64_t>("n", 1, Type::SUM);
   logger->logKivEvent<long long>("n", 2, Type::SUM);
   logger->logKivEvent<long>("n", 3, Type::SUM);
@@ -281,7 +281,7 @@ TEST_F(TelemetryLoggerReportsTest, ClientCallsAreCountedStrings) {
   EXPECT_THAT(strings("aggregation_method"), ElementsAre("COUNT"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, NamesHaveTheirPrefixWhereverTheyAreTaken) {
+TEST_F(TelemetryLoggerReportsTest, NamesHaveTheirPrefixOnEveryThread) {
   const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
   immediate->logKivClientCall("open", "ok");
   immediate->kiv_endTraceSection(immediate->kiv_beginTraceSection("open"));
@@ -291,14 +291,14 @@ TEST_F(TelemetryLoggerReportsTest, NamesHaveTheirPrefixWhereverTheyAreTaken) {
               ElementsAre("client_api_call.open", "api_latency_us.open", "client_api_call.close"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, ClientCallsMeetStringsReportedWithTheCountingMethod) {
+TEST_F(TelemetryLoggerReportsTest, ClientCallsAndCountedStringsHaveTheSameKey) {
   logger->logKivClientCall("open", "ok");
   logger->logKivEvent<std::string>("client_api_call.open", "ok", Type::COUNT);
   logger->flush();
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(2));
 }
 
-TEST_F(TelemetryLoggerReportsTest, TextsAreNeverFormats) {
+TEST_F(TelemetryLoggerReportsTest, TextsAreNotFormatStrings) {
   const std::string text = "%n%s%d%";
   logger->logErrorCode(text, text, kError, text);
   logger->logStreamEvent(kPcm, kObject, text);
@@ -318,13 +318,13 @@ TEST_F(TelemetryLoggerReportsTest, SessionsNeverMerge) {
   EXPECT_THAT(strings("kiv_session_id"), ElementsAre("s", "t"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, ABlockingReportIsTakenWhenTheCallReturns) {
+TEST_F(TelemetryLoggerReportsTest, ABlockingReportIsCountedWhenTheCallReturns) {
   logger->logErrorCode("code", "api", kError, "class");
   EXPECT_THAT(log.lines(), SizeIs(1));
 }
 
-TEST_F(TelemetryLoggerReportsTest, ABlockingLatencyIsTakenWhenTheCallReturns) {
-  // The worker is idle again, so this thread may look into the window in its place.
+TEST_F(TelemetryLoggerReportsTest, ABlockingLatencyIsCountedWhenTheCallReturns) {
+  // The worker is idle, so this thread may flush the window itself.
   logger->logAudioLatency(kPcm, kObject, milliseconds(10));
   latencies->flush();
   EXPECT_THAT(events(), SizeIs(1));
@@ -354,7 +354,7 @@ TEST_F(TelemetryLoggerReportsTest, ANonBlockingReportAllocatesItsTaskAndAPlaceIn
   settle();
 }
 
-TEST_F(TelemetryLoggerReportsTest, LongTextsArriveWhole) {
+TEST_F(TelemetryLoggerReportsTest, LongTextsArriveUncut) {
   const std::string text(100000, 'x');
   logger->logErrorCode(text + "1", text + "2", kError, text + "3");
   logger->flush();
@@ -363,7 +363,7 @@ TEST_F(TelemetryLoggerReportsTest, LongTextsArriveWhole) {
   EXPECT_TRUE(strings("kiv_class").at(0) == text + "3");
 }
 
-TEST_F(TelemetryLoggerReportsTest, AShortReportAfterALongOneHasNothingOfIt) {
+TEST_F(TelemetryLoggerReportsTest, AShortReportAfterALongOneHasOnlyItsOwnTexts) {
   logger->logErrorCode("a long code", "a long api", kError, "a long class");
   logger->flush();
   recorder.reset();
@@ -374,7 +374,7 @@ TEST_F(TelemetryLoggerReportsTest, AShortReportAfterALongOneHasNothingOfIt) {
   EXPECT_THAT(strings("kiv_class"), ElementsAre("class"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, AReportMadeOnTheWorkerIsTakenAtOnce) {
+TEST_F(TelemetryLoggerReportsTest, AReportMadeOnTheWorkerIsCountedAtOnce) {
   size_t lines = 0;
   ASSERT_TRUE(runner
                   .postTaskAndWait([&] {
@@ -417,7 +417,7 @@ TEST_F(TelemetryLoggerReportsTest, EveryImmediateReportIsSubmittedAtOnce) {
   expectOneMore();
 }
 
-TEST_F(TelemetryLoggerReportsTest, EqualImmediateReportsAreEventsOfTheirOwn) {
+TEST_F(TelemetryLoggerReportsTest, EqualImmediateReportsAreSeparateEvents) {
   const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
   immediate->logErrorCode("code", "api", kError, "class");
   immediate->logErrorCode("code", "api", kError, "class");
@@ -441,7 +441,7 @@ TEST_F(TelemetryLoggerReportsTest, AnErrorIsWrittenToTheLogBeforeItIsDropped) {
                                   "add: TimedAggregationManager not running! Cannot add."}));
 }
 
-TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerIsFlushedInVain) {
+TEST_F(TelemetryLoggerReportsTest, AnImmediateReportToAStoppedLoggerLogsAFailedFlush) {
   const auto immediate = makeLogger(Model::LOCKING_IMMEDIATE);
   immediate->stop();
   immediate->logStreamEvent(kPcm, kObject, "start");
@@ -504,7 +504,7 @@ TEST_F(TelemetryLoggerReportsTest, EveryKindButLatencyKeepsItsLoggerAlive) {
   settle();
 }
 
-TEST_F(TelemetryLoggerReportsTest, AWaitThatIsGivenUpLosesTheReportSilently) {
+TEST_F(TelemetryLoggerReportsTest, AReportWhoseWaitTimesOutIsDroppedWithoutALogLine) {
   thread = TaskRunnerThread::create(milliseconds(1));
   runner = TaskRunner(thread);
   const auto blocking = makeLogger(Model::BLOCKING);
@@ -519,7 +519,7 @@ TEST_F(TelemetryLoggerReportsTest, AWaitThatIsGivenUpLosesTheReportSilently) {
 
 using TelemetryLoggerReportsDeathTest = TelemetryLoggerReportsTest;
 
-TEST_F(TelemetryLoggerReportsDeathTest, ReportingThroughALoggerThatNoOneSharesAborts) {
+TEST_F(TelemetryLoggerReportsDeathTest, ReportingThroughALoggerWithoutASharedPtrAborts) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
                           integers, floats, texts, Model::NON_BLOCKING);
@@ -530,7 +530,7 @@ TEST_F(TelemetryLoggerReportsDeathTest, ReportingThroughALoggerThatNoOneSharesAb
   EXPECT_EXIT(unowned.logKivEvent<std::string>("", "", Type::SUM), aborted, "");
 }
 
-TEST_F(TelemetryLoggerReportsTest, OnTheWorkerALoggerThatNoOneSharesCanReport) {
+TEST_F(TelemetryLoggerReportsTest, OnTheWorkerALoggerWithoutASharedPtrCanReport) {
   TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
                           integers, floats, texts, Model::NON_BLOCKING);
   ASSERT_TRUE(runner.postTaskAndWait([&] { unowned.logStreamEvent(kPcm, kObject, "start"); }).ok());
@@ -538,7 +538,7 @@ TEST_F(TelemetryLoggerReportsTest, OnTheWorkerALoggerThatNoOneSharesCanReport) {
   EXPECT_THAT(strings("kiv_event"), ElementsAre("start"));
 }
 
-TEST_F(TelemetryLoggerReportsTest, LatencyCanBeReportedThroughALoggerThatNoOneShares) {
+TEST_F(TelemetryLoggerReportsTest, LatencyCanBeReportedThroughALoggerWithoutASharedPtr) {
   TelemetryLogger unowned(session("s"), "n", thread, error_codes, stream_events, latencies,
                           integers, floats, texts, Model::NON_BLOCKING);
   unowned.logAudioLatency(kPcm, kObject, milliseconds(10));
@@ -546,7 +546,7 @@ TEST_F(TelemetryLoggerReportsTest, LatencyCanBeReportedThroughALoggerThatNoOneSh
   EXPECT_THAT(events(), SizeIs(1));
 }
 
-TEST_F(TelemetryLoggerReportsTest, CountsAddUpUnderReportsFromManyThreads) {
+TEST_F(TelemetryLoggerReportsTest, CountsAddUpWithReportsFromManyThreads) {
   constexpr int kThreads = 4;
   constexpr int kReports = 500;
   std::vector<std::thread> threads;

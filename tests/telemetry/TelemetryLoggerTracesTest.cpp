@@ -41,7 +41,7 @@ TEST_F(TelemetryLoggerTracesTest, LessThanAMicrosecondIsZero) {
   EXPECT_THAT(ints("value_int"), ElementsAre(0));
 }
 
-TEST_F(TelemetryLoggerTracesTest, ASectionThatBeginsAfterItsEndIsTruncatedTowardZeroToo) {
+TEST_F(TelemetryLoggerTracesTest, ASectionThatBeginsAfterItsEndIsTruncatedTowardZero) {
   KivTraceInfo info = logger->kiv_beginTraceSection("open");
   info.start_time += nanoseconds(1'999);
   logger->kiv_endTraceSection(info);
@@ -70,7 +70,7 @@ TEST_F(TelemetryLoggerTracesTest, SectionsOfOneNameAreAveraged) {
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(3));
 }
 
-TEST_F(TelemetryLoggerTracesTest, ASectionWithoutAClassBelongsToTheLogger) {
+TEST_F(TelemetryLoggerTracesTest, ASectionWithoutAClassHasTheLoggersName) {
   const KivTraceInfo info = logger->kiv_beginTraceSection("open");
   EXPECT_EQ(info.name, "open");
   EXPECT_EQ(info.kiv_class, "Mixer");
@@ -146,7 +146,7 @@ TEST_F(TraceHandlerTest, StopReportsThroughTheDefaultLoggerWhicheverStarted) {
   default_logger->flush();
   EXPECT_THAT(strings("kiv_event_name"), ElementsAre("api_latency_us.start"));
   EXPECT_THAT(ints("value_int"), ElementsAre(42));
-  // The root session: one identifier without a parent, and not the starting logger's.
+  // The root session, which has no parent, and not the session of the starting logger.
   ASSERT_THAT(strings("kiv_session_id"), SizeIs(1));
   EXPECT_EQ(strings("kiv_session_id")[0].size(), 36u);
 }
@@ -164,7 +164,7 @@ TEST_F(TraceHandlerTest, StopWithAnEmptyTokenDoesNothing) {
   EXPECT_THAT(recorder.calls(), IsEmpty());
 }
 
-TEST_F(TraceHandlerTest, TheTokenLivesUntilBothSidesHaveReleasedIt) {
+TEST_F(TraceHandlerTest, TheTokenIsDestroyedWhenBothSidesHaveReleasedIt) {
   auto token = handler.startTrace("Renderer", "start");
   const std::weak_ptr<void> watch = token;
   handler.stopTrace(token);

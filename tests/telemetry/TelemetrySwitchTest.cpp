@@ -34,7 +34,7 @@ TEST_F(TelemetrySwitchTest, CanBeSwitchedOffTwice) {
   });
 }
 
-TEST_F(TelemetrySwitchTest, OffDropsWhatIsReportedAndSendsNothing) {
+TEST_F(TelemetrySwitchTest, WhileOffReportsAreDroppedAndNothingIsSent) {
   KIV_EXPECT_IN_FRESH_PROCESS({
     const TelemetryEnv env("Mixer");
     disableTelemetryForTesting();

@@ -33,7 +33,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-/// Records what a manager asks of its aggregator.
+/// Records a manager's calls of its aggregator.
 class FakeAggregator : public KivAggregator<KivErrorCodeEvent> {
  public:
   void add(const KivErrorCodeEvent& event) override { calls.push_back("add " + event.api); }
@@ -48,7 +48,7 @@ class FakeAggregator : public KivAggregator<KivErrorCodeEvent> {
 
   std::vector<std::string> calls;
   std::vector<std::pair<system_clock::time_point, system_clock::time_point>> windows;
-  std::function<void()> on_flush;  ///< Called inside the next one.
+  std::function<void()> on_flush;  ///< Called inside the next flush.
 };
 
 KivErrorCodeEvent report(const std::string& name) {
@@ -57,7 +57,7 @@ KivErrorCodeEvent report(const std::string& name) {
 
 class TimedAggregationManagerTest : public testing::Test {
  protected:
-  /// What was asked of the aggregator since the last look.
+  /// The aggregator's calls since the last call of this.
   std::vector<std::string> calls() { return std::exchange(aggregator->calls, {}); }
 
   FakeClock clock;
@@ -70,7 +70,7 @@ TEST_F(TimedAggregationManagerTest, PeriodIsFiveSeconds) {
   EXPECT_EQ(kAggregationPeriod, milliseconds(5000));
 }
 
-TEST_F(TimedAggregationManagerTest, IsBornStopped) {
+TEST_F(TimedAggregationManagerTest, IsConstructedStopped) {
   EXPECT_FALSE(manager->flush());
   EXPECT_THAT(calls(), IsEmpty());
 }
@@ -115,7 +115,7 @@ TEST_F(TimedAggregationManagerTest, FlushWhileStoppedIsAnError) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(TimedAggregationManagerTest, StopTwiceIsOnlyADebugMatter) {
+TEST_F(TimedAggregationManagerTest, StoppingTwiceIsLoggedAtDebugPriority) {
   manager->start();
   const LogCapture log;
   EXPECT_TRUE(manager->stop());
@@ -133,7 +133,7 @@ TEST_F(TimedAggregationManagerTest, ReportsExactlyThePeriodApartShareAWindow) {
   EXPECT_THAT(calls(), ElementsAre("reset", "add a", "add b"));
 }
 
-TEST_F(TimedAggregationManagerTest, AReportOneTickAfterThePeriodComesIntoTheNextWindow) {
+TEST_F(TimedAggregationManagerTest, AReportOneTickAfterThePeriodIsInTheNextWindow) {
   manager->start();
   manager->add(report("a"));
   clock.advance(milliseconds(5000));
@@ -142,7 +142,7 @@ TEST_F(TimedAggregationManagerTest, AReportOneTickAfterThePeriodComesIntoTheNext
   EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
 }
 
-TEST_F(TimedAggregationManagerTest, AReportOneMillisecondAfterThePeriodComesIntoTheNextWindow) {
+TEST_F(TimedAggregationManagerTest, AReportOneMillisecondAfterThePeriodIsInTheNextWindow) {
   manager->start();
   manager->add(report("a"));
   clock.advance(milliseconds(5001));
@@ -150,7 +150,7 @@ TEST_F(TimedAggregationManagerTest, AReportOneMillisecondAfterThePeriodComesInto
   EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
 }
 
-TEST_F(TimedAggregationManagerTest, ThePeriodIsTheOneThatItWasGiven) {
+TEST_F(TimedAggregationManagerTest, UsesTheGivenPeriod) {
   TimedAggregationManager<KivErrorCodeEvent> hasty(aggregator, milliseconds(10));
   hasty.start();
   clock.advance(milliseconds(10));
@@ -160,7 +160,7 @@ TEST_F(TimedAggregationManagerTest, ThePeriodIsTheOneThatItWasGiven) {
   EXPECT_THAT(calls(), ElementsAre("reset", "add a", "flush", "add b"));
 }
 
-TEST_F(TimedAggregationManagerTest, TheAgeIsThatOfTheWindowAndNotOfItsLastReport) {
+TEST_F(TimedAggregationManagerTest, TheAgeIsMeasuredFromTheWindowsStartAndNotFromItsLastReport) {
   manager->start();
   for (int i = 0; i < 3; ++i) {
     clock.advance(milliseconds(2000));
@@ -181,7 +181,7 @@ TEST_F(TimedAggregationManagerTest, ALateReportOpensANewWindowAtItsOwnTime) {
   EXPECT_EQ(aggregator->windows.size(), 1u);
 }
 
-TEST_F(TimedAggregationManagerTest, OneWindowEndsWhereTheNextBegins) {
+TEST_F(TimedAggregationManagerTest, AWindowStartsAtTheEndOfTheLastOne) {
   manager->start();
   const auto first = clock.system();
   clock.advance(milliseconds(10));
@@ -233,7 +233,7 @@ TEST_F(TimedAggregationManagerTest, TheNextWindowIsOpenWhileOneIsSubmitted) {
   EXPECT_THAT(aggregator->windows[1], Pair(closed, clock.system()));
 }
 
-TEST_F(TimedAggregationManagerTest, ItRunsUntilAStopHasSubmittedItsWindow) {
+TEST_F(TimedAggregationManagerTest, RunsUntilAStopHasSubmittedItsWindow) {
   manager->start();
   const LogCapture log;
   aggregator->on_flush = [this] { manager->add(report("a")); };
@@ -242,7 +242,7 @@ TEST_F(TimedAggregationManagerTest, ItRunsUntilAStopHasSubmittedItsWindow) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(TimedAggregationManagerTest, RestartingForgetsWhatWasReportedWhileStopped) {
+TEST_F(TimedAggregationManagerTest, RestartingDiscardsReportsMadeWhileStopped) {
   manager->start();
   manager->stop();
   manager->add(report("lost"));
@@ -282,7 +282,7 @@ TEST_F(TimedAggregationManagerTest, DestroyingItReleasesTheAggregator) {
   EXPECT_EQ(aggregator.use_count(), 1);
 }
 
-TEST_F(TimedAggregationManagerTest, AJumpOfTheWallClockClosesNoWindowButShows) {
+TEST_F(TimedAggregationManagerTest, AJumpOfTheWallClockClosesNoWindowButIsReported) {
   manager->start();
   const auto started = clock.system();
   clock.setSystem(started + hours(24));
@@ -292,7 +292,7 @@ TEST_F(TimedAggregationManagerTest, AJumpOfTheWallClockClosesNoWindowButShows) {
   EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, started + hours(24))));
 }
 
-TEST_F(TimedAggregationManagerTest, AWallClockSetBackIsReportedAsItIs) {
+TEST_F(TimedAggregationManagerTest, AWallClockThatIsSetBackIsReportedUnchanged) {
   manager->start();
   const auto started = clock.system();
   clock.setSystem(started - hours(1));
@@ -301,10 +301,10 @@ TEST_F(TimedAggregationManagerTest, AWallClockSetBackIsReportedAsItIs) {
   EXPECT_THAT(aggregator->windows, ElementsAre(Pair(started, started - hours(1))));
 }
 
-TEST_F(TimedAggregationManagerTest, ARolloverNeverLooksLikeAStop) {
+TEST_F(TimedAggregationManagerTest, DuringARolloverTheManagerIsRunning) {
   manager->start();
   std::atomic<bool> rolling{true};
-  // What constructors of other loggers do meanwhile.
+  // The constructors of other loggers do this.
   std::thread other([&] {
     while (rolling) manager->start();
   });

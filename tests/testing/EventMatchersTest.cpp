@@ -1,4 +1,4 @@
-// The matchers, with events that the library has really made, and what they say where they fail.
+// The matchers, on events that the library made, and their failure messages.
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
@@ -45,16 +45,16 @@ class EventMatchersTest : public TelemetryTest {
   const std::shared_ptr<TelemetryLogger> logger = TelemetryEnv("Mixer", session).getLogger();
 };
 
-/// What a matcher says against an event; "" if it matches.
+/// A matcher's explanation why an event does not match; "" if it matches.
 template <typename Matcher>
-std::string objection(const TelemetryEvent& event, const Matcher& matcher) {
+std::string mismatch(const TelemetryEvent& event, const Matcher& matcher) {
   testing::StringMatchResultListener listener;
   const bool matches = testing::ExplainMatchResult(matcher, event, &listener);
   EXPECT_EQ(matches, listener.str().empty());
   return listener.str();
 }
 
-/// What a test that fails says.
+/// The message of a failing assertion.
 template <typename Matcher>
 std::string failureOf(const Events& reported, const Matcher& matcher) {
   testing::TestPartResultArray failures;
@@ -67,29 +67,29 @@ std::string failureOf(const Events& reported, const Matcher& matcher) {
   return failures.size() == 0 ? "" : failures.GetTestPartResult(0).message();
 }
 
-TEST_F(EventMatchersTest, AnErrorCodeIsLookedAtInEveryField) {
+TEST_F(EventMatchersTest, AnErrorCodeIsComparedInEveryField) {
   reportErrors(3);
   const TelemetryEvent event = onlyEvent();
   const ErrorCode error(KivError::MMAP_FAILED);
-  EXPECT_EQ(objection(event, error), "");
-  EXPECT_EQ(objection(event, error.fromApi("render").ofClass("Mixer").counted(3)), "");
-  EXPECT_EQ(objection(event, error.ofSeverity(KivErrorSeverity::ERROR).inChildOf(session)), "");
+  EXPECT_EQ(mismatch(event, error), "");
+  EXPECT_EQ(mismatch(event, error.fromApi("render").ofClass("Mixer").counted(3)), "");
+  EXPECT_EQ(mismatch(event, error.ofSeverity(KivErrorSeverity::ERROR).inChildOf(session)), "");
 
-  EXPECT_EQ(objection(event, ErrorCode(KivError::MUNMAP_FAILED)),
-            "but for error code: expected \"kiv.MUNMAP_FAILED\", was \"kiv.MMAP_FAILED\"");
-  EXPECT_EQ(objection(event, error.fromApi("open")),
-            "but for API: expected \"open\", was \"render\"");
-  EXPECT_EQ(objection(event, error.ofClass("Sink")),
-            "but for class: expected \"Sink\", was \"Mixer\"");
-  EXPECT_EQ(objection(event, error.ofSeverity(KivErrorSeverity::FATAL)),
-            "but for severity: expected FATAL, was ERROR");
-  EXPECT_EQ(objection(event, error.once()), "but for count: expected 1, was 3");
-  EXPECT_EQ(objection(event, error.fromApi("open").once()),
-            "but for API: expected \"open\", was \"render\"; count: expected 1, was 3");
-  EXPECT_EQ(objection(event, StreamEvent("open")), "which is not a stream event");
+  EXPECT_EQ(mismatch(event, ErrorCode(KivError::MUNMAP_FAILED)),
+            "which differs in error code: expected \"kiv.MUNMAP_FAILED\", was \"kiv.MMAP_FAILED\"");
+  EXPECT_EQ(mismatch(event, error.fromApi("open")),
+            "which differs in API: expected \"open\", was \"render\"");
+  EXPECT_EQ(mismatch(event, error.ofClass("Sink")),
+            "which differs in class: expected \"Sink\", was \"Mixer\"");
+  EXPECT_EQ(mismatch(event, error.ofSeverity(KivErrorSeverity::FATAL)),
+            "which differs in severity: expected FATAL, was ERROR");
+  EXPECT_EQ(mismatch(event, error.once()), "which differs in count: expected 1, was 3");
+  EXPECT_EQ(mismatch(event, error.fromApi("open").once()),
+            "which differs in API: expected \"open\", was \"render\"; count: expected 1, was 3");
+  EXPECT_EQ(mismatch(event, StreamEvent("open")), "which is not a stream event");
 }
 
-TEST_F(EventMatchersTest, AnErrorCodeMayHaveANumberOrBeAStatusOrAText) {
+TEST_F(EventMatchersTest, AnErrorCodeCanHaveANumberOrBeAStatusOrAText) {
   logger->logKivErrorCode(KivError::MMAP_FAILED, -12, "render", KivErrorSeverity::INFO, "");
   logger->logAndroidStatusErrorCode(-2, "render", KivErrorSeverity::INFO);
   logger->logErrorCode("out of \"luck\"", "render", KivErrorSeverity::INFO, "");
@@ -101,38 +101,42 @@ TEST_F(EventMatchersTest, AnErrorCodeMayHaveANumberOrBeAStatusOrAText) {
   EXPECT_THAT(reported, Not(Contains(AndroidStatus(-3))));
 }
 
-TEST_F(EventMatchersTest, AStreamEventIsLookedAtInEveryField) {
+TEST_F(EventMatchersTest, AStreamEventIsComparedInEveryField) {
   logger->logStreamEvent(kStereo, KivStreamType::KIV_STREAM_TYPE_OBJECT, "open");
   const TelemetryEvent event = onlyEvent();
   const StreamEvent open("open");
-  EXPECT_EQ(objection(event, open.ofType(KivStreamType::KIV_STREAM_TYPE_OBJECT)
-                                 .inFormat(AUDIO_FORMAT_PCM_FLOAT)
-                                 .atRate(48000)
-                                 .withSamples(960)
-                                 .onChannels(2)
-                                 .interleaved()
-                                 .once()
-                                 .inChildOf(session)),
+  EXPECT_EQ(mismatch(event, open.ofType(KivStreamType::KIV_STREAM_TYPE_OBJECT)
+                                .inFormat(AUDIO_FORMAT_PCM_FLOAT)
+                                .atRate(48000)
+                                .withSamples(960)
+                                .onChannels(2)
+                                .interleaved()
+                                .once()
+                                .inChildOf(session)),
             "");
 
-  EXPECT_EQ(objection(event, StreamEvent("close")),
-            "but for stream event: expected \"close\", was \"open\"");
-  EXPECT_EQ(objection(event, open.ofType(KivStreamType::KIV_STREAM_TYPE_BUNDLE)),
-            "but for type: expected \"KIV_STREAM_TYPE_BUNDLE\", was \"KIV_STREAM_TYPE_OBJECT\"");
-  EXPECT_EQ(objection(event, open.inFormat(AUDIO_FORMAT_PCM_16_BIT)),
-            "but for format: expected \"AUDIO_FORMAT_PCM_16_BIT\", was "
+  EXPECT_EQ(mismatch(event, StreamEvent("close")),
+            "which differs in stream event: expected \"close\", was \"open\"");
+  EXPECT_EQ(
+      mismatch(event, open.ofType(KivStreamType::KIV_STREAM_TYPE_BUNDLE)),
+      "which differs in type: expected \"KIV_STREAM_TYPE_BUNDLE\", was \"KIV_STREAM_TYPE_OBJECT\"");
+  EXPECT_EQ(mismatch(event, open.inFormat(AUDIO_FORMAT_PCM_16_BIT)),
+            "which differs in format: expected \"AUDIO_FORMAT_PCM_16_BIT\", was "
             "\"AUDIO_FORMAT_PCM_FLOAT\"");
-  EXPECT_EQ(objection(event, open.atRate(44100)), "but for sample rate: expected 44100, was 48000");
-  EXPECT_EQ(objection(event, open.withSamples(2)), "but for samples: expected 2, was 960");
-  EXPECT_EQ(objection(event, open.onChannels(960)), "but for channels: expected 960, was 2");
-  EXPECT_EQ(objection(event, open.interleaved(false)), "but for interleaved: expected 0, was 1");
+  EXPECT_EQ(mismatch(event, open.atRate(44100)),
+            "which differs in sample rate: expected 44100, was 48000");
+  EXPECT_EQ(mismatch(event, open.withSamples(2)), "which differs in samples: expected 2, was 960");
+  EXPECT_EQ(mismatch(event, open.onChannels(960)),
+            "which differs in channels: expected 960, was 2");
+  EXPECT_EQ(mismatch(event, open.interleaved(false)),
+            "which differs in interleaved: expected 0, was 1");
 }
 
-TEST_F(EventMatchersTest, EveryTypeOfStreamHasTheNameThatIsReported) {
+TEST_F(EventMatchersTest, EveryStreamTypeHasTheReportedName) {
   for (int type = 0; type <= 6; ++type) {
     const auto stream_type = static_cast<KivStreamType>(type);
     logger->logStreamEvent(kStereo, stream_type, "open");
-    EXPECT_EQ(objection(onlyEvent(), StreamEvent("open").ofType(stream_type)), "");
+    EXPECT_EQ(mismatch(onlyEvent(), StreamEvent("open").ofType(stream_type)), "");
     clearEvents();
   }
 }
@@ -143,12 +147,12 @@ TEST_F(EventMatchersTest, AnAudioLatencyIsCounted) {
                             std::chrono::milliseconds(i));
   }
   const TelemetryEvent event = onlyEvent();
-  EXPECT_EQ(objection(event, AudioLatency().counted(3).inChildOf(session)), "");
-  EXPECT_EQ(objection(event, AudioLatency().once()), "but for count: expected 1, was 3");
-  EXPECT_EQ(objection(event, TraceLatency("open")), "which is not a trace's latency");
+  EXPECT_EQ(mismatch(event, AudioLatency().counted(3).inChildOf(session)), "");
+  EXPECT_EQ(mismatch(event, AudioLatency().once()), "which differs in count: expected 1, was 3");
+  EXPECT_EQ(mismatch(event, TraceLatency("open")), "which is not a trace's latency");
 }
 
-TEST_F(EventMatchersTest, AGenericValueIsLookedAtInTheFieldOfItsType) {
+TEST_F(EventMatchersTest, AGenericValueIsComparedInTheFieldOfItsType) {
   logger->logKivEvent("blocks", 40, Type::SUM);
   logger->logKivEvent("blocks", 2, Type::SUM);
   const TelemetryEvent integer = onlyEvent();
@@ -160,44 +164,44 @@ TEST_F(EventMatchersTest, AGenericValueIsLookedAtInTheFieldOfItsType) {
   const TelemetryEvent text = onlyEvent();
 
   const GenericValue blocks("blocks");
-  EXPECT_EQ(objection(integer, blocks.withInt(42).combinedBy(Type::SUM).counted(2)), "");
-  EXPECT_EQ(objection(integer, blocks.withInt(2)), "but for integer: expected 2, was 42");
-  EXPECT_EQ(objection(integer, blocks.combinedBy(Type::AVG)),
-            "but for method: expected \"AVG\", was \"SUM\"");
-  EXPECT_EQ(objection(integer, GenericValue("gain")),
-            "but for name: expected \"gain\", was \"blocks\"");
-  EXPECT_EQ(objection(decimal, GenericValue("gain").withFloat(0.25).combinedBy(Type::MAX)), "");
-  EXPECT_EQ(objection(decimal, GenericValue("gain").withFloat(0.1F)),
-            "but for float: expected 0.1, was 0.25");
-  EXPECT_EQ(objection(text, GenericValue("device").withText("phones").combinedBy(Type::COUNT)), "");
-  EXPECT_EQ(objection(text, GenericValue("device").withText("speaker")),
-            "but for text: expected \"speaker\", was \"phones\"");
-  EXPECT_EQ(objection(text, AudioLatency()), "which is not an audio latency");
+  EXPECT_EQ(mismatch(integer, blocks.withInt(42).combinedBy(Type::SUM).counted(2)), "");
+  EXPECT_EQ(mismatch(integer, blocks.withInt(2)), "which differs in integer: expected 2, was 42");
+  EXPECT_EQ(mismatch(integer, blocks.combinedBy(Type::AVG)),
+            "which differs in method: expected \"AVG\", was \"SUM\"");
+  EXPECT_EQ(mismatch(integer, GenericValue("gain")),
+            "which differs in name: expected \"gain\", was \"blocks\"");
+  EXPECT_EQ(mismatch(decimal, GenericValue("gain").withFloat(0.25).combinedBy(Type::MAX)), "");
+  EXPECT_EQ(mismatch(decimal, GenericValue("gain").withFloat(0.1F)),
+            "which differs in float: expected 0.1, was 0.25");
+  EXPECT_EQ(mismatch(text, GenericValue("device").withText("phones").combinedBy(Type::COUNT)), "");
+  EXPECT_EQ(mismatch(text, GenericValue("device").withText("speaker")),
+            "which differs in text: expected \"speaker\", was \"phones\"");
+  EXPECT_EQ(mismatch(text, AudioLatency()), "which is not an audio latency");
 }
 
-TEST_F(EventMatchersTest, EveryMethodHasTheNameThatIsReported) {
-  for (const Type method : {Type::AVG, Type::SUM, Type::MAX, Type::MIN, Type::COUNT}) {
+TEST_F(EventMatchersTest, EveryMethodHasTheReportedName) {
+  for (const Type method : {Type::AVG, Type::SUM, Type::MAX, Type::MIN, Type::COUNT, Type(5)}) {
     logger->logKivEvent("blocks", 1, method);
-    EXPECT_EQ(objection(onlyEvent(), GenericValue("blocks").combinedBy(method)), "");
+    EXPECT_EQ(mismatch(onlyEvent(), GenericValue("blocks").combinedBy(method)), "");
     clearEvents();
   }
 }
 
-TEST_F(EventMatchersTest, ATraceIsKnownByItsNameAndItsAverage) {
+TEST_F(EventMatchersTest, ATraceIsComparedInItsNameAndItsAverage) {
   const KivTraceInfo an_hour_ago{"render", std::chrono::steady_clock::now() - std::chrono::hours(1),
                                  ""};
   logger->kiv_endTraceSection(an_hour_ago);
   const TelemetryEvent event = onlyEvent();
-  EXPECT_EQ(objection(event, TraceLatency("render").averaging(Ge(3'600'000'000 - 256)).once()), "");
-  EXPECT_EQ(objection(event, GenericValue("api_latency_us.render").combinedBy(Type::AVG)), "");
-  EXPECT_EQ(objection(event, TraceLatency("rend")),
-            "but for trace: expected \"rend\", was \"render\"");
-  EXPECT_THAT(objection(event, TraceLatency("render").averaging(0)),
-              StartsWith("but for average: expected 0, was 36"));
-  EXPECT_EQ(objection(event, ClientCall("render")), "which is not a client call");
+  EXPECT_EQ(mismatch(event, TraceLatency("render").averaging(Ge(3'600'000'000 - 256)).once()), "");
+  EXPECT_EQ(mismatch(event, GenericValue("api_latency_us.render").combinedBy(Type::AVG)), "");
+  EXPECT_EQ(mismatch(event, TraceLatency("rend")),
+            "which differs in trace: expected \"rend\", was \"render\"");
+  EXPECT_THAT(mismatch(event, TraceLatency("render").averaging(0)),
+              StartsWith("which differs in average: expected 0, was 36"));
+  EXPECT_EQ(mismatch(event, ClientCall("render")), "which is not a client call");
 }
 
-TEST_F(EventMatchersTest, AnyValueIsNoTraceAndNoClientCall) {
+TEST_F(EventMatchersTest, AValueWithASimilarNameIsNeitherATraceNorAClientCall) {
   logger->logKivEvent("api_latency_ms.render", 1, Type::AVG);
   logger->logKivEvent("client_api_load.open", std::string("ok"), Type::COUNT);
   EXPECT_THAT(events(), Not(Contains(TraceLatency("render"))));
@@ -205,67 +209,71 @@ TEST_F(EventMatchersTest, AnyValueIsNoTraceAndNoClientCall) {
   EXPECT_THAT(events(), Contains(GenericValue("api_latency_ms.render")));
 }
 
-TEST_F(EventMatchersTest, AClientCallIsKnownByItsApiAndItsText) {
+TEST_F(EventMatchersTest, AClientCallIsComparedInItsApiAndItsText) {
   logger->logKivClientCall("open", "ok");
   const TelemetryEvent event = onlyEvent();
-  EXPECT_EQ(objection(event, ClientCall("open").withText("ok").once()), "");
-  EXPECT_EQ(objection(event, ClientCall("close")), "but for API: expected \"close\", was \"open\"");
-  EXPECT_EQ(objection(event, ClientCall("open").withText("refused")),
-            "but for text: expected \"refused\", was \"ok\"");
-  EXPECT_EQ(objection(event, ErrorCode("ok")), "which is not an error code");
+  EXPECT_EQ(mismatch(event, ClientCall("open").withText("ok").once()), "");
+  EXPECT_EQ(mismatch(event, ClientCall("close")),
+            "which differs in API: expected \"close\", was \"open\"");
+  EXPECT_EQ(mismatch(event, ClientCall("open").withText("refused")),
+            "which differs in text: expected \"refused\", was \"ok\"");
+  EXPECT_EQ(mismatch(event, ErrorCode("ok")), "which is not an error code");
 }
 
-TEST(EventNamed, IsLookedAtByTheFieldsThatAreNamed) {
+TEST(EventNamed, IsComparedInTheNamedFields) {
   const TelemetryEvent event{"own_event", {{"depth", 3}}, {{"level", 0.5F}}, {{"unit", "dB"}}};
   const EventNamed own("own_event");
-  EXPECT_EQ(
-      objection(event, own.withInt("depth", 3).withFloat("level", 0.5).withText("unit", "dB")), "");
-  EXPECT_EQ(objection(event, EventNamed("other")),
-            "but for event: expected \"other\", was "
+  EXPECT_EQ(mismatch(event, own.withInt("depth", 3).withFloat("level", 0.5).withText("unit", "dB")),
+            "");
+  EXPECT_EQ(mismatch(event, EventNamed("other")),
+            "which differs in event: expected \"other\", was "
             "\"own_event\"");
-  EXPECT_EQ(objection(event, own.withInt("depth", 4)), "but for depth: expected 4, was 3");
-  EXPECT_EQ(objection(event, own.withFloat("level", 1)), "but for level: expected 1, was 0.5");
-  EXPECT_EQ(objection(event, own.withText("unit", "V")),
-            "but for unit: expected \"V\", was \"dB\"");
-  EXPECT_EQ(objection(event, own.withInt("width", 3)), "but for width: expected 3, was missing");
+  EXPECT_EQ(mismatch(event, own.withInt("depth", 4)), "which differs in depth: expected 4, was 3");
+  EXPECT_EQ(mismatch(event, own.withFloat("level", 1)),
+            "which differs in level: expected 1, was 0.5");
+  EXPECT_EQ(mismatch(event, own.withText("unit", "V")),
+            "which differs in unit: expected \"V\", was \"dB\"");
+  EXPECT_EQ(mismatch(event, own.withInt("width", 3)),
+            "which differs in width: expected 3, was missing");
   EXPECT_EQ(testing::PrintToString(event), "event \"own_event\", depth 3, level 0.5, unit \"dB\"");
 }
 
-TEST_F(EventMatchersTest, AMatcherMayStandForAValue) {
+TEST_F(EventMatchersTest, AMatcherCanReplaceAValue) {
   reportErrors(2);
   const TelemetryEvent event = onlyEvent();
-  EXPECT_EQ(objection(event, ErrorCode(StartsWith("kiv.")).fromApi(HasSubstr("end")).atLeast(2)),
+  EXPECT_EQ(mismatch(event, ErrorCode(StartsWith("kiv.")).fromApi(HasSubstr("end")).atLeast(2)),
             "");
-  EXPECT_EQ(objection(event, ErrorCode(StartsWith("android."))),
-            "but for error code: expected one that starts with \"android.\", was "
+  EXPECT_EQ(mismatch(event, ErrorCode(StartsWith("android."))),
+            "which differs in error code: expected one that starts with \"android.\", was "
             "\"kiv.MMAP_FAILED\"");
-  EXPECT_EQ(objection(event, ErrorCode(StartsWith("kiv")).counted(AllOf(Ge(3), Le(5)))),
-            "but for count: expected one that (is >= 3) and (is <= 5), was 2");
+  EXPECT_EQ(mismatch(event, ErrorCode(StartsWith("kiv")).counted(AllOf(Ge(3), Le(5)))),
+            "which differs in count: expected one that (is >= 3) and (is <= 5), was 2");
   const TelemetryEvent decimal{"own_event", {}, {{"level", 0.5F}}, {}};
-  EXPECT_EQ(objection(decimal, EventNamed("own_event").withFloat("level", FloatNear(0.6F, 0.2F))),
+  EXPECT_EQ(mismatch(decimal, EventNamed("own_event").withFloat("level", FloatNear(0.6F, 0.2F))),
             "");
 }
 
-TEST_F(EventMatchersTest, ASessionIsTheLoggersOrOneThatItIsBelow) {
+TEST_F(EventMatchersTest, ASessionIsComparedWithTheLoggersOrItsParent) {
   logger->logKivClientCall("open", "ok");
   const TelemetryEvent event = onlyEvent();
   const std::string text = event.strings.at("kiv_session_id");
   const ClientCall open("open");
-  EXPECT_EQ(objection(event, open.inSession(text)), "");
-  EXPECT_EQ(objection(event, open.inSession(session)),
-            "but for session: expected \"" + session.toString() + "\", was \"" + text + "\"");
-  EXPECT_THAT(objection(event, open.inChildOf(KivSessionId(nullptr))),
-              StartsWith("but for session: expected one that starts with "));
+  EXPECT_EQ(mismatch(event, open.inSession(text)), "");
+  EXPECT_EQ(
+      mismatch(event, open.inSession(session)),
+      "which differs in session: expected \"" + session.toString() + "\", was \"" + text + "\"");
+  EXPECT_THAT(mismatch(event, open.inChildOf(KivSessionId(nullptr))),
+              StartsWith("which differs in session: expected one that starts with "));
 }
 
-TEST_F(EventMatchersTest, ASessionIsNotBelowItself) {
+TEST_F(EventMatchersTest, ASessionIsNotAChildOfItself) {
   TelemetryLogger(session, "", TelemetrySubmissionModel::LOCKING_IMMEDIATE)
       .logKivClientCall("open", "ok");
   EXPECT_THAT(events(), Contains(ClientCall("open").inSession(session)));
   EXPECT_THAT(events(), Not(Contains(ClientCall("open").inChildOf(session))));
 }
 
-TEST_F(EventMatchersTest, MatchersAlsoServeGoogleMocksContainers) {
+TEST_F(EventMatchersTest, MatchersWorkWithGoogleMocksContainerMatchers) {
   reportErrors(1, "open");
   reportErrors(1, "render");
   EXPECT_THAT(events(), ElementsAre(ErrorCode(KivError::MMAP_FAILED).fromApi("open"),
@@ -274,7 +282,26 @@ TEST_F(EventMatchersTest, MatchersAlsoServeGoogleMocksContainers) {
   EXPECT_THAT(events(), testing::Each(ErrorCode(KivError::MMAP_FAILED)));
 }
 
-TEST_F(EventMatchersTest, ContainsOnlyLeavesNeitherAnEventNorAnExpectation) {
+TEST_F(EventMatchersTest, ContainsCanDemandANumberOfEvents) {
+  reportErrors(1, "open");
+  reportErrors(1, "render");
+  const Events reported = events();
+  const ErrorCode error(KivError::MMAP_FAILED);
+  EXPECT_THAT(reported, Contains(error).Times(2));
+  EXPECT_THAT(reported, Contains(error).Times(Ge(1)));
+  EXPECT_THAT(reported, Contains(error.fromApi("close")).Times(0));
+  EXPECT_THAT(reported, Not(Contains(error).Times(1)));
+  EXPECT_THAT(reported, Not(Contains(error).Times(3)));
+}
+
+TEST_F(EventMatchersTest, AFloatOf0IsComparedAsAFloat) {
+  logger->logKivEvent("gain", 0.0F, Type::SUM);
+  const TelemetryEvent event = onlyEvent();
+  EXPECT_EQ(mismatch(event, GenericValue("gain").withFloat(0.0F)), "");
+  EXPECT_THAT(toString(event), HasSubstr("float 0"));
+}
+
+TEST_F(EventMatchersTest, ContainsOnlyPairsEveryEventWithOneExpectation) {
   reportErrors(1, "open");
   reportErrors(2, "render");
   const Events reported = events();
@@ -288,7 +315,7 @@ TEST_F(EventMatchersTest, ContainsOnlyLeavesNeitherAnEventNorAnExpectation) {
   EXPECT_THAT(Events(), ContainsOnly());
 }
 
-TEST_F(EventMatchersTest, TheTotalCountIsThatOfAllWindows) {
+TEST_F(EventMatchersTest, TheTotalCountIsTheSumOverAllWindows) {
   reportErrors(1);
   flush();
   reportErrors(2);
@@ -301,7 +328,7 @@ TEST_F(EventMatchersTest, TheTotalCountIsThatOfAllWindows) {
   EXPECT_THAT(reported, Not(TotalCount(error.fromApi("open"), 1)));
 }
 
-TEST_F(EventMatchersTest, OneSessionIsThatOfOneLogger) {
+TEST_F(EventMatchersTest, TheEventsOfOneLoggerAreInOneSession) {
   EXPECT_THAT(events(), Not(InOneSession()));
   reportErrors(1);
   logger->logKivClientCall("open", "ok");
@@ -310,12 +337,12 @@ TEST_F(EventMatchersTest, OneSessionIsThatOfOneLogger) {
   EXPECT_THAT(events(), Not(InOneSession()));
 }
 
-TEST(Words, OfAFloatAreAsShortAsTheyCanBeTrue) {
-  EXPECT_EQ(internal::inWords(0.1F), "0.1");
-  EXPECT_EQ(internal::inWords(16'777'215.0F), "16777215");
+TEST(FormatValue, WritesAFloatWithAsFewDigitsAsAreExact) {
+  EXPECT_EQ(internal::formatValue(0.1F), "0.1");
+  EXPECT_EQ(internal::formatValue(16'777'215.0F), "16777215");
 }
 
-// What is said.
+// Failure messages.
 
 const TelemetryEvent kRender{"wexo_kiv_error_code",
                              {{"aggregated_count", 2}, {"severity", 2}},
@@ -349,31 +376,31 @@ Expected: contains error code "kiv.MMAP_FAILED", from API "render", of class "Mi
   Actual: no events)");
 }
 
-constexpr char kNearestMessage[] = R"(Value of: reported
+constexpr char kClosestMessage[] = R"(Value of: reported
 Expected: contains error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", counted 3 times
   Actual: {
     #0 latency of trace "render", averaging 412 us, counted 3 times
     #1 error code "kiv.MMAP_FAILED=-12", from API "render", of class "Mixer", of severity ERROR, counted 2 times
-  }, of which this one comes nearest:
-    #1, but for
+  }, closest event:
+    #1 differs in
       error code: expected "kiv.MMAP_FAILED", was "kiv.MMAP_FAILED=-12"
       count: expected 3, was 2)";
 
-TEST(FailureMessage, ShowsInWhatTheNearestEventDiffers) {
+TEST(FailureMessage, ShowsHowTheClosestEventDiffers) {
   EXPECT_EQ(
       failureOf({kTrace, errorWith("kiv_error_code", "kiv.MMAP_FAILED=-12")}, Contains(kThrice)),
-      kNearestMessage);
+      kClosestMessage);
 }
 
-TEST(FailureMessage, IsTheSameBesideGoogleMocksOwnMatcher) {
+TEST(FailureMessage, IsTheSameWhereGoogleMocksContainsIsUsedToo) {
   using testing::Contains;
   EXPECT_EQ(
       failureOf({kTrace, errorWith("kiv_error_code", "kiv.MMAP_FAILED=-12")}, Contains(kThrice)),
-      kNearestMessage);
+      kClosestMessage);
   EXPECT_THAT(failureOf({kTrace}, Contains(ErrorCode("a"))), HasSubstr("none of which is"));
 }
 
-TEST(FailureMessage, ShowsSeveralEventsThatAreAsNear) {
+TEST(FailureMessage, ShowsSeveralEventsThatAreEquallyClose) {
   EXPECT_EQ(
       failureOf({errorWith("kiv_api", "open"), kTrace, errorWith("kiv_class", "Sink")},
                 Contains(ErrorCode(KivError::MMAP_FAILED).fromApi("render").ofClass("Mixer"))),
@@ -383,128 +410,143 @@ Expected: contains error code "kiv.MMAP_FAILED", from API "render", of class "Mi
     #0 error code "kiv.MMAP_FAILED", from API "open", of class "Mixer", of severity ERROR, counted 2 times
     #1 latency of trace "render", averaging 412 us, counted 3 times
     #2 error code "kiv.MMAP_FAILED", from API "render", of class "Sink", of severity ERROR, counted 2 times
-  }, of which these come nearest:
-    #0, but for
+  }, closest events:
+    #0 differs in
       API: expected "render", was "open"
-    #2, but for
+    #2 differs in
       class: expected "Mixer", was "Sink")");
 }
 
-TEST(FailureMessage, LeavesOutWhatIsMuchFurtherThanTheNearest) {
+TEST(FailureMessage, OmitsEventsWithManyMoreDifferencesThanTheClosest) {
   TelemetryEvent far = errorWith("kiv_api", "open");
   far.strings["kiv_class"] = "Sink";
   far.strings["kiv_error_code"] = "kiv.MUNMAP_FAILED";
-  EXPECT_THAT(failureOf({far, kRender}, Contains(kThrice)),
-              testing::EndsWith(R"(, of which this one comes nearest:
-    #1, but for
+  EXPECT_THAT(failureOf({far, kRender}, Contains(kThrice)), testing::EndsWith(R"(, closest event:
+    #1 differs in
       count: expected 3, was 2)"));
 }
 
-TEST(FailureMessage, TakesAnotherErrorForFurtherThanAnotherCount) {
+TEST(FailureMessage, CountsADifferentErrorCodeAsTwoDifferences) {
   TelemetryEvent other = errorWith("kiv_error_code", "kiv.MUNMAP_FAILED");
   other.ints["aggregated_count"] = 3;
-  EXPECT_THAT(failureOf({other, kRender}, Contains(kThrice)),
-              testing::EndsWith(R"(, of which these come nearest:
-    #1, but for
+  EXPECT_THAT(failureOf({other, kRender}, Contains(kThrice)), testing::EndsWith(R"(, closest events:
+    #1 differs in
       count: expected 3, was 2
-    #0, but for
+    #0 differs in
       error code: expected "kiv.MMAP_FAILED", was "kiv.MUNMAP_FAILED")"));
 }
 
-TEST(FailureMessage, ShowsThreeNearEventsAtMost) {
+TEST(FailureMessage, ShowsThreeClosestEventsAtMost) {
   const std::string message =
       failureOf(Events(4, errorWith("kiv_api", "open")), Contains(kThrice.fromApi("render")));
-  EXPECT_THAT(message, HasSubstr("#2, but for"));
-  EXPECT_THAT(message, Not(HasSubstr("#3, but for")));
+  EXPECT_THAT(message, HasSubstr("#2 differs in"));
+  EXPECT_THAT(message, Not(HasSubstr("#3 differs in")));
 }
 
-TEST(FailureMessage, SaysThatNoneIsOfTheKind) {
+TEST(FailureMessage, SaysThatNoEventIsOfTheKind) {
   EXPECT_THAT(failureOf({kTrace}, Contains(kThrice)),
               testing::EndsWith("\n  }, none of which is an error code"));
 }
 
-TEST(FailureMessage, AddsUpWhatWasExpectedInOneWindow) {
+TEST(FailureMessage, AddsUpTheCountsOfSeveralWindows) {
   TelemetryEvent once = kRender;
   once.ints["aggregated_count"] = 1;
   EXPECT_THAT(failureOf({kRender, kTrace, once}, Contains(kThrice)), testing::EndsWith(R"(
-  #0 and #2 are as expected but for their counts, 3 in all: they are of different windows, or differ in what was not asked for)"));
+  #0 and #2 match except for their counts, which add up to 3: they are from different windows, or differ in a field that is not checked)"));
 }
 
-TEST(FailureMessage, ShowsWhatShouldNotBe) {
+TEST(FailureMessage, NamesTheEventThatShouldNotExist) {
   EXPECT_EQ(failureOf({kTrace, kRender}, Not(Contains(ErrorCode("kiv.MMAP_FAILED")))),
             R"(Value of: reported
 Expected: contains no error code "kiv.MMAP_FAILED"
   Actual: {
     #0 latency of trace "render", averaging 412 us, counted 3 times
     #1 error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", of severity ERROR, counted 2 times
-  }, of which #1 is one)");
+  }, matching event: #1)");
 }
 
-TEST(FailureMessage, ShowsWhatNobodyExpected) {
+TEST(FailureMessage, NamesTheEventsThatAreTooFewOrTooMany) {
+  const ErrorCode error = ErrorCode(KivError::MMAP_FAILED).fromApi("render");
+  const Events reported{kRender, errorWith("kiv_api", "open"), kTrace};
+  const std::string message = failureOf(reported, Contains(error).Times(2));
+  EXPECT_THAT(message, HasSubstr("Expected: contains 2 times error code \"kiv.MMAP_FAILED\", from "
+                                 "API \"render\"\n"));
+  EXPECT_THAT(message, testing::EndsWith(R"(
+  }, matching event: #0; of the others, closest event:
+    #1 differs in
+      API: expected "render", was "open")"));
+  EXPECT_THAT(failureOf({kRender, kTrace, kRender}, Contains(error).Times(1)),
+              testing::EndsWith("\n  }, matching events: #0 and #2"));
+  EXPECT_THAT(failureOf({kTrace}, Contains(error).Times(Ge(2))),
+              AllOf(HasSubstr("Expected: contains a number of times that is >= 2: error code"),
+                    testing::EndsWith("}, none of which is an error code")));
+}
+
+TEST(FailureMessage, NamesUnexpectedEvents) {
   EXPECT_EQ(failureOf({kTrace, kRender}, ContainsOnly(TraceLatency("render").counted(3))),
             R"(Value of: reported
-Expected: contains these and no other:
+Expected: contains exactly these events:
     latency of trace "render", counted 3 times
   Actual: {
     #0 latency of trace "render", averaging 412 us, counted 3 times
     #1 error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", of severity ERROR, counted 2 times
-  }, of which nothing was said about #1)");
+  }, unexpected: #1)");
 }
 
-TEST(FailureMessage, ComparesWhatIsMissingWithWhatIsLeftOver) {
+TEST(FailureMessage, ComparesMissingEventsWithUnexpectedOnes) {
   EXPECT_EQ(failureOf({kTrace, kRender}, ContainsOnly(TraceLatency("render"), kThrice)),
             R"(Value of: reported
-Expected: contains these and no other:
+Expected: contains exactly these events:
     latency of trace "render"
     error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", counted 3 times
   Actual: {
     #0 latency of trace "render", averaging 412 us, counted 3 times
     #1 error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", of severity ERROR, counted 2 times
-  }, without error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", counted 3 times;
-  left over is #1, of which this one comes nearest:
-    #1, but for
+  }, missing: error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", counted 3 times;
+  unexpected: #1, closest event:
+    #1 differs in
       count: expected 3, was 2)");
 }
 
-TEST(FailureMessage, NamesEverythingThatIsMissing) {
+TEST(FailureMessage, NamesEveryMissingEvent) {
   EXPECT_THAT(failureOf({kTrace}, ContainsOnly(TraceLatency("render"), ErrorCode("a"),
                                                ClientCall("open").withText("ok").once())),
               testing::EndsWith(R"(
-  }, without error code "a"
-  and without client call of "open", with "ok", counted once)"));
+  }, missing: error code "a"
+  missing: client call of "open", with "ok", counted once)"));
 }
 
-TEST(FailureMessage, SaysOfWhichEventsATotalIs) {
+TEST(FailureMessage, NamesTheEventsOfATotalCount) {
   const ErrorCode error("kiv.MMAP_FAILED");
   const std::string message = failureOf({kRender, kTrace, kRender}, TotalCount(error, 3));
   EXPECT_THAT(message, HasSubstr("Expected: contains error code \"kiv.MMAP_FAILED\", with a total "
                                  "count of 3\n"));
-  EXPECT_THAT(message, testing::EndsWith("}, of which #0 and #2 together count 4"));
+  EXPECT_THAT(message, testing::EndsWith("}, where the total count of #0 and #2 is 4"));
   EXPECT_THAT(failureOf({kRender}, TotalCount(error, Ge(3))),
               AllOf(HasSubstr("with a total count that is >= 3\n"),
-                    testing::EndsWith("}, of which #0 counts 2")));
+                    testing::EndsWith("}, where the total count of #0 is 2")));
 }
 
-TEST(FailureMessage, SaysWhichEventsAreOfWhichSession) {
+TEST(FailureMessage, ListsTheEventsOfEachSession) {
   EXPECT_THAT(
       failureOf({kTrace, errorWith("kiv_session_id", "root.other"), kRender}, InOneSession()),
       testing::EndsWith(R"(
-  }, with
-    #0 and #2 of session root.child
-    #1 of session root.other)"));
+  }, with sessions
+    root.child: #0 and #2
+    root.other: #1)"));
 }
 
-TEST(FailureMessage, ListsAFewDozenEvents) {
+TEST(FailureMessage, ListsFortyEventsAtMost) {
   const std::string message = failureOf(Events(43, kTrace), IsEmpty());
   EXPECT_THAT(message, HasSubstr("\n    #39 latency"));
   EXPECT_THAT(message, HasSubstr("\n    and 3 more\n  }"));
 }
 
-TEST(FailureMessage, IsTheOneThatTheGuideShows) {
+TEST(FailureMessage, IsShownInTheGuide) {
   std::ifstream file(GUIDE);
   const std::string guide{std::istreambuf_iterator<char>(file), {}};
   std::string indented = "    ";
-  for (const char character : std::string(kNearestMessage)) {
+  for (const char character : std::string(kClosestMessage)) {
     indented += character;
     if (character == '\n') indented += "    ";
   }
@@ -512,7 +554,7 @@ TEST(FailureMessage, IsTheOneThatTheGuideShows) {
   EXPECT_THAT(guide, HasSubstr(indented + "\n"));
 }
 
-TEST_F(EventMatchersTest, EventsOfAllKindsArePrintedInWords) {
+TEST_F(EventMatchersTest, EventsOfAllKindsArePrintedAsText) {
   reportErrors(1);
   logger->logErrorCode("a\nb", "", static_cast<KivErrorSeverity>(9), "");
   logger->logStreamEvent(kStereo, KivStreamType::KIV_STREAM_TYPE_OBJECT, "open");
@@ -527,7 +569,7 @@ TEST_F(EventMatchersTest, EventsOfAllKindsArePrintedInWords) {
     #1 error code "kiv.MMAP_FAILED", from API "render", of class "Mixer", of severity ERROR, counted once
     #2 stream event "open", of type KIV_STREAM_TYPE_OBJECT, in format AUDIO_FORMAT_PCM_FLOAT, at 48000 Hz, with 960 samples, on 2 channels, interleaved, counted once
     #3 audio latency, counted once
-    #4 generic value "blocks", with integer 0, combined by SUM, counted once
+    #4 generic value "blocks", with integer or float 0, combined by SUM, counted once
     #5 generic value "gain", with float 0.1, combined by MAX, counted once
     #6 client call of "open", with "ok", counted once
     #7 generic value "device", with text "", combined by COUNT, counted once

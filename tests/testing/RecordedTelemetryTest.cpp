@@ -1,10 +1,11 @@
-// The fixture, and what it stands on.
+// The recording of events, and the fixture that uses it.
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <kiv/TelemetryLogger.h>
 #include <kiv/testing/TelemetryTest.h>
 
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -23,12 +24,12 @@ class RecordedTelemetryTest : public TelemetryTest {
   const std::shared_ptr<TelemetryLogger> logger = TelemetryEnv("Mixer").getLogger();
 };
 
-TEST_F(RecordedTelemetryTest, WhatWasPostedBeforeIsThere) {
+TEST_F(RecordedTelemetryTest, EventsIncludeWhatWasPostedBefore) {
   for (int i = 0; i < 10'000; ++i) logger->logKivClientCall("open", "ok");
   EXPECT_THAT(events(), ContainsOnly(ClientCall("open").counted(10'000)));
 }
 
-TEST_F(RecordedTelemetryTest, WhatOtherThreadsHaveReportedIsThere) {
+TEST_F(RecordedTelemetryTest, EventsIncludeReportsOfOtherThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([this] { logger->logKivClientCall("open", "ok"); });
@@ -45,13 +46,13 @@ TEST_F(RecordedTelemetryTest, EventsStayUntilTheyAreCleared) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(RecordedTelemetryTest, ClearingForgetsWhatWasNotYetAnEvent) {
+TEST_F(RecordedTelemetryTest, ClearDiscardsReportsOfTheOpenWindow) {
   logger->logKivClientCall("open", "ok");
   clearEvents();
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(RecordedTelemetryTest, AFlushSeparatesWhatComesBeforeFromWhatComesAfter) {
+TEST_F(RecordedTelemetryTest, ReportsAfterAFlushMakeSeparateEvents) {
   logger->logKivClientCall("open", "ok");
   flush();
   logger->logKivClientCall("open", "ok");
@@ -69,32 +70,68 @@ TEST_F(RecordedTelemetryTest, LoggersOfEveryModelAreRecorded) {
   }
 }
 
-TEST_F(RecordedTelemetryTest, AStoppedAggregationHasHandedOverItsEvents) {
+TEST_F(RecordedTelemetryTest, AStoppedAggregationHasSubmittedItsEvents) {
   logger->logKivClientCall("open", "ok");
   ASSERT_TRUE(logger->stop());
   EXPECT_THAT(events(), ContainsOnly(ClientCall("open").once()));
 }
 
-TEST(RecordedTelemetry, StartsWithoutWhatWasReportedBefore) {
+TEST(RecordedTelemetry, StartsWithoutEarlierReports) {
   const auto logger = TelemetryEnv("Mixer").getLogger();
   logger->logKivClientCall("submitted", "ok");
   ASSERT_TRUE(logger->flush());
   logger->logKivClientCall("aggregated", "ok");
   RecordedTelemetry telemetry;
-  ASSERT_TRUE(telemetry.flush());
   EXPECT_THAT(telemetry.events(), IsEmpty());
 }
 
-TEST(RecordedTelemetry, StartsAnAggregationThatWasStoppedBefore) {
+TEST(RecordedTelemetry, StartsAStoppedAggregation) {
   const auto logger = TelemetryEnv("Mixer").getLogger();
   ASSERT_TRUE(logger->stop());
   RecordedTelemetry telemetry;
   logger->logKivClientCall("open", "ok");
-  ASSERT_TRUE(telemetry.flush());
   EXPECT_THAT(telemetry.events(), ContainsOnly(ClientCall("open").once()));
 }
 
-TEST_F(RecordedTelemetryTest, AWorkerThatIsLongBusyIsWaitedFor) {
+TEST(RecordedTelemetry, FlushesWhenAskedForEvents) {
+  RecordedTelemetry telemetry;
+  TelemetryEnv("Mixer").getLogger()->logKivClientCall("open", "ok");
+  EXPECT_THAT(telemetry.submittedEvents(), IsEmpty());
+  EXPECT_THAT(telemetry.events(), ContainsOnly(ClientCall("open").once()));
+  EXPECT_THAT(telemetry.submittedEvents(), ContainsOnly(ClientCall("open").once()));
+}
+
+TEST(TelemetryEvent, IsEqualIfNameAndFieldsAreEqual) {
+  const TelemetryEvent event{"name", {{"a", 1}}, {{"b", 2.0F}}, {{"c", "d"}}};
+  EXPECT_TRUE(event == TelemetryEvent(event));
+  EXPECT_FALSE(event != TelemetryEvent(event));
+  TelemetryEvent other = event;
+  other.name = "other";
+  EXPECT_FALSE(event == other);
+  EXPECT_TRUE(event != other);
+  other = event;
+  other.ints["a"] = 2;
+  EXPECT_FALSE(event == other);
+  other = event;
+  other.floats["b"] = 3.0F;
+  EXPECT_FALSE(event == other);
+  other = event;
+  other.strings["c"] = "e";
+  EXPECT_FALSE(event == other);
+}
+
+TEST(TelemetryEvent, IsWrittenToStreams) {
+  const TelemetryEvent event{"name", {{"a", 1}}, {}, {}};
+  std::ostringstream one;
+  one << event;
+  EXPECT_EQ(one.str(), toString(event));
+  std::ostringstream list;
+  list << std::vector{event, event};
+  EXPECT_EQ(list.str(), "{\n    #0 event \"name\", a 1\n    #1 event \"name\", a 1\n  }");
+  EXPECT_EQ(list.str(), testing::PrintToString(std::vector{event, event}));
+}
+
+TEST_F(RecordedTelemetryTest, EventsWaitForABusyWorker) {
   Latch busy;
   Latch done;
   auto& recorder = TAMSA::recording::Recorder::getInstance();
@@ -105,7 +142,7 @@ TEST_F(RecordedTelemetryTest, AWorkerThatIsLongBusyIsWaitedFor) {
   logger->logKivClientCall("open", "ok");
   std::thread reporter([this] { logger->flush(); });
   busy.wait();
-  // The worker is given twice the time that a caller waits for it.
+  // Twice as long as one flush waits for the worker.
   std::thread patience([&] {
     EXPECT_FALSE(logger->flush());
     EXPECT_FALSE(logger->flush());
@@ -117,7 +154,7 @@ TEST_F(RecordedTelemetryTest, AWorkerThatIsLongBusyIsWaitedFor) {
   recorder.onReport({});
 }
 
-TEST(TelemetryTestFixture, SaysWhenTelemetryWasSwitchedOff) {
+TEST(TelemetryTestFixture, FailsIfTelemetryWasSwitchedOff) {
   struct Fixture : TelemetryTest {
     void TestBody() override {}
   };

@@ -1,7 +1,8 @@
-/// What the matchers are made of: expectations of events, in words and in code. They know nothing
-/// of GoogleMock. Tests use `EventMatchers.h`.
+/// What the matchers are made of: conditions on events, with the text for messages. Independent of
+/// any test framework. Tests use `EventMatchers.h`.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -9,13 +10,11 @@
 #include <vector>
 
 #include "kiv/Export.h"
-#include "kiv/KivPcmInfo.h"
-#include "kiv/NumericAggregationType.h"
 #include "kiv/testing/TelemetryEvent.h"
 
 namespace android::kiv::telemetry_testing::internal {
 
-/// What an event tells of.
+/// The report that an event is made of.
 enum class EventKind {
   ERROR_CODE,
   STREAM_EVENT,
@@ -23,35 +22,35 @@ enum class EventKind {
   GENERIC_VALUE,
   TRACE_LATENCY,  ///< A generic value by which the library reports a trace.
   CLIENT_CALL,    ///< A generic value by which the library reports a client's call.
-  OTHER,          ///< Of an aggregator that is not the library's.
+  OTHER,          ///< From an aggregator that is not the library's.
 };
 
-/// A value that a field should have.
+/// A condition on a value.
 template <typename T>
 struct Expected {
-  bool exact = true;                    ///< One value, rather than all that have a property.
-  std::string words;                    ///< The value, or the property: `starts with "ren"`.
-  std::function<bool(const T&)> holds;  ///< Whether a value is it, or has it.
+  bool exact = true;                    ///< One value is expected, rather than a property.
+  std::string text;                     ///< The value, or the property: `starts with "ren"`.
+  std::function<bool(const T&)> holds;  ///< Tells whether a value fulfils the condition.
 };
 
-/// How a field is spoken of; "%" stands for the words of what is expected.
+/// How a condition on a field is written; "%" is replaced by the text of the expected value.
 struct Phrase {
   std::string subject;   ///< `API`
   std::string exact;     ///< `from API %`
   std::string property;  ///< `from an API that %`
 };
 
-/// One thing that is expected of an event.
+/// A condition on an event.
 struct Condition {
-  std::string clause;    ///< In the sentence that describes the event: `from API "render"`.
+  std::string clause;    ///< Its clause in the description of the event: `from API "render"`.
   std::string subject;   ///< What it is about: `API`.
   std::string expected;  ///< `"render"`, or `one that starts with "ren"`.
   std::function<bool(const TelemetryEvent&)> holds;
-  std::function<std::string(const TelemetryEvent&)> actual;  ///< In words.
+  std::function<std::string(const TelemetryEvent&)> actual;  ///< The event's value, as text.
   bool is_count = false;
 };
 
-/// Conditions on fields. The `prefix` of a text is not looked at.
+/// Conditions on fields. A `prefix` is cut off the field's text before it is compared.
 KIV_EXPORT Condition onText(const Phrase& phrase, std::string field, Expected<std::string> expected,
                             const std::string& prefix = "");
 KIV_EXPORT Condition onInt(const Phrase& phrase, std::string field, Expected<int64_t> expected);
@@ -60,16 +59,14 @@ KIV_EXPORT Condition onCount(Expected<int64_t> expected);
 /// A condition on the event's own name.
 KIV_EXPORT Condition onName(std::string clause, std::string name);
 
-/// A value in words, as it is written in messages.
-KIV_EXPORT std::string inWords(const std::string& text);
-KIV_EXPORT std::string inWords(int64_t number);
-KIV_EXPORT std::string inWords(float number);
-/// The names by which events hold these, and messages show them; the number of a value without one.
-KIV_EXPORT std::string severityInWords(int64_t severity);
-KIV_EXPORT std::string streamTypeInWords(::kiv::KivStreamType type);
-KIV_EXPORT std::string methodInWords(NumericAggregationType method);
+/// A value as it is written in messages.
+KIV_EXPORT std::string formatValue(const std::string& text);
+KIV_EXPORT std::string formatValue(int64_t number);
+KIV_EXPORT std::string formatValue(float number);
+/// The severity's name; the number of a value without one.
+KIV_EXPORT std::string formatSeverity(int64_t severity);
 
-/// One event that is expected.
+/// The conditions that one event must fulfil.
 class KIV_EXPORT EventExpectation {
  public:
   explicit EventExpectation(EventKind kind) : kind_(kind) {}
@@ -77,51 +74,55 @@ class KIV_EXPORT EventExpectation {
   /// The first condition is the one that names the event.
   void add(Condition condition) { conditions_.push_back(std::move(condition)); }
 
-  bool accepts(const TelemetryEvent& event) const;
+  bool matches(const TelemetryEvent& event) const;
 
-  /// Whether the event is of the expected kind.
-  bool isNear(const TelemetryEvent& event) const;
+  /// True if all conditions but those on the count are fulfilled.
+  bool matchesExceptForCount(const TelemetryEvent& event) const;
+
+  /// True if the event is of the expected kind.
+  bool matchesKind(const TelemetryEvent& event) const;
 
   /// `error code "kiv.MMAP_FAILED", from API "render"`
-  std::string describe() const;
+  std::string description() const;
 
   /// `an error code`
-  std::string describeKind() const;
+  std::string kindDescription() const;
 
-  /// In what an event of the kind differs: `API: expected "render", was "open"`.
+  /// The conditions that an event of the kind does not fulfil: `API: expected "render", was
+  /// "open"`.
   std::vector<std::string> differences(const TelemetryEvent& event) const;
 
-  /// How far an event of the kind is from what is expected. Its name counts twice.
+  /// The number of conditions that an event of the kind does not fulfil. Its name counts twice.
   int distance(const TelemetryEvent& event) const;
-
-  /// Whether it is expected but for its count.
-  bool acceptsButForCount(const TelemetryEvent& event) const;
 
  private:
   EventKind kind_;
   std::vector<Condition> conditions_;
 };
 
-/// Whether a list of events is as expected, and what to say of it.
+/// Whether a list of events matches, and an explanation for messages.
 struct Verdict {
   bool holds = false;
   std::string explanation;
 };
 
-/// At least one of the events is accepted.
+/// `expected_times` of the events match.
 KIV_EXPORT Verdict contains(const std::vector<TelemetryEvent>& events,
-                            const EventExpectation& expectation);
+                            const EventExpectation& expectation,
+                            const Expected<int64_t>& expected_times);
 
-/// The events can be told one each to the expectations, and none is left.
-KIV_EXPORT Verdict containsOnly(const std::vector<TelemetryEvent>& events,
-                                const std::vector<EventExpectation>& expectations);
+/// Explains which expectations found no event, which events no expectation (by index), and what the
+/// former come closest to.
+KIV_EXPORT std::string explainMismatch(const std::vector<TelemetryEvent>& events,
+                                       const std::vector<EventExpectation>& missing,
+                                       const std::vector<size_t>& unexpected);
 
-/// The counts of the accepted events add up to what is expected.
+/// The counts of the matching events add up to `total`.
 KIV_EXPORT Verdict hasTotalCount(const std::vector<TelemetryEvent>& events,
                                  const EventExpectation& expectation,
                                  const Expected<int64_t>& total);
 
-/// There are events, and all are of one session.
+/// There are events, and all are from one session.
 KIV_EXPORT Verdict isOneSession(const std::vector<TelemetryEvent>& events);
 
 }  // namespace android::kiv::telemetry_testing::internal

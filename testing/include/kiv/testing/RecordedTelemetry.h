@@ -1,4 +1,4 @@
-/// What the code under test has reported, whatever the test framework.
+/// Gives a test the events of the code under test, in any test framework.
 #pragma once
 
 #include <vector>
@@ -8,31 +8,34 @@
 
 namespace android::kiv::telemetry_testing {
 
-/// The telemetry of this process, from the construction on. Needs no environment: a program that is
-/// linked with `kiv::telemetry_testing` reports to a module that keeps events for it.
+/// Records the telemetry of this process from its construction on. Needs no environment: a program
+/// that links `kiv::telemetry_testing` reports to a module that keeps the events.
 ///
-/// What is reported there is the process's, so one of these at a time. Any thread may use it, but
-/// only one at a time.
+/// The recording belongs to the process, so there can be one of these at a time. Any thread may use
+/// it, but only one at a time.
 class KIV_EXPORT RecordedTelemetry {
  public:
-  /// Starts afresh: a stopped aggregation is started, windows are opened anew, and what was
-  /// reported before is forgotten.
+  /// Starts with no events and with new windows. Starts the aggregation if it was stopped.
   RecordedTelemetry();
 
   RecordedTelemetry(const RecordedTelemetry&) = delete;
   RecordedTelemetry& operator=(const RecordedTelemetry&) = delete;
 
-  /// Waits until the worker has taken every report that was made before, and closes the open
-  /// windows. A stopped aggregation is started again. False if the worker was busy for a minute.
+  /// Waits until the worker has processed every report that was made before, and closes the open
+  /// windows. Starts the aggregation if it was stopped. Returns false if the worker was busy for a
+  /// minute.
   ///
-  /// Loggers with a worker of their own are flushed by their owners.
+  /// Does not flush loggers that were built on a worker of their own.
   bool flush();
 
-  /// The events that have reached the module since the construction or the last `clear()`, in their
-  /// order. Flush before, or there are none yet.
-  std::vector<TelemetryEvent> events() const;
+  /// Flushes, and returns the events since the construction or the last `clear()`, in their order.
+  /// If the flush fails, events are missing: call `flush()` first to find out.
+  std::vector<TelemetryEvent> events();
 
-  /// Flushes, and forgets all events. False as `flush()`.
+  /// As `events()`, but does not flush: without the reports whose window is still open.
+  std::vector<TelemetryEvent> submittedEvents() const;
+
+  /// Flushes, and discards all events. Returns false if the flush fails.
   bool clear();
 };
 

@@ -1,8 +1,8 @@
-/// The fixture of tests that look at what their code reports.
+/// A GoogleTest fixture for tests of what code reports.
 ///
 ///   using namespace android::kiv::telemetry_testing;
 ///
-///   TEST_F(TelemetryTest, ARefusedMappingIsAnError) {
+///   TEST_F(TelemetryTest, ReportsAFailedMapping) {
 ///     Mixer mixer;
 ///     mixer.render();
 ///     EXPECT_THAT(events(), Contains(ErrorCode(KivError::MMAP_FAILED).fromApi("render").once()));
@@ -19,32 +19,32 @@
 
 namespace android::kiv::telemetry_testing {
 
-/// Each test starts without events and with fresh windows. Tests may run in one process or in many,
-/// but not at the same time in one.
+/// Every test starts with no events and with new windows. Tests may run in one process or in
+/// several, but not at the same time in one process.
 ///
-/// A window of the library's closes when a report comes more than five seconds after it was opened,
-/// and equal reports in two windows make two events. Tests that long close windows themselves, by
-/// `flush()`, or look at `TotalCount`.
+/// A report that comes more than five seconds after its window was opened opens a new window, and
+/// equal reports in two windows make two events. Tests that take so long use `TotalCount`, or close
+/// windows with `flush()`.
 class TelemetryTest : public ::testing::Test {
  protected:
   TelemetryTest() {
     EXPECT_TRUE(isTelemetryEnabled())
         << "disableTelemetryForTesting() was called earlier in this process. It cannot be undone: "
-           "no event will arrive. Run the test that calls it in a process of its own.";
+           "no event will arrive. Run the test that calls it in a separate process.";
   }
 
-  /// The events of everything that was reported since the test's start or `clearEvents()`, those of
-  /// `NON_BLOCKING` loggers included; those of other threads, if they had made their reports.
-  /// Closes the open windows.
+  /// Flushes, and returns the events of all reports since the test's start or `clearEvents()`,
+  /// those of `NON_BLOCKING` loggers included. Reports of other threads are included if they were
+  /// made before.
   std::vector<TelemetryEvent> events() {
     flush();
-    return recorded_.events();
+    return recorded_.submittedEvents();
   }
 
-  /// Closes the open windows. Reports after it make events of their own.
+  /// Closes the open windows. Later reports make separate events.
   void flush() { EXPECT_TRUE(recorded_.flush()) << "The telemetry worker is stuck."; }
 
-  /// Forgets what was reported so far.
+  /// Flushes, and discards all events.
   void clearEvents() { EXPECT_TRUE(recorded_.clear()) << "The telemetry worker is stuck."; }
 
  private:

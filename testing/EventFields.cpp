@@ -1,6 +1,6 @@
-#include "testing/EventKinds.h"
+#include "testing/EventFields.h"
 
-#include "kiv/TelemetryLogger.h"
+#include "kiv/EventNames.h"
 
 namespace android::kiv::telemetry_testing::internal {
 
@@ -30,18 +30,14 @@ float floatOf(const TelemetryEvent& event, const std::string& field) {
   return valueOf(event.floats, field);
 }
 
-std::string countedInWords(int64_t count) {
-  return count == 1 ? "counted once" : "counted " + inWords(count) + " times";
-}
-
 EventKind kindOf(const TelemetryEvent& event) {
-  if (event.name == KivErrorCodeBaseAggregator::kKivErrorCodeEvent) return EventKind::ERROR_CODE;
-  if (event.name == KivStreamEventBaseAggregator::kKivStreamEvent) return EventKind::STREAM_EVENT;
-  if (event.name.empty()) return EventKind::AUDIO_LATENCY;
-  if (event.name != KivGenericInt64BaseAggregator::kKivGenericEvent) return EventKind::OTHER;
+  if (event.name == event_names::kErrorCode) return EventKind::ERROR_CODE;
+  if (event.name == event_names::kStreamEvent) return EventKind::STREAM_EVENT;
+  if (event.name == event_names::kAudioLatency) return EventKind::AUDIO_LATENCY;
+  if (event.name != event_names::kGeneric) return EventKind::OTHER;
   const std::string name = textOf(event, "kiv_event_name");
-  if (startsWith(name, kTracePrefix)) return EventKind::TRACE_LATENCY;
-  if (startsWith(name, kClientCallPrefix)) return EventKind::CLIENT_CALL;
+  if (startsWith(name, event_names::kTracePrefix)) return EventKind::TRACE_LATENCY;
+  if (startsWith(name, event_names::kClientCallPrefix)) return EventKind::CLIENT_CALL;
   return EventKind::GENERIC_VALUE;
 }
 
