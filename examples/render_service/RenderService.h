@@ -1,6 +1,7 @@
-/// The service: opens, starts, stops and closes streams, and has them rendered.
+/// The service, which opens, starts, stops and closes streams, and renders them.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -17,7 +18,7 @@ namespace render_service {
 
 /// Renders streams into one binaural WAV file. A stream goes through `openStream`, `startStream`
 /// and `takeFinished` to `closeStream`, and each step is reported. All operations are for one
-/// thread.
+/// thread, except `stop()`.
 class RenderService {
  public:
   using StreamPtr = AudioThread::StreamPtr;
@@ -34,9 +35,9 @@ class RenderService {
     uint64_t file_frames;
   };
 
-  explicit RenderService(const android::kiv::KivSessionId& session);
+  explicit RenderService(AudioThread::Pace pace);
 
-  /// Waits for what was started, and drops it.
+  /// Waits until the started streams have been rendered, and closes the output.
   ~RenderService();
 
   RenderService(const RenderService&) = delete;
@@ -55,6 +56,10 @@ class RenderService {
 
   /// No more streams will be started.
   void endOfStreams();
+
+  /// Gives up all streams that have been started, and accepts no more. What has been rendered stays
+  /// in the output. Any thread, also before `open` and after `shutDown`.
+  void stop();
 
   /// The next stream that was rendered, or given up: `complete()` tells. Null if there is none yet,
   /// or, when `finished()` says so, any more.
@@ -80,6 +85,8 @@ class RenderService {
  private:
   Reporter reporter_;
   Reporter audio_reporter_;
+  const AudioThread::Pace pace_;
+  std::atomic<bool> stopping_{false};
   std::optional<SoundFileWriter> sink_;
   std::shared_ptr<void> trace_;       // of the whole time between open and shutDown
   std::optional<AudioThread> audio_;  // last, for it uses the sink and its reporter
