@@ -25,9 +25,9 @@ TerminationSignals::TerminationSignals(std::function<void()> stop)
     : stop_(std::move(stop)), thread_([this] { run(); }) {}
 
 TerminationSignals::~TerminationSignals() {
-  // Wakes the thread if it still waits. The signal goes to that thread only.
+  // Wakes the thread if it still waits. The signal goes to that thread only, which has it blocked.
   ending_ = true;
-  pthread_kill(thread_.native_handle(), SIGTERM);
+  pthread_kill(thread_.native_handle(), SIGINT);
   thread_.join();
 }
 
