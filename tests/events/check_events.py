@@ -232,7 +232,7 @@ class Tests:
 
 
 class Demo:
-    """What `./dev demo` runs, of which the last three files go wrong."""
+    """The program of `./dev demo`; the last three of its files are bad on purpose."""
 
     path = "the demo"
     environment = {"LD_LIBRARY_PATH": str(JSONL)}
@@ -248,9 +248,9 @@ class Demo:
 
 
 class Reporter:
-    """What the tests of the desk look at."""
+    """The reporter of the tests of tools."""
 
-    path = "tools/desk_reporter"
+    path = "tools/sample_reporter"
     environment = {"LD_LIBRARY_PATH": str(JSONL)}
     own_sessions = False
 
