@@ -159,18 +159,19 @@ def identity(path):
 
 def read_all(paths, summary):
     """Reads all files into the summary. A file that is named twice is read once."""
-    first = {}
+    names = {}
     for path in paths:
-        first.setdefault(identity(path), path)
-    sources, contents = [], {}
-    with progress_bar(list(first.values())) as bar:
-        for path in first.values():
-            sources.append(read(path, len(sources), summary, bar))
-    for source, path in ((s, p) for s in sources for p in paths):
-        if path is not source.path and identity(path) == identity(source.path):
-            source.remark = "named more than once; read once"
+        names.setdefault(identity(path), []).append(path)
+    sources = []
+    with progress_bar([found[0] for found in names.values()]) as bar:
+        for found in names.values():
+            source = read(found[0], len(sources), summary, bar)
+            if len(found) > 1:
+                source.remark = "named more than once; read once"
+            sources.append(source)
+    first = {}
     for source in sources:
-        same = contents.setdefault(source.digest, source)
+        same = first.setdefault(source.digest, source)
         if same is not source and source.events:
             source.remark = f"the same contents as {same.name}; both are counted"
     return sources
