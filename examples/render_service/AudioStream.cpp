@@ -9,7 +9,7 @@ namespace render_service {
 
 namespace {
 
-// A file of floats may hold anything. This much beyond full scale is kept, for it may be meant.
+// Limits samples of float files. Up to this magnitude they may be intended.
 constexpr float kMaxMagnitude = 16.0F;
 
 }  // namespace
@@ -27,14 +27,14 @@ size_t AudioStream::decodeBlock() {
   const auto frames = static_cast<size_t>(std::min<uint64_t>(kBlockFrames, frames_left_));
   const uint64_t file_left = announcedFrames() - frames_read_;
   size_t needed = resampler_.inputFor(frames);
-  // The last frames of a faster file may lie behind the last one that the resampler asks for.
+  // The resampler may not need the last frames of a file with a higher rate.
   if (frames > 0 && frames == frames_left_) {
     needed = std::max(needed, static_cast<size_t>(file_left));
   }
   const size_t count = read(needed);
   resampler_.process(source_.data(), block_.data(), frames);
   std::fill(block_.begin() + static_cast<std::ptrdiff_t>(frames), block_.end(), 0.0F);
-  // A damaged file may have announced far more than there is: nobody waits for that in silence.
+  // A damaged file may announce far more frames than it has. The rest is not rendered as silence.
   frames_left_ = count < std::min<uint64_t>(needed, file_left) ? 0 : frames_left_ - frames;
   tail_left_ -= std::min<uint64_t>(kBlockFrames - frames, tail_left_);
   return count;
@@ -44,7 +44,7 @@ void AudioStream::addBlockTo(float* stereo) {
   renderer_.addTo(stereo, block_.data(), block_.size());
 }
 
-/// Fills the source's buffer with the file's next frames, and with silence behind its end.
+/// Fills the source's buffer with the file's next frames, and with silence after its end.
 size_t AudioStream::read(size_t frames) {
   const auto channels = static_cast<size_t>(file_.info().channels);
   interleaved_.resize(frames * channels);

@@ -1,4 +1,4 @@
-/// One sound file on its way through the service.
+/// A sound file that the service renders.
 #pragma once
 
 #include <cstddef>
@@ -14,34 +14,34 @@
 namespace render_service {
 
 /// Decodes a file to one source at the output's rate, and renders it. Ambisonic streams are reduced
-/// to their first channel, which is the omnidirectional one, and all others to the mean of theirs.
+/// to their first channel, which is the omnidirectional one, and all others to the mean of their
+/// channels.
 ///
-/// Used by one thread at a time: whoever holds the stream.
+/// Used by one thread at a time, the one that holds the stream.
 class AudioStream {
  public:
-  /// Takes over a file that there is no objection to.
+  /// Takes ownership of a file for which `findObjection` returned `OK`.
   AudioStream(SoundFileReader file, std::string name, const Placement& placement);
 
   const std::string& name() const { return name_; }
   const StreamDescription& description() const { return description_; }
 
-  /// Decodes what the next block takes, and returns how many frames of the file that was.
+  /// Decodes the input of the next block, and returns its number of frames.
   size_t decodeBlock();
 
   /// Adds the decoded block to `kBlockFrames` frames of interleaved stereo.
   void addBlockTo(float* stereo);
 
-  /// Output frames that the file has left, not counting the last sound's way to the later ear.
+  /// Number of output frames that are left, without the delay of the last sound at the far ear.
   uint64_t framesLeft() const { return frames_left_; }
 
-  /// True once there is nothing left to decode or to hear.
+  /// True once everything has been decoded and rendered.
   bool ended() const { return frames_left_ + tail_left_ == 0; }
 
-  /// True if all that the file announced was there to be rendered, and was.
+  /// True if as many frames were rendered as the file's header announced.
   bool complete() const { return ended() && frames_read_ == announcedFrames(); }
 
-  /// libsndfile's number of what went wrong in decoding, or 0. A file that merely ends too early
-  /// may have none.
+  /// libsndfile's number of a decoding error, or 0. It may be 0 for a file that ends too early.
   int decodingError() const { return file_.error(); }
 
  private:
@@ -59,7 +59,7 @@ class AudioStream {
   uint64_t tail_left_ = BinauralRenderer::kTailFrames;
   std::vector<float> interleaved_;
   std::vector<float> source_;  // one channel, at the file's rate
-  std::vector<float> block_;   // the same at the output's rate
+  std::vector<float> block_;   // one channel, at the output's rate
 };
 
 }  // namespace render_service

@@ -16,7 +16,7 @@ namespace {
 
 constexpr uint64_t kOverlapFrames = kOutputRate / 4;
 constexpr std::chrono::duration<double> kBlockTime(static_cast<double>(kBlockFrames) / kOutputRate);
-// What stands for the level of silence, which has none.
+// Reported for silence, whose level would be minus infinity.
 constexpr float kFloorDbfs = -120.0F;
 
 float toDbfs(float peak) {
@@ -25,13 +25,16 @@ float toDbfs(float peak) {
 
 }  // namespace
 
-AudioThread::AudioThread(SoundFileWriter& sink, Reporter& reporter)
-    : sink_(sink),
+AudioThread::AudioThread(SoundFileWriter& sink, Reporter& reporter, Pace pace,
+                         const std::atomic<bool>& stopping)
+    : pace_(pace),
+      stopping_(stopping),
+      sink_(sink),
       reporter_(reporter),
       block_(2 * kBlockFrames),
       waiting_(kQueueCapacity),
-      // The control thread may be waiting for room among the waiting ones: it need never be waited
-      // for in return.
+      // Unlimited: if the audio thread waited for room here while the control thread waits for room
+      // in waiting_, neither could go on.
       done_(std::numeric_limits<size_t>::max()),
       thread_([this] { run(); }) {}
 
@@ -49,16 +52,17 @@ std::string AudioThread::current() const {
 
 void AudioThread::run() {
   while (takeUpStreams()) {
-    if (!renderBlock()) {
+    if (stopping_ || !renderBlock()) {
       giveUp();
       break;
     }
     retireStreams();
+    if (pace_ == Pace::REAL_TIME) waitForPlayback();
   }
   done_.close();
 }
 
-/// False if there is nothing to render any more.
+/// Returns false if no stream is left to render.
 bool AudioThread::takeUpStreams() {
   while (nextMayBegin()) {
     std::optional<StreamPtr> stream = waiting_.pop();
@@ -83,7 +87,7 @@ bool AudioThread::renderBlock() {
   return writeBlock();
 }
 
-/// Returns how many frames of the files went into the mix.
+/// Returns the number of file frames in the mix.
 size_t AudioThread::mixActive() {
   const Reporter::Section section(reporter_, "renderBlock");
   std::fill(block_.begin(), block_.end(), 0.0F);
@@ -135,7 +139,15 @@ void AudioThread::retireStreams() {
   active_.erase(std::remove(active_.begin(), active_.end(), nullptr), active_.end());
 }
 
-/// Hands back all streams, such as they are.
+/// Waits as long as a device would take to play the block.
+void AudioThread::waitForPlayback() {
+  // A thread that fell behind, or that waited for a stream, does not catch up by rendering faster.
+  played_ =
+      std::max(played_, Clock::now()) + std::chrono::duration_cast<Clock::duration>(kBlockTime);
+  std::this_thread::sleep_until(played_);
+}
+
+/// Hands back all streams, rendered or not.
 void AudioThread::giveUp() {
   waiting_.close();
   std::for_each(active_.begin(), active_.end(), [this](StreamPtr& stream) { handBack(stream); });

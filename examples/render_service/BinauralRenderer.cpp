@@ -10,11 +10,11 @@ namespace {
 constexpr double kHeadRadius = 0.0875;     // metres
 constexpr double kSpeedOfSound = 343.0;    // metres per second
 constexpr double kLevelDifference = 12.0;  // decibels between the ears, for a source at one side
-// The near ear gains half of the level difference: this takes it back.
+// Compensates the gain of the near ear, which is half of the level difference.
 constexpr double kHeadroom = 0.5;
-// The delay at both ears of a source straight ahead; no ear is ever this much ahead of it.
+// The delay at both ears of a source straight ahead. It exceeds half of the largest difference.
 constexpr double kCentreDelay = BinauralRenderer::kTailFrames / 2.0;
-// Positions are worked out this often, and the way in between is straight.
+// Positions are computed once per this many frames, and interpolated linearly.
 constexpr unsigned kControlFrames = 32;
 
 constexpr double kLeft = 1.0;
@@ -29,7 +29,7 @@ BinauralRenderer::BinauralRenderer(const Placement& placement)
 
 void BinauralRenderer::addTo(float* stereo, const float* mono, size_t frames) {
   for (size_t i = 0; i < frames; ++i) {
-    // Counted from the source's beginning, so that the borders of blocks leave no trace.
+    // Counted from the source's beginning, so that the size of blocks does not change the result.
     if (frame_ % kControlFrames == 0) aim();
     line_[frame_ % kLineFrames] = mono[i];
     stereo[2 * i] += hear(left_);
@@ -40,7 +40,7 @@ void BinauralRenderer::addTo(float* stereo, const float* mono, size_t frames) {
 
 BinauralRenderer::Path BinauralRenderer::pathTo(double side, double azimuth) {
   const double sine = std::sin(azimuth);
-  // Woodworth's model: the way around a sphere, from the angle off the median plane.
+  // Woodworth's model: the path around a sphere, by the angle from the median plane.
   const double seconds = kHeadRadius / kSpeedOfSound * (std::asin(sine) + sine);
   const double decibels = kLevelDifference / 2.0 * sine;
   return {kCentreDelay - side * seconds * kOutputRate / 2.0,

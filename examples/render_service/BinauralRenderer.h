@@ -1,4 +1,4 @@
-/// What reaches the two ears of a listener from one sound source.
+/// Rendering of one sound source for the two ears of a listener.
 #pragma once
 
 #include <array>
@@ -10,31 +10,31 @@ namespace render_service {
 /// Frames per second of everything that is rendered.
 inline constexpr int kOutputRate = 48000;
 
-/// Where a source stands on the horizontal circle around the listener.
+/// The position of a source on the horizontal circle around the listener.
 struct Placement {
-  double azimuth = 0.0;  ///< At first; in radians from straight ahead, towards the left.
+  double azimuth = 0.0;  ///< Initial; in radians from straight ahead, towards the left.
   double turn = 0.0;     ///< Radians per second, towards the left.
 };
 
-/// Places one mono source by the differences between the ears, in time and in level. Front and back
-/// sound alike: it takes more than two numbers to tell them apart.
+/// Places one mono source by the differences between the ears, in time and in level. A source in
+/// front and one behind with the same differences sound alike.
 ///
-/// The signal may be given in blocks of any sizes; how it is cut makes no difference to the result.
-/// Not synchronised.
+/// The signal may be passed in blocks of any sizes; they do not change the result. Not
+/// synchronised.
 class BinauralRenderer {
  public:
-  /// How much later the signal arrives at most. A source that has ended takes this much silence
-  /// until all of it has been heard.
+  /// The longest delay of the signal. After the end of a source, this many frames of silence are
+  /// needed to render all of it.
   static constexpr size_t kTailFrames = 32;
 
   explicit BinauralRenderer(const Placement& placement);
 
-  /// Adds the next `frames` frames of the source to interleaved stereo, with the headroom that lets
-  /// a source of full scale stay within full scale at both ears.
+  /// Adds the next `frames` frames of the source to interleaved stereo, with so much headroom that
+  /// a source of full scale stays within full scale at both ears.
   void addTo(float* stereo, const float* mono, size_t frames);
 
  private:
-  /// How an ear hears the source: later, and louder or softer.
+  /// The delay and the gain of the source at an ear.
   struct Path {
     double delay;  // frames
     double gain;
@@ -46,7 +46,7 @@ class BinauralRenderer {
 
   static Path pathTo(double side, double azimuth);
 
-  /// Sets out for the position that the source will have when the control period ends.
+  /// Starts to move to the position that the source will have at the end of the control period.
   void aim();
 
   float hear(Ear& ear) const;
@@ -57,16 +57,16 @@ class BinauralRenderer {
   Ear left_;
   Ear right_;
   std::array<float, kLineFrames> line_{};  // the last frames, as a ring
-  uint64_t frame_ = 0;                     // how many were rendered
+  uint64_t frame_ = 0;                     // number of rendered frames
 };
 
-/// What a block came to.
+/// The level of a block.
 struct BlockLevel {
-  float peak;      ///< Largest magnitude, before anything was clipped.
-  size_t clipped;  ///< Samples that went beyond full scale.
+  float peak;      ///< Largest magnitude before clipping.
+  size_t clipped;  ///< Number of samples beyond full scale.
 };
 
-/// Limits samples to full scale, which is 1; what is not a number becomes silence.
+/// Limits samples to full scale, which is 1; NaN becomes silence.
 BlockLevel clipToFullScale(float* samples, size_t count);
 
 }  // namespace render_service

@@ -1,4 +1,4 @@
-/// Handing objects from one thread to another.
+/// A queue between threads.
 #pragma once
 
 #include <chrono>
@@ -12,8 +12,7 @@
 namespace render_service {
 
 /// A first-in, first-out queue of limited length, which either side can close. All operations may
-/// be called from any thread. What was done to an object before it was pushed is visible to whoever
-/// takes it.
+/// be called from any thread. A push happens before the pop of the same object.
 template <typename T>
 class BoundedQueue {
  public:
@@ -21,13 +20,13 @@ class BoundedQueue {
 
   enum class Push {
     TAKEN,
-    FULL,    ///< And was still so when the patience ended.
-    CLOSED,  ///< For good.
+    FULL,    ///< Still full when the time was over.
+    CLOSED,  ///< Never opens again.
   };
 
   explicit BoundedQueue(size_t capacity) : capacity_(capacity) {}
 
-  /// Appends `item`, waiting for room. An item that is not taken stays with the caller, untouched.
+  /// Appends `item`, and waits for room if necessary. An item that is not taken is unchanged.
   Push push(T& item, Patience patience) {
     std::unique_lock<std::mutex> lock(mutex_);
     const auto can_decide = [this] { return closed_ || items_.size() < capacity_; };
@@ -38,29 +37,30 @@ class BoundedQueue {
     return Push::TAKEN;
   }
 
-  /// Takes the first item, waiting for one as long as it takes. Empty once the queue is closed and
-  /// all that was in it has been taken.
+  /// Takes the first item, and waits for one without a limit. Returns nothing once the queue is
+  /// closed and empty.
   std::optional<T> pop() {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [this] { return closed_ || !items_.empty(); });
     return takeFirst();
   }
 
-  /// The same, but empty also if none came in time.
+  /// Takes the first item, and waits for one at most as long as `patience`. Returns nothing if
+  /// there is none.
   std::optional<T> pop(Patience patience) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait_for(lock, patience, [this] { return closed_ || !items_.empty(); });
     return takeFirst();
   }
 
-  /// Lets nothing more in.
+  /// Makes all later pushes fail.
   void close() {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
     changed_.notify_all();
   }
 
-  /// True when no item is there or can come.
+  /// True if the queue is closed and empty.
   bool drained() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return closed_ && items_.empty();
@@ -82,7 +82,7 @@ class BoundedQueue {
 
   const size_t capacity_;
   mutable std::mutex mutex_;
-  std::condition_variable changed_;  // anything below
+  std::condition_variable changed_;  // notified of changes of the following
   std::deque<T> items_;              // guarded by mutex_
   bool closed_ = false;              // guarded by mutex_
 };

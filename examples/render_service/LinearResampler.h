@@ -6,31 +6,31 @@
 
 namespace render_service {
 
-/// Converts one mono signal, block by block. Cheap, and good enough for speech: what lies above
-/// half of the lower rate is not filtered out. Between equal rates the signal passes unchanged.
+/// Converts one mono signal, block by block. Fast, and good enough for speech: frequencies above
+/// half of the lower rate are not filtered out. Between equal rates the signal is unchanged.
 ///
 /// Not synchronised.
 class LinearResampler {
  public:
-  /// Both rates are positive.
+  /// Both rates must be positive.
   LinearResampler(int input_rate, int output_rate);
 
-  /// How many frames come out of a signal of `input_frames` frames.
+  /// Number of output frames of a signal of `input_frames` frames.
   uint64_t outputFor(uint64_t input_frames) const;
 
-  /// How many more input frames the next `output_frames` output frames take. They include the one
-  /// that the last output frame is interpolated towards; silence will do behind the signal's end.
+  /// Number of input frames that the next `output_frames` output frames need. They include the
+  /// frame after the last output frame; after the signal's end it may be silence.
   size_t inputFor(size_t output_frames) const;
 
-  /// Makes the next `output_frames` output frames, from exactly `inputFor(output_frames)` frames.
+  /// Computes the next `output_frames` output frames from `inputFor(output_frames)` input frames.
   void process(const float* input, float* output, size_t output_frames);
 
  private:
   const uint64_t input_rate_;
   const uint64_t output_rate_;
   uint64_t position_ = 0;  // of the next output frame, in input frames times the output rate
-  uint64_t consumed_ = 0;  // input frames so far
-  float previous_ = 0.0F;  // the last two of them
+  uint64_t consumed_ = 0;  // number of processed input frames
+  float previous_ = 0.0F;  // the last two input frames
   float last_ = 0.0F;
 };
 

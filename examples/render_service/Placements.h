@@ -1,4 +1,4 @@
-/// Where the sources of a programme stand.
+/// Positions of sources.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace render_service {
 
-/// The place of source `index` of `count`. Those named after a loudspeaker, as in "Rear_Left",
-/// stand where it would; the others are spread over the circle and walk slowly around it.
+/// Returns the position of source `index` of `count`. A source named after a loudspeaker, as in
+/// "Rear_Left", is at its position; others are spread over the circle and move slowly around it.
 Placement placeSource(const std::string& name, size_t index, size_t count);
 
 }  // namespace render_service

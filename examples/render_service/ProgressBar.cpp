@@ -10,10 +10,10 @@ constexpr std::chrono::milliseconds kRedrawPeriod{100};
 constexpr size_t kBarWidth = 30;
 constexpr size_t kMaxText = 40;
 
-/// The beginning of a file's name, without anything that a terminal could take for a command.
+/// Returns the beginning of a file's name, without control characters.
 std::string shorten(const std::string& name) {
   size_t length = std::min(name.size(), kMaxText);
-  // Not within a character of UTF-8.
+  // Cuts between characters of UTF-8.
   while (length < name.size() && length > 0 && (name[length] & 0xC0) == 0x80) --length;
   std::string text = name.substr(0, length);
   std::replace_if(

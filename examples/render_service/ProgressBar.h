@@ -1,4 +1,4 @@
-/// How far the work is, on a terminal.
+/// A progress bar on a terminal.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@ class ProgressBar {
   /// Draws on `terminal`, which is not owned; never draws anything if not `enabled`.
   ProgressBar(FILE* terminal, bool enabled);
 
-  /// Wipes what it has drawn.
+  /// Erases the bar.
   ~ProgressBar();
 
   ProgressBar(const ProgressBar&) = delete;
@@ -22,13 +22,13 @@ class ProgressBar {
 
   bool enabled() const { return enabled_; }
 
-  /// What 100 percent is.
+  /// Sets the number that is 100 percent.
   void setTotal(uint64_t total) { total_ = total; }
 
-  /// Shows that `done` of the total are done, and what is at work.
+  /// Shows that `done` of the total are done, and the name of the current item.
   void update(uint64_t done, const std::string& current);
 
-  /// Writes a line of text, whether enabled or not, without a mess.
+  /// Writes a line of text in place of the bar, also if the bar is not enabled.
   void print(const std::string& line);
 
  private:

@@ -16,8 +16,8 @@ constexpr int kEars = 2;
 
 }  // namespace
 
-RenderService::RenderService(const android::kiv::KivSessionId& session)
-    : reporter_("RenderService", session), audio_reporter_("AudioThread", session) {}
+RenderService::RenderService(AudioThread::Pace pace)
+    : reporter_("RenderService"), audio_reporter_("AudioThread"), pace_(pace) {}
 
 RenderService::~RenderService() = default;
 
@@ -26,8 +26,7 @@ std::string RenderService::open(const std::string& output) {
   UniqueFd fd = openForWriting(output);
   if (fd.get() < 0) {
     const int error = errno;
-    reporter_.systemError(error, "openOutput", KivErrorSeverity::FATAL);
-    reporter_.error(KivError::SERVICE_AUDIO_SINK_OPEN_FAILED, "openOutput",
+    reporter_.error(KivError::SERVICE_AUDIO_SINK_OPEN_FAILED, -error, "openOutput",
                     KivErrorSeverity::FATAL);
     return std::strerror(error);
   }
@@ -37,7 +36,7 @@ std::string RenderService::open(const std::string& output) {
                     KivErrorSeverity::FATAL);
     return sf_error_number(error);
   }
-  audio_.emplace(*sink_, audio_reporter_);
+  audio_.emplace(*sink_, audio_reporter_, pace_, stopping_);
   return {};
 }
 
@@ -73,6 +72,8 @@ RenderService::Start RenderService::startStream(StreamPtr& stream, Patience pati
 
 void RenderService::endOfStreams() { audio_->waiting().close(); }
 
+void RenderService::stop() { stopping_ = true; }
+
 RenderService::StreamPtr RenderService::takeFinished(Patience patience) {
   StreamPtr stream = audio_->done().pop(patience).value_or(nullptr);
   if (stream != nullptr) reporter_.streamEvent(stream->description(), "stop");
@@ -94,7 +95,7 @@ RenderService::Progress RenderService::progress() const {
 bool RenderService::shutDown() {
   if (audio_.has_value()) audio_->finish();
   bool written = sink_.has_value() && sink_->error() == 0;
-  // The audio thread has told of errors up to here.
+  // The audio thread has reported earlier errors of the output.
   if (written && !sink_->close()) {
     reporter_.error(KivError::SERVICE_RENDER_BINAURAL_FAILED, sink_->error(), "closeOutput",
                     KivErrorSeverity::FATAL);

@@ -9,8 +9,11 @@ using android::kiv::KivErrorSeverity;
 using android::kiv::NumericAggregationType;
 using android::kiv::TraceHandler;
 
-Reporter::Reporter(const std::string& name, const android::kiv::KivSessionId& session)
-    : name_(name), env_(name, session) {}
+Reporter::Reporter(const std::string& name) : name_(name), env_(name) {}
+
+Reporter::~Reporter() {
+  if (!finished_) finish();
+}
 
 void Reporter::error(KivError error, const std::string& api, KivErrorSeverity severity) {
   ++reports_;
@@ -21,12 +24,6 @@ void Reporter::error(KivError error, int detail, const std::string& api,
                      KivErrorSeverity severity) {
   ++reports_;
   env_.getLogger()->logKivErrorCode(error, detail, api, severity, name_);
-}
-
-void Reporter::systemError(int error_number, const std::string& api, KivErrorSeverity severity) {
-  ++reports_;
-  // Android's status codes are the negative numbers.
-  env_.getLogger()->logAndroidStatusErrorCode(-error_number, api, severity);
 }
 
 void Reporter::streamEvent(const StreamDescription& stream, const std::string& event) {
@@ -64,6 +61,7 @@ void Reporter::stopTrace(std::shared_ptr<void> token) {
 }
 
 long long Reporter::finish() {
+  finished_ = true;
   value("reports_made", reports_ + 1, NumericAggregationType::SUM);
   return reports_;
 }

@@ -1,4 +1,4 @@
-/// Telemetry of one part of the program.
+/// Telemetry of one component of the program.
 #pragma once
 
 #include <kiv/TelemetryLogger.h>
@@ -13,39 +13,42 @@ namespace render_service {
 
 /// Reports through a logger of its own and counts the reports, so that the program can say how many
 /// there were. Used by one thread at a time.
+///
+/// Holds the component's only `TelemetryEnv`, for as long as the component lives. Each
+/// `TelemetryEnv` opens a session of its own, as a child of the process's root session. One for
+/// each call would split the component's reports into sessions of one report, which can't be
+/// aggregated.
 class Reporter {
  public:
-  /// `name` is what the reports are filed under, in a session below `session`.
-  Reporter(const std::string& name, const android::kiv::KivSessionId& session);
-  ~Reporter() = default;
+  /// `name` is the class that errors are reported for.
+  explicit Reporter(const std::string& name);
+
+  /// Calls `finish()` unless that has been called.
+  ~Reporter();
 
   Reporter(const Reporter&) = delete;
   Reporter& operator=(const Reporter&) = delete;
 
-  /// An error of the catalogue.
+  /// Reports an error of the catalogue.
   void error(android::kiv::KivError error, const std::string& api,
              android::kiv::KivErrorSeverity severity);
 
-  /// An error of the catalogue and the number that tells more about it.
+  /// Reports an error of the catalogue with a number that details it.
   void error(android::kiv::KivError error, int detail, const std::string& api,
              android::kiv::KivErrorSeverity severity);
-
-  /// An error of the operating system, as `errno` has it.
-  void systemError(int error_number, const std::string& api,
-                   android::kiv::KivErrorSeverity severity);
 
   void streamEvent(const StreamDescription& stream, const std::string& event);
   void latency(const StreamDescription& stream, std::chrono::milliseconds latency);
   void clientCall(const std::string& api, bool succeeded);
 
-  /// A named value: a signed integer, a float or a string.
+  /// Reports a named value: a signed integer, a float or a string.
   template <typename T>
   void value(const std::string& name, const T& value, android::kiv::NumericAggregationType method) {
     ++reports_;
     env_.getLogger()->logKivEvent(name, value, method);
   }
 
-  /// Reports how long it lived.
+  /// Reports the time between its construction and its destruction.
   class Section {
    public:
     Section(Reporter& reporter, const std::string& name);
@@ -59,19 +62,25 @@ class Reporter {
     const android::kiv::KivTraceInfo info_;
   };
 
-  /// The same for what begins and ends in different places. The token goes back to `stopTrace`.
+  /// Begins a trace that ends in another scope, with `stopTrace` of the returned token.
   std::shared_ptr<void> startTrace(const std::string& name);
   void stopTrace(std::shared_ptr<void> token);
 
-  /// Reports how many reports there were, this one included, and returns it. To be called at the
-  /// end, and before destruction if any latency was reported: those reports do not keep their
-  /// logger alive, but this one comes after them and does.
+  /// Reports how many reports there were, this one included, and returns their number. Must be the
+  /// last report.
+  ///
+  /// It also makes it safe to destroy the reporter. A queued latency sample holds a plain pointer
+  /// to its logger, so destroying the logger before the worker has taken the sample would leave
+  /// that pointer dangling. Other queued reports share ownership of the logger. The worker takes
+  /// reports in their order, so this last one keeps the logger alive until all samples have been
+  /// taken.
   long long finish();
 
  private:
   const std::string name_;
   android::kiv::TelemetryEnv env_;
   long long reports_ = 0;
+  bool finished_ = false;
 };
 
 }  // namespace render_service

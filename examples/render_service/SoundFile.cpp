@@ -9,7 +9,7 @@
 namespace render_service {
 
 UniqueFd openForReading(const std::string& path) {
-  // A pipe without a writer would otherwise keep us waiting here.
+  // Opening a pipe without a writer would block otherwise.
   UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (fd.get() < 0 || fstat(fd.get(), &status) != 0) return UniqueFd();

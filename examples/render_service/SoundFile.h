@@ -1,4 +1,4 @@
-/// Sound files, by libsndfile.
+/// Sound files, read and written with libsndfile.
 #pragma once
 
 #include <sndfile.h>
@@ -18,22 +18,22 @@ struct SoundFileCloser {
 using SoundFileHandle = std::unique_ptr<SNDFILE, SoundFileCloser>;
 }  // namespace internal
 
-/// Opens the regular file `path` for reading. Without success the descriptor is empty and `errno`
-/// tells why.
+/// Opens the regular file `path` for reading. On failure the descriptor is empty and `errno` is
+/// set.
 UniqueFd openForReading(const std::string& path);
 
-/// Creates or empties the file `path` for writing. Without success the descriptor is empty and
-/// `errno` tells why.
+/// Creates or empties the file `path` for writing. On failure the descriptor is empty and `errno`
+/// is set.
 UniqueFd openForWriting(const std::string& path);
 
 /// An open sound file that is read from the beginning to the end. Not synchronised.
 class SoundFileReader {
  public:
-  /// Takes over the descriptor. Whether it is a sound file is for `error()` to say.
+  /// Takes ownership of the descriptor. `error()` is 0 if it is a sound file.
   explicit SoundFileReader(UniqueFd fd);
 
-  /// libsndfile's number of what went wrong last, or 0. A reader that was born with an error can do
-  /// nothing else.
+  /// libsndfile's number of the last error, or 0. If it is not 0 after construction, no other
+  /// operation may be called.
   int error() const { return file_ == nullptr ? open_error_ : sf_error(file_.get()); }
 
   const SF_INFO& info() const { return info_; }
@@ -41,8 +41,8 @@ class SoundFileReader {
   /// The container's name, such as "WAV (Microsoft)".
   std::string container() const;
 
-  /// Reads up to `frames` frames, interleaved, full scale being 1. Fewer come at the end, or where
-  /// the file is damaged.
+  /// Reads up to `frames` interleaved frames, with a full scale of 1. Returns fewer at the end or
+  /// where the file is damaged.
   size_t read(float* interleaved, size_t frames);
 
  private:
@@ -56,17 +56,16 @@ class SoundFileReader {
 /// four gigabytes, which is six hours of stereo. Not synchronised.
 class SoundFileWriter {
  public:
-  /// Takes over the descriptor of an empty file. Whether it can be written is for `error()` to say.
+  /// Takes ownership of the descriptor of an empty file. `error()` is 0 if it can be written.
   SoundFileWriter(UniqueFd fd, int sample_rate, int channels);
 
-  /// libsndfile's number of the first thing that went wrong, or 0. There is nothing to be done with
-  /// a writer that has one.
+  /// libsndfile's number of the first error, or 0. After an error, nothing more is written.
   int error() const { return error_; }
 
-  /// Appends interleaved frames. False if they could not be written.
+  /// Appends interleaved frames. Returns false if they could not be written.
   bool write(const float* interleaved, size_t frames);
 
-  /// Completes the file. False if that failed, or anything before. Nothing may follow.
+  /// Completes the file. Returns false after any error. Must be the last call.
   bool close();
 
  private:

@@ -14,7 +14,7 @@ using android::kiv::KivErrorSeverity;
 
 namespace {
 
-// How often somebody who waits for the service looks at the progress.
+// While the client waits for the service, it updates the progress bar this often.
 constexpr RenderService::Patience kPatience{50};
 
 uint64_t countFrames(const std::vector<std::string>& files) {
@@ -31,14 +31,17 @@ uint64_t countFrames(const std::vector<std::string>& files) {
 
 }  // namespace
 
-StreamClient::StreamClient(RenderService& service, ProgressBar& progress,
-                           const android::kiv::KivSessionId& session)
-    : service_(service), progress_(progress), reporter_("StreamClient", session) {}
+StreamClient::StreamClient(RenderService& service, ProgressBar& progress)
+    : service_(service), progress_(progress), reporter_("StreamClient") {}
 
 size_t StreamClient::play(const std::vector<std::string>& files) {
-  // All files are looked into for this, so not unless somebody watches.
+  // This opens every file, so it is done only if the total is shown.
   if (progress_.enabled()) progress_.setTotal(countFrames(files));
   for (size_t i = 0; i < files.size(); ++i) {
+    if (stopping_) {
+      failed_ += files.size() - i;
+      break;
+    }
     if (StreamPtr stream = open(files[i], i, files.size())) start(std::move(stream));
     while (closeFinished(Patience::zero())) {
     }
@@ -51,6 +54,11 @@ size_t StreamClient::play(const std::vector<std::string>& files) {
   return failed_;
 }
 
+void StreamClient::stop() {
+  stopping_ = true;
+  service_.stop();
+}
+
 StreamClient::StreamPtr StreamClient::open(const std::string& file, size_t index, size_t count) {
   RenderService::Opening opening;
   if (UniqueFd fd = openForReading(file); fd.get() >= 0) {
@@ -59,8 +67,10 @@ StreamClient::StreamPtr StreamClient::open(const std::string& file, size_t index
   } else {
     const int error = errno;
     opening.refusal = std::strerror(error);
-    reporter_.systemError(error, "openStream", KivErrorSeverity::ERROR);
-    reporter_.error(KivError::CLIENT_STREAM_OPEN_FAILED, "openStream", KivErrorSeverity::ERROR);
+    // One failure is one report: a second one, of the same failure as Android's status, would make
+    // each missing file count twice. Android's status codes are negative errno values.
+    reporter_.error(KivError::CLIENT_STREAM_OPEN_FAILED, -error, "openStream",
+                    KivErrorSeverity::ERROR);
   }
   reporter_.clientCall("openStream", opening.stream != nullptr);
   if (opening.stream == nullptr) fail(file, opening.refusal);
@@ -76,14 +86,16 @@ void StreamClient::start(StreamPtr stream) {
   }
   reporter_.clientCall("startStream", result == RenderService::Start::TAKEN);
   if (result == RenderService::Start::TAKEN) return;
-  fail(stream->name(), "could not be started");
+  fail(stream->name(), stopping_ ? "stopped" : "could not be started");
   close(std::move(stream));
 }
 
-bool StreamClient::closeFinished(Patience patience) {
-  StreamPtr stream = service_.takeFinished(patience);
+bool StreamClient::closeFinished(Patience timeout) {
+  StreamPtr stream = service_.takeFinished(timeout);
   if (stream == nullptr) return false;
-  if (!stream->complete()) fail(stream->name(), "could not be rendered to its end");
+  if (!stream->complete()) {
+    fail(stream->name(), stopping_ ? "stopped" : "could not be rendered to its end");
+  }
   close(std::move(stream));
   return true;
 }

@@ -7,7 +7,7 @@
 
 namespace render_service {
 
-/// Closes the descriptor that it holds. Negative ones stand for none.
+/// Closes the descriptor that it holds. A negative descriptor means none.
 class UniqueFd {
  public:
   explicit UniqueFd(int fd = -1) : fd_(fd) {}

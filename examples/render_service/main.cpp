@@ -1,4 +1,5 @@
-// An audio-rendering service in small, as an example of a program that reports telemetry.
+// A small audio-rendering service, as an example of a program that reports telemetry.
+#include <android/log.h>
 #include <kiv/TelemetryLogger.h>
 #include <unistd.h>
 
@@ -10,9 +11,11 @@
 #include <string>
 
 #include "Options.h"
+#include "PeriodicTask.h"
 #include "ProgressBar.h"
 #include "RenderService.h"
 #include "StreamClient.h"
+#include "TerminationSignals.h"
 
 namespace render_service {
 
@@ -23,12 +26,30 @@ struct Summary {
   size_t files = 0;
   size_t failed = 0;
   double seconds = 0.0;
+  bool stopped = false;  // by a signal, and the output is complete up to there
 };
 
+/// Writes a message of the Android log to the standard error, shorter than liblog would on a host,
+/// and in place of the progress bar, which is drawn again later. Called on any thread.
+void logToStandardError(const __android_logger_data* data, const char* message) {
+  constexpr char kPriorities[] = "??VDIWEFS";
+  constexpr int kKnown = sizeof(kPriorities) - 1;
+  const char priority =
+      data->priority >= 0 && data->priority < kKnown ? kPriorities[data->priority] : '?';
+  static const bool on_terminal = isatty(STDERR_FILENO) != 0;
+  std::fprintf(stderr, "%s%c %s: %s\n", on_terminal ? "\r\x1B[K" : "", priority,
+               data->tag == nullptr ? "" : data->tag, message);
+}
+
+/// Submits what has been aggregated, for all loggers of the process. Windows close only when a
+/// later report of the same kind arrives, so without this the last error before a quiet hour would
+/// be submitted after that hour, or be lost with a process that is killed.
+void flushTelemetry() { android::kiv::TelemetryEnv().getLogger()->flush(); }
+
 void print(const Summary& summary, const std::string& output, double elapsed) {
-  std::printf("Rendered %zu of %zu files, %.1f s of sound, to %s in %.2f s; made %lld reports.\n",
-              summary.files - summary.failed, summary.files, summary.seconds, output.c_str(),
-              elapsed, summary.reports);
+  std::printf("%sendered %zu of %zu files (%.1f s of sound) in %.2f s, with %lld reports.\n%s\n",
+              summary.stopped ? "Stopped by a signal; r" : "R", summary.files - summary.failed,
+              summary.files, summary.seconds, elapsed, summary.reports, output.c_str());
 }
 
 void write(const Summary& summary, const char* path) {
@@ -43,10 +64,13 @@ void write(const Summary& summary, const char* path) {
 }
 
 Summary render(const Options& options) {
-  const android::kiv::KivSessionId session(nullptr);
   ProgressBar progress(stderr, !options.quiet && isatty(STDERR_FILENO) != 0);
-  RenderService service(session);
-  StreamClient client(service, progress, session);
+  RenderService service(options.real_time ? AudioThread::Pace::REAL_TIME : AudioThread::Pace::FAST);
+  StreamClient client(service, progress);
+
+  // Declared after what they use, so that both threads end first.
+  const TerminationSignals signals([&client] { client.stop(); });
+  const PeriodicTask flusher(options.flush_period, flushTelemetry);
 
   const size_t files = options.files.size();
   const std::string refusal = service.open(options.output);
@@ -62,6 +86,7 @@ Summary render(const Options& options) {
   summary.files = files;
   summary.failed = written ? failed : files;
   summary.seconds = service.seconds();
+  summary.stopped = written && signals.received() != 0;
   return summary;
 }
 
@@ -74,7 +99,7 @@ int run(int argc, char** argv) {
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
   print(summary, options.output, elapsed.count());
   if (const char* const path = std::getenv("RENDER_SERVICE_SUMMARY")) write(summary, path);
-  return summary.failed < summary.files ? EXIT_SUCCESS : EXIT_FAILURE;
+  return summary.stopped || summary.failed < summary.files ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace
@@ -82,7 +107,10 @@ int run(int argc, char** argv) {
 }  // namespace render_service
 
 int main(int argc, char** argv) {
+  render_service::blockTerminationSignals();
+  __android_log_set_logger(render_service::logToStandardError);
   try {
+    // An ordinary return: telemetry that is still aggregated is submitted at exit.
     return render_service::run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "render_service: %s\n", error.what());

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes sound files that the rendering service cannot take: errors are what telemetry is for."""
+"""Makes two sound files that the rendering service refuses, so that the demo has errors to report."""
 
 import pathlib
 import sys

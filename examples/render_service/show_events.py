@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Prints a table of telemetry events that were written as lines of JSON.
+"""Prints a table of telemetry events from lines of JSON.
 
-The exit status is 1 if anything could not be read, and 2 if the command line was wrong.
+The exit status is 1 if a file or a line could not be read, and 2 if the command line was wrong.
 """
 
 import argparse
 import json
 import sys
 
-WIDTH = 100
+WIDTH = 80
 INDENT = "  "
 GAP = "  "
 ELLIPSIS = "…"
@@ -19,7 +19,7 @@ CALL_PREFIX = "client_api_call."
 
 
 class Malformed(Exception):
-    """A line or file that is not what it should be."""
+    """A line that is no event, or a file that is no summary."""
 
 
 def without_prefix(text, prefix):
@@ -39,7 +39,7 @@ def stream_type(event):
 
 
 def value(event):
-    """The one of the three slots that is in use; the others are empty or zero."""
+    """The value in whichever of the three fields is used; the others are empty or zero."""
     number = event["value_float"]
     if event["value_string"]:
         return event["value_string"]
@@ -68,7 +68,7 @@ def field(name):
     return lambda event: event[name]
 
 
-# Per kind of event: its title, and its columns as (title, how to get it).
+# For each kind of event: its title, and its columns as (title, function that gets the text).
 KINDS = {
     "errors": (
         "Errors",
@@ -78,7 +78,6 @@ KINDS = {
             ("class", field("kiv_class")),
             ("api", field("kiv_api")),
             ("code", field("kiv_error_code")),
-            ("session", session),
         ],
     ),
     "streams": (
@@ -122,7 +121,7 @@ NUMBERS = {"count", "rate", "channels", "samples", "µs on average"}
 
 TEXT = (str,)
 INTEGER = (int,)
-FLOAT = (int, float, type(None))  # what was not finite is written as null
+FLOAT = (int, float, type(None))  # numbers that are not finite are written as null
 
 # The fields that the columns take from an event of each name.
 FIELDS = {
@@ -155,7 +154,7 @@ FIELDS = {
 
 
 def parse(line):
-    """The event on a line."""
+    """Returns the event on a line."""
     try:
         event = json.loads(line)
     except ValueError as error:
@@ -180,7 +179,7 @@ def kind_of(event):
 
 
 def read_events(path):
-    """The events of a file, and how many of its lines were malformed."""
+    """Returns the events of a file and the number of malformed lines."""
     events = []
     malformed = 0
     with open(path, "rb") as file:
@@ -194,7 +193,7 @@ def read_events(path):
 
 
 def read_reports(path):
-    """How many reports the summary at `path` tells of."""
+    """Returns the number of reports according to the summary at `path`."""
     with open(path, "rb") as file:
         try:
             reports = json.load(file)["reports"]
@@ -207,9 +206,9 @@ def read_reports(path):
 
 def fit(widths):
     """Narrows the widest columns until all of them fit."""
-    room = WIDTH - len(INDENT) - len(GAP) * (len(widths) - 1)
+    available = WIDTH - len(INDENT) - len(GAP) * (len(widths) - 1)
     widths = list(widths)
-    while sum(widths) > room:
+    while sum(widths) > available:
         widths[widths.index(max(widths))] -= 1
     return widths
 
@@ -227,9 +226,11 @@ def printable(item):
 def print_table(kind, events):
     title, columns = KINDS[kind]
     titles = [name for name, _ in columns]
+    # Sorted by name, not by count: the windows of one aggregate are listed together, in their order.
+    keys = [get for name, get in columns if name not in NUMBERS and name != "value"]
+    events = sorted(events, key=lambda event: ([str(get(event)) for get in keys],
+                                               event.get("end_time_since_epoch", 0)))
     rows = [[printable(get(event)) for _, get in columns] for event in events]
-    # By name rather than by count, so that the windows of one aggregate stand together.
-    rows.sort(key=lambda row: row[1:])
     widths = fit([max(map(len, texts)) for texts in zip(titles, *rows)])
     print(f"{title}: {len(rows):,}")
     for row in [titles] + rows:
@@ -262,10 +263,10 @@ def main():
         "summary",
         metavar="SUMMARY.json",
         nargs="?",
-        help="what the reporting program wrote about itself",
+        help="the summary that the reporting program wrote",
     )
     arguments = parser.parse_args()
-    # A terminal that cannot show a character shows a question mark.
+    # Characters that the terminal's encoding lacks are printed as question marks.
     sys.stdout.reconfigure(errors="replace")
     try:
         reports = read_reports(arguments.summary) if arguments.summary else None

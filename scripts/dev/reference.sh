@@ -7,7 +7,7 @@ check_events() {
   need "${events_packages[@]}"
   build dev event_tap events_document tamsa_jsonl render_service exit_program readme_client \
     telemetry_test model_test endurance_test render_service_test system_test derived_client_test \
-    desk_reporter
+    sample_reporter
   say "Checking that events are what docs/events.md and docs/events.schema.json say"
   tests/events/check_events.py build/dev
 }

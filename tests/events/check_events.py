@@ -267,7 +267,7 @@ class Demo:
 class Reporter:
     """The program whose events the tests of the viewing tools use."""
 
-    path = "tools/desk_reporter"
+    path = "tools/sample_reporter"
     environment = {"LD_LIBRARY_PATH": str(JSONL)}
     own_sessions = False
 

@@ -1,5 +1,5 @@
-"""Checks that a guide shows its examples' files as they are: below each line that is the name of a
-file, in backquotes, stands the whole file.
+"""Checks that a guide shows its examples' files unchanged: each line that is the name of a file, in
+backquotes, is followed by the whole file.
 
 Usage: check_guide.py GUIDE DIRECTORY NUMBER_OF_FILES
 """

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The log viewer reads the module's lines as the format says.
+"""Tests that the log viewer reads the module's lines.
 
 Usage: lnav_test.py LNAV_DIRECTORY REPORTER MODULE_DIRECTORY
 """
@@ -14,7 +14,7 @@ import sys
 import tempfile
 import unittest
 
-import desk
+import real_events
 
 FORMATS, REPORTER, MODULE = sys.argv[1], sys.argv[2], sys.argv[3]
 del sys.argv[1:]
@@ -23,7 +23,7 @@ LEVELS = {0: "info", 1: "warning", 2: "error", 3: "fatal"}
 
 
 def written(milliseconds):
-    """As the viewer writes times: in UTC."""
+    """Formats a time as the viewer does, in UTC."""
     moment = datetime.datetime.fromtimestamp(milliseconds // 1000, datetime.timezone.utc)
     return f"{moment:%Y-%m-%d %H:%M:%S}.{milliseconds % 1000:03}"
 
@@ -34,18 +34,18 @@ class LnavTest(unittest.TestCase):
         cls.directory = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.directory.cleanup)
         cls.file = pathlib.Path(cls.directory.name) / "events.jsonl"
-        first = desk.report(REPORTER, MODULE, cls.file.with_suffix(".1"))
-        second = desk.report(REPORTER, MODULE, cls.file.with_suffix(".2"))
-        # As in a file that several processes share, what is written later may have ended earlier.
+        first = real_events.report(REPORTER, MODULE, cls.file.with_suffix(".1"))
+        second = real_events.report(REPORTER, MODULE, cls.file.with_suffix(".2"))
+        # In a file that several processes share, a later line may have an earlier time.
         cls.file.write_bytes(second + first)
-        cls.events = desk.parse(second + first)
+        cls.events = real_events.parse(second + first)
 
     def lnav(self, *arguments):
         environment = {**os.environ, "HOME": self.directory.name, "XDG_CONFIG_HOME": "",
                        "TZ": "America/New_York"}
         result = subprocess.run(["lnav", "-I", FORMATS, *arguments], env=environment,
                                 stdin=subprocess.DEVNULL, capture_output=True, check=True)
-        self.assertEqual(result.stderr, b"")  # Errors do not show in the exit status.
+        self.assertEqual(result.stderr, b"")  # The exit status is 0 even after errors.
         return result.stdout.decode()
 
     def rows(self, query):
@@ -53,7 +53,7 @@ class LnavTest(unittest.TestCase):
                                     str(self.file)))
 
     def assert_rows(self, found, expected):
-        """In whatever order."""
+        """Compares rows without their order."""
         self.assertGreater(len(expected), 0)
         self.assertCountEqual([sorted(row.items()) for row in found],
                               [sorted(row.items()) for row in expected])

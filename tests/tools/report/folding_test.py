@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What a report says is what the events say.
+"""Tests that a report has the numbers of its events.
 
 Usage: folding_test.py REPORT_DIRECTORY
 """
@@ -16,6 +16,7 @@ sys.path.insert(0, sys.argv.pop(1))
 
 import sample_events as sample  # noqa: E402
 from kiv_telemetry_report import charts, reading, texts, timeline, views  # noqa: E402
+from kiv_telemetry_report.facts import Facts, for_script  # noqa: E402
 from kiv_telemetry_report.events import Kind, Malformed, parse  # noqa: E402
 from kiv_telemetry_report.page import as_json  # noqa: E402
 from kiv_telemetry_report.summary import Summary  # noqa: E402
@@ -25,7 +26,7 @@ NOON = sample.NOON
 
 
 def read(content):
-    """The summary of a file with this content, and what is known of the file."""
+    """Returns the summary of a file with this content, and its source."""
     summary = Summary()
     with tempfile.NamedTemporaryFile(suffix=".jsonl") as file:
         file.write(content)
@@ -51,7 +52,7 @@ def changed(**fields):
 
 
 class CountTest(unittest.TestCase):
-    def test_reports_are_what_events_stand_for(self):
+    def test_reports_are_counted_and_not_events(self):
         summary = summary_of(sample.error(count=5), sample.stream(count=7), sample.latency(11))
         self.assertEqual(summary.reports, 23)
         self.assertEqual(summary.events[Kind.ERROR].value, 1)
@@ -88,7 +89,7 @@ class KindTest(unittest.TestCase):
         summary = summary_of(event)
         return [kind for kind in Kind if summary.events[kind].value]
 
-    def test_every_kind_is_told_from_the_others(self):
+    def test_every_kind_is_recognised(self):
         for event, kind in (
                 (sample.error(), Kind.ERROR),
                 (sample.stream(), Kind.STREAM),
@@ -116,13 +117,13 @@ class ValueTest(unittest.TestCase):
         windows, = summary_of(*events).numbers.values()
         return windows
 
-    def test_averages_weigh_as_much_as_went_into_them(self):
+    def test_averages_are_weighted_by_their_reports(self):
         summary = summary_of(sample.trace("render", 100, 3), sample.trace("render", 500, 1))
         trace = summary.traces["render"]
         self.assertEqual((trace.tally.value, trace.reports), (200, 4))
         self.assertEqual((trace.lowest.value, trace.highest.value), (100, 500))
 
-    def test_averages_of_floats_weigh_so_too(self):
+    def test_averages_of_floats_are_weighted_too(self):
         folded = self.folded(sample.value("load", 3, real=0.5), sample.value("load", 1, real=-2.5))
         self.assertEqual(folded.tally.value, -0.25)
 
@@ -137,17 +138,17 @@ class ValueTest(unittest.TestCase):
                              sample.value("ticks", 3, "COUNT", integer=3))
         self.assertEqual(folded.tally.value, 5)
 
-    def test_the_greatest_and_the_least_remain(self):
+    def test_maxima_and_minima_are_those_of_all_windows(self):
         summary = summary_of(*(sample.value("depth", 1, method, integer=value)
                                for method in ("MAX", "MIN") for value in (-5, -9, -2)))
         self.assertEqual(summary.numbers["depth", "MAX"].tally.value, -2)
         self.assertEqual(summary.numbers["depth", "MIN"].tally.value, -9)
 
-    def test_what_is_not_finite_is_counted_and_left_out(self):
+    def test_numbers_that_are_not_finite_are_counted_and_left_out(self):
         folded = self.folded(sample.value("load", 1, real=2.0), sample.value("load", 4, real=None))
         self.assertEqual((folded.tally.value, folded.reports, folded.not_finite), (2.0, 5, 1))
 
-    def test_a_method_that_is_not_known_has_no_value(self):
+    def test_an_unknown_method_has_no_value(self):
         folded = self.folded(sample.value("load", 2, "MEDIAN", integer=3))
         self.assertEqual((folded.tally.value, folded.reports), (None, 2))
 
@@ -175,16 +176,16 @@ class TimeTest(unittest.TestCase):
         self.assertEqual([tally.value for *_, tally in rows], [300] * 33 + [100])
         self.assertEqual(rows[1][0], NOON + 300_000)
 
-    def test_every_width_is_made_of_whole_narrower_ones(self):
+    def test_every_width_is_a_multiple_of_the_narrower_ones(self):
         for narrow, wide in zip(timeline.WIDTHS, timeline.WIDTHS[1:]):
             self.assertEqual(wide % narrow, 0)
 
-    def test_no_more_bins_are_shown_than_can_be_seen(self):
+    def test_the_number_of_shown_bins_is_limited(self):
         for span in (0, 59_000, 60_000, 3_600_000, 86_400_000 * 365, 10**14):
             width = timeline.width_for(NOON, NOON + span)
             self.assertLessEqual((NOON + span) // width - NOON // width, timeline.MOST_SHOWN - 1)
 
-    def test_what_is_shown_is_never_finer_than_what_is_kept(self):
+    def test_shown_bins_are_never_narrower_than_kept_ones(self):
         chance = random.Random(3)
         for _ in range(20):
             times = timeline.Timeline(lambda _: Total())
@@ -195,7 +196,7 @@ class TimeTest(unittest.TestCase):
 
 
 class IndependentTest(unittest.TestCase):
-    """The same, counted again from the lines in the plainest way."""
+    """Compares the summary with counts that are made directly from the lines."""
 
     @classmethod
     def setUpClass(cls):
@@ -266,65 +267,153 @@ class IndependentTest(unittest.TestCase):
         self.assertEqual({(f"client_api_call.{api}", result): count
                           for (api, result), count in self.summary.calls.items()}, counts)
 
-    def test_every_chart_of_reports_adds_up_to_its_kind(self):
+    def test_every_table_of_reports_adds_up_to_its_kind(self):
         totals = {"errors-by-code": Kind.ERROR, "errors-by-class": Kind.ERROR,
-                  "errors-by-api": Kind.ERROR, "streams": Kind.STREAM, "calls": Kind.CALL,
-                  "texts": Kind.TEXT}
+                  "errors-by-file": Kind.ERROR, "streams": Kind.STREAM, "calls": Kind.CALL,
+                  "texts": Kind.TEXT, "failure-rates": Kind.CALL}
         for section in views.sections(self.summary, [self.source]):
             for chart in section.charts:
                 if chart.name in totals:
-                    self.assertEqual(sum(row["reports"] for row in chart.data["rows"]),
+                    titles = [column.title for column in chart.table.columns]
+                    column = titles.index("Calls" if "Calls" in titles else "Reports")
+                    self.assertEqual(sum(row[column] for row in chart.table.rows),
                                      self.summary.kinds[totals.pop(chart.name)].value)
         self.assertEqual(totals, {})
 
+    def test_cells(self):
+        counts = collections.Counter()
+        for event in self.events:
+            counts[event["end_time_since_epoch"] // 30_000 * 30_000, event["kiv_session_id"]] += \
+                event["aggregated_count"]
+        sessions = list(self.summary.sessions)
+        found = collections.Counter()
+        for start, key, cell in self.summary.facts.rows(30_000):
+            found[start, sessions[key.session]] += cell.reports
+        self.assertEqual(found, counts)
+
+
+class FileTest(unittest.TestCase):
+    """Events of several files."""
+
+    def summary(self, *files, facts=None):
+        summary = Summary()
+        summary.facts = facts or summary.facts
+        for number, events in enumerate(files):
+            for event in events:
+                summary.add(parse(json.dumps(event).encode()), number)
+        return summary
+
+    def test_errors_are_counted_by_file_and_severity(self):
+        summary = self.summary(
+            [sample.error(count=2), sample.error("kiv.OTHER", count=3, end=NOON + 9000)],
+            [sample.error(count=4), sample.error(severity=3)])
+        self.assertEqual({key: e.reports for key, e in summary.errors_by_file.items()},
+                         {(0, 2): 5, (1, 2): 4, (1, 3): 1})
+        self.assertEqual(summary.errors_by_file[0, 2].span.end.value, NOON + 9000)
+
+    def test_an_error_knows_the_number_of_its_files(self):
+        summary = self.summary([sample.error()], [sample.error(), sample.error()], [sample.stream()])
+        self.assertEqual([len(e.files) for e in summary.errors.values()], [2])
+
+    def test_cells_are_apart_by_file_session_and_time(self):
+        summary = self.summary([sample.error(), sample.error(session="b")],
+                               [sample.error(), sample.error(count=5, end=NOON + 2000)])
+        sessions = list(summary.sessions)
+        found = [(start, key.file, sessions[key.session], cell.reports)
+                 for start, key, cell in summary.facts.rows(1000)]
+        self.assertCountEqual(found, [(NOON, 0, sample.SESSION, 1), (NOON, 0, "b", 1),
+                                      (NOON, 1, sample.SESSION, 1),
+                                      (NOON + 2000, 1, sample.SESSION, 5)])
+
+    def test_too_many_cells_are_merged_and_none_is_lost(self):
+        facts = Facts(most_cells=400)
+        events = [sample.error(end=NOON + 1000 * i, session=f"s{i % 7}.x", count=i + 1)
+                  for i in range(5000)]
+        summary = self.summary(events, facts=facts)
+        self.assertLessEqual(len(facts.cells), 400)
+        self.assertLessEqual(facts.width, summary.bin_width)
+        self.assertEqual(sum(cell.reports for *_, cell in facts.rows(summary.bin_width)),
+                         5000 * 5001 // 2)
+
+    def test_sessions_are_merged_where_there_are_too_many(self):
+        facts = Facts(most_cells=100)
+        events = [sample.error(session=f"s{i}", end=NOON + i % 3 * 1000) for i in range(5000)]
+        summary = self.summary(events, facts=facts)
+        self.assertEqual(len(facts.cells), 3)
+        self.assertIsNone(for_script(facts, summary.bin_width, summary.sessions)["sessions"])
+        self.assertEqual(len(summary.sessions), 5000)
+
+    def test_names_of_files_are_as_short_as_they_can_be(self):
+        for paths, names in (
+                (["/var/log/a/t.jsonl", "/var/log/b/t.jsonl"], ["a", "b"]),
+                (["host-1.jsonl", "host-2.jsonl"], ["host-1.jsonl", "host-2.jsonl"]),
+                (["/x/a/t.jsonl"], ["t.jsonl"]),
+                (["a/t", "a/b/t"], ["t", "b/t"]),
+                (["a", "a/b"], ["a", "a/b"]),
+                (["standard input", "a/t"], ["standard input", "a/t"])):
+            self.assertEqual(texts.short_names(paths), names)
+
+
+class CallTest(unittest.TestCase):
+    def rates(self, summary):
+        return {api: (calls.made, calls.failed) for api, calls in summary.failures.items()}
+
+    def test_calls_with_another_result_than_success_have_failed(self):
+        summary = summary_of(sample.call("open", "ok", 5), sample.call("open", "OK", 2),
+                             sample.call("open", "failed", 3), sample.call("close", "", 1))
+        self.assertEqual(self.rates(summary), {"open": (10, 3), "close": (1, 1)})
+        self.assertEqual(summary.failures["open"].value, 0.3)
+
+    def test_the_results_of_success_can_be_chosen(self):
+        summary = Summary(["done"])
+        for event in (sample.call("open", "Done", 5), sample.call("open", "ok", 1)):
+            summary.add(event)
+        self.assertEqual(self.rates(summary), {"open": (6, 1)})
+
+    def test_rates_over_time_are_of_their_bin(self):
+        summary = summary_of(sample.call("open", "ok", 3), sample.call("open", "no", 1),
+                             sample.call("open", "no", 2, end=NOON + 5000))
+        self.assertEqual([tally.value for *_, tally in summary.failures_over_time.rows(1000)],
+                         [0.25, 1.0])
+
+    def test_apis_with_the_most_failures_come_first(self):
+        summary = summary_of(sample.call("often", "no", 1), sample.call("often", "ok", 50),
+                             sample.call("never", "ok", 900), sample.call("bad", "no", 7))
+        self.assertEqual([name for name, _ in views.ranked_failures(summary)],
+                         ["bad", "often", "never"])
+
+
+class TopErrorsTest(unittest.TestCase):
+    def test_errors_are_sorted_by_their_number_and_then_by_severity(self):
+        summary = summary_of(sample.error("kiv.B", 1, 3), sample.error("kiv.A", 7, 0),
+                             sample.error("kiv.C", 1, 2), sample.error("kiv.D", 9, 1))
+        self.assertEqual([row[1] for row in views.top_errors(summary).table.rows],
+                         ["kiv.D", "kiv.A", "kiv.B", "kiv.C"])
+
 
 class CutTest(unittest.TestCase):
-    def test_what_does_not_fit_becomes_one_bar(self):
-        counts = {(f"name {i:02}", "part"): 100 - i for i in range(40)}
-        data = charts.bars(counts)
-        self.assertEqual(data["bars"], [f"name {i:02}" for i in range(12)] + ["28 others"])
-        self.assertEqual(data["rows"][-1],
-                         {"bar": "28 others", "part": "part",
-                          "reports": sum(100 - i for i in range(12, 40))})
-
-    def test_a_single_one_more_is_shown(self):
-        counts = {(f"name {i:02}", "part"): 1 for i in range(13)}
-        self.assertEqual(charts.bars(counts)["bars"], [f"name {i:02}" for i in range(13)])
-
-    def test_parts_that_do_not_fit_become_one(self):
-        counts = {("name", f"part {i}"): 100 - i for i in range(9)}
-        data = charts.bars(counts)
-        self.assertEqual(data["parts"], [f"part {i}" for i in range(6)] + ["3 others"])
-        self.assertEqual(data["rows"][-1]["reports"], 94 + 93 + 92)
-
-    def test_a_table_says_what_it_leaves_out(self):
+    def test_a_table_says_how_much_it_leaves_out(self):
         table = charts.cut_table([], [(i, 2) for i in range(205)], lambda row: row[1])
         self.assertEqual((len(table.rows), table.rest), (200, "5 more, with 10 reports in all"))
 
-    def test_names_that_look_alike_stay_apart(self):
-        long = "x" * 400
-        data = charts.bars({(long + "1", ""): 2, (long + "2", ""): 1})
-        self.assertEqual(len(set(data["bars"])), 2)
-        self.assertEqual([row["reports"] for row in data["rows"]], [2, 1])
-
 
 class UnreadableTest(unittest.TestCase):
-    def test_lines_that_are_no_events_are_counted_and_told(self):
+    def test_lines_that_are_no_events_are_counted_and_listed(self):
         good = sample.lines([sample.error(count=3)])
         summary, source = read(good + b"torn{\n" + b"\n" + b"[]\n" + good)
         self.assertEqual((summary.reports, source.events, source.unreadable), (6, 2, 2))
-        self.assertEqual([number for number, _ in source.told], [2, 4])
+        self.assertEqual([number for number, _ in source.shown], [2, 4])
 
-    def test_only_the_first_are_told(self):
+    def test_only_the_first_are_listed(self):
         _, source = read(b"x\n" * 1000)
-        self.assertEqual((source.unreadable, len(source.told)), (1000, reading.MOST_TOLD))
+        self.assertEqual((source.unreadable, len(source.shown)), (1000, reading.MOST_SHOWN))
 
     def test_a_line_without_end_is_one_unreadable_line(self):
         good = sample.lines([sample.error()])
         long = b"x" * (3 * reading.LONGEST_LINE + 5) + b"\n"
         summary, source = read(long + good)
         self.assertEqual((summary.reports, source.unreadable), (1, 1))
-        self.assertEqual(source.told, [(1, "too long")])
+        self.assertEqual(source.shown, [(1, "too long")])
 
     def test_a_file_may_end_without_a_newline(self):
         summary, _ = read(sample.lines([sample.error()]).rstrip())
@@ -339,7 +428,7 @@ class UnreadableTest(unittest.TestCase):
                          "end_time_since_epoch is out of range")
         self.assertEqual(why(b'{"event":"wexo_kiv_error_code"}'), "lacks aggregated_count")
 
-    def test_what_only_looks_like_json_is_refused(self):
+    def test_malformed_json_is_refused(self):
         for line in (b"", b"NaN", b'{"event": NaN}', b"\xff", b"[" * 100_000, b"9" * 10_000):
             with self.subTest(line=line[:20]):
                 self.assertTrue(why(line).startswith("not JSON"))
@@ -353,7 +442,7 @@ class UnreadableTest(unittest.TestCase):
 
 
 class TextTest(unittest.TestCase):
-    def test_characters_that_are_not_seen_are_spelled_out(self):
+    def test_invisible_characters_are_escaped(self):
         self.assertEqual(texts.display("a\u202eb\n\ud800"), "a\\u202eb\\n\\ud800")
 
     def test_json_cannot_end_its_element(self):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Files that one waits for.
+"""Tests of large files.
 
 Usage: large_files_test.py COMMAND
 """
@@ -18,7 +18,7 @@ import sample_events as sample  # noqa: E402
 
 COMMAND = os.path.abspath(sys.argv.pop(1))
 
-# Says on a line of its own how much memory it took at most, in KiB.
+# Runs a command, and prints its peak memory in KiB on the last line.
 MEASURE = """
 import resource, subprocess, sys
 subprocess.run(sys.argv[1:], check=True)
@@ -35,7 +35,7 @@ class LargeFilesTest(unittest.TestCase):
         self.lines = sample.lines(sample.busy_lab(240))
 
     def command(self):
-        # The interpreter that Debian's packages are for.
+        # The interpreter that has the modules of Debian's packages.
         return ["/usr/bin/python3", COMMAND, "-o", str(self.page), str(self.file)]
 
     def memory_for(self, times):
@@ -44,7 +44,7 @@ class LargeFilesTest(unittest.TestCase):
                                   capture_output=True, check=True).stdout.splitlines()[-1])
 
     def on_terminal(self, times):
-        """What a terminal shows as the standard error."""
+        """Returns what a terminal shows of the standard error."""
         self.file.write_bytes(self.lines * times)
         ours, theirs = pty.openpty()
         with subprocess.Popen(self.command(), stdout=subprocess.DEVNULL, stderr=theirs) as process:
@@ -60,7 +60,7 @@ class LargeFilesTest(unittest.TestCase):
     def read(terminal):
         try:
             return os.read(terminal, 4096)
-        except OSError:  # nobody has it open any more
+        except OSError:  # the other side is closed
             return b""
 
     def test_more_lines_take_no_more_memory(self):
@@ -68,12 +68,12 @@ class LargeFilesTest(unittest.TestCase):
         self.assertGreater(20 * len(self.lines), 60_000_000)
         self.assertLess(many, few + 8192)
 
-    def test_a_terminal_sees_how_far_it_is(self):
+    def test_a_terminal_shows_the_progress(self):
         shown = self.on_terminal(4)
         self.assertIn("Reading:   0%", shown)
         self.assertRegex(shown, r"Reading: +[1-9]\d%")
 
-    def test_what_is_no_terminal_sees_nothing(self):
+    def test_only_a_terminal_shows_the_progress(self):
         self.file.write_bytes(self.lines)
         result = subprocess.run(self.command(), capture_output=True, check=True)
         self.assertNotIn(b"Reading", result.stderr)

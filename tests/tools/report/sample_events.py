@@ -11,7 +11,7 @@ NOON = 1_750_000_000_000 - 1_750_000_000_000 % 86_400_000 + 43_200_000
 WINDOW = 5000
 SESSION = "11111111-1111-4111-8111-111111111111"
 
-# What a reported text may try on a page.
+# Reported texts that try to inject code into a page.
 HOSTILE = (
     "</script><script>window.hurt = 1</script>",
     "<img src=x onerror='window.hurt = 1'>",

@@ -21,7 +21,7 @@ const result = await esbuild.build({
   logLevel: "warning",
 });
 
-// The packages that something of got into the bundle.
+// The packages of which the bundle contains code.
 function bundled() {
   const names = new Set();
   const [{ inputs }] = Object.values(result.metafile.outputs);
@@ -32,7 +32,7 @@ function bundled() {
   return [...names].sort();
 }
 
-// Their licences demand to go wherever the code goes, that is, into every page.
+// The packages' licences must be part of every copy of their code, so of every page.
 function licences() {
   const texts = new Map();
   for (const name of bundled()) {

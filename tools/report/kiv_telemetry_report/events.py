@@ -1,4 +1,4 @@
-"""What a line may hold: an event, as the library hands it to its telemetry module."""
+"""Events on lines of JSON, as the library passes them to its telemetry module."""
 
 import enum
 import json
@@ -11,11 +11,11 @@ LAST_TIME = 253_402_300_799_999  # the end of the year 9999, in milliseconds
 
 
 class Malformed(Exception):
-    """Why a line is not an event."""
+    """The reason why a line is not an event."""
 
 
 class Kind(enum.Enum):
-    """What an event tells of; the values are for people."""
+    """The kinds of events; the values are their titles."""
 
     ERROR = "errors"
     STREAM = "stream events"
@@ -28,7 +28,7 @@ class Kind(enum.Enum):
 
 
 def refuse_constant(name):
-    raise ValueError(f"{name} is no number of JSON")
+    raise ValueError(f"{name} is not JSON")
 
 
 def text(value):
@@ -48,12 +48,12 @@ def within(low, high):
 
 
 def count(value):
-    """Unsigned in the library, but sent as a signed number of the same 32 bits."""
+    """A number that is unsigned in the library, but sent as a signed one of the same 32 bits."""
     return within(-(1 << 31), (1 << 32) - 1)(value) % (1 << 32)
 
 
 def real(value):
-    """None for what is not finite, which is written as null."""
+    """A float, or None for null, which stands for numbers that are not finite."""
     if value is None:
         return None
     if type(value) not in (int, float):
@@ -103,7 +103,7 @@ FIELDS = {
 
 
 def parse(line):
-    """The event on a line, with the values that were meant."""
+    """Returns the event on a line, with its values converted."""
     try:
         event = json.loads(line.decode(), parse_constant=refuse_constant)
     except (ValueError, RecursionError) as error:
@@ -130,7 +130,8 @@ def kind_of(event):
 
 
 def kind_of_value(event):
-    # A text is always counted, and leaves the slots of numbers at 0. A counted number is its count.
+    # The event of a text has the method COUNT and both numbers 0; that of a counted number has its
+    # count, which is not 0.
     no_number = event["value_int"] == 0 and event["value_float"] == 0
     if event["aggregation_method"] == "COUNT" and no_number:
         return Kind.CALL if event["kiv_event_name"].startswith(CALL_PREFIX) else Kind.TEXT
@@ -140,6 +141,6 @@ def kind_of_value(event):
 
 
 def number_in(event):
-    """The one of the two slots for numbers that is in use; None if the number was not finite."""
+    """Returns whichever number the event has; None if it was not finite."""
     number = event["value_float"]
     return event["value_int"] if number == 0 else number

@@ -1,10 +1,10 @@
-"""Elements of a page. Whatever is put in as text comes out as text."""
+"""Elements of a page. All texts are escaped."""
 
 import xml.etree.ElementTree as ET
 
 
 def element(tag, *children, **attributes):
-    """A trailing underscore keeps an attribute apart from Python's own words."""
+    """Makes an element. Attributes that are Python keywords have a trailing underscore."""
     made = ET.Element(tag, {name.rstrip("_").replace("_", "-"): value
                             for name, value in attributes.items()})
     for child in children:
@@ -23,5 +23,5 @@ def append(parent, child):
 
 def document(root):
     body = ET.tostring(root, encoding="unicode", method="html")
-    # Halves of surrogate pairs can be reported, but not written.
+    # Lone surrogates can be reported, but not encoded.
     return ("<!DOCTYPE html>\n" + body + "\n").encode("utf-8", "replace")

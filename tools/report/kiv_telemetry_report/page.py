@@ -1,11 +1,12 @@
-"""The page: one file that needs nothing else, and that can reach nothing else."""
+"""The page: one file that needs no other, and that cannot load or send anything."""
 
 import base64
 import hashlib
 import json
 import math
 
-from . import texts, views
+from . import charts, texts, views
+from .facts import for_script
 from .markup import document, element
 
 
@@ -15,15 +16,15 @@ def fingerprint(text):
 
 
 def policy(style, script):
-    """Only the style and the script that belong to the page; nothing from elsewhere, and nothing
-    that somebody reported."""
+    """A policy that allows the page's own style and script, and nothing else: nothing from elsewhere,
+    and nothing in a reported text."""
     script_source = fingerprint(script) if script else "'none'"
     return (f"default-src 'none'; style-src {fingerprint(style)}; script-src {script_source}; "
             "base-uri 'none'; form-action 'none'")
 
 
 def as_json(data):
-    """For a script element, which the text must not be able to end."""
+    """JSON for a script element; no text in it can end the element."""
     text = json.dumps(finite(data), separators=(",", ":"), allow_nan=False)
     return text.replace("<", "\\u003c")
 
@@ -54,11 +55,25 @@ def header(title, summary, sources):
 
 def tile(shown):
     tone = shown.tone if shown.value else ""
-    made = element("div", element("dt", shown.label), element("dd", f"{shown.value:,}"),
-                   class_=f"tile {tone}".strip())
-    if shown.hint:
-        made.append(element("dd", shown.hint, class_="hint"))
-    return made
+    number = f"{shown.value:,}"
+    return element("div", element("dt", shown.label), element("dd", number, class_=size_of(number)),
+                   element("dd", shown.hint, class_="hint"), class_=f"tile {tone}".strip(),
+                   data_tile=shown.name, data_tone=shown.tone)
+
+
+def size_of(number):
+    """A class for the size of a tile's number: long ones have to fit a narrow screen, too."""
+    return "longest" if len(number) > 19 else "long" if len(number) > 13 else "value"
+
+
+def class_of(column):
+    return "number" if column.to_the_right else "time" if column.form is texts.time else None
+
+
+def header_attributes(column):
+    """What the script needs to make cells of the column."""
+    form = {"data_form": "severity"} if column.form is texts.severity else {}
+    return form | ({"class_": class_of(column)} if class_of(column) else {})
 
 
 def cell(column, value):
@@ -66,34 +81,34 @@ def cell(column, value):
     if column.form is texts.severity:
         badge = element("span", text, class_=f"badge {text.lower().split()[0]}")
         return element("td", badge)
-    kind = "number" if column.to_the_right else "time" if column.form is texts.time else None
-    return element("td", element("bdi", text), **({"class_": kind} if kind else {}))
+    return element("td", element("bdi", text),
+                   **({"class_": class_of(column)} if class_of(column) else {}))
 
 
 def table(shown, caption):
-    titles = [element("th", column.title, scope="col",
-                      **({"class_": "number"} if column.to_the_right else {}))
+    titles = [element("th", column.title, scope="col", **header_attributes(column))
               for column in shown.columns]
     rows = [element("tr", *map(cell, shown.columns, row)) for row in shown.rows]
     made = element("table", element("caption", caption), element("thead", element("tr", *titles)),
                    element("tbody", *rows))
     scroller = element("div", made, class_="scroller", tabindex="0", role="region",
                        aria_label=caption)
-    rest = [element("p", shown.rest, class_="note")] if shown.rest else []
-    return [scroller, *rest]
+    return [scroller, element("p", shown.rest, class_="note rest")]
 
 
 def chart(shown, with_charts):
+    """A figure with a table and, if there is a script, the place of a chart above it."""
     made = element("figure", element("figcaption", shown.title), id=shown.name,
                    **({"class_": "wide"} if shown.wide else {}))
     if shown.note:
         made.append(element("p", shown.note, class_="note"))
-    if shown.data is None or not with_charts:
+    if not shown.drawn or not with_charts:
         made.extend(table(shown.table, shown.title))
         return made
     made.append(element("div", class_="chart", data_chart=shown.name))
     summary = element("summary", f"Table: {texts.plural(len(shown.table.rows), 'row')}")
-    made.append(element("details", summary, *table(shown.table, shown.title)))
+    made.append(element("details", summary, *table(shown.table, shown.title),
+                        **({"open": "open"} if shown.open else {})))
     return made
 
 
@@ -108,8 +123,17 @@ def navigation(sections):
     return element("nav", *links, aria_label="Sections")
 
 
+def data_of(summary, sources):
+    """The data that the script draws and filters."""
+    if summary.span.end.value is None:
+        return {"files": [], "sessions": [], "kinds": {}}
+    return {"files": texts.short_names([source.name for source in sources]),
+            "width": summary.bin_width, "domain": charts.time_domain(summary),
+            **for_script(summary.facts, summary.bin_width, summary.sessions)}
+
+
 def page(title, summary, sources, style, script):
-    """`script` draws the charts; without it there are only tables."""
+    """`script` draws the charts and filters; without it the page has tables only."""
     with_charts = bool(script)
     sections = views.sections(summary, sources)
     tiles = [tile(shown) for shown in views.tiles(summary, sources)]
@@ -117,10 +141,11 @@ def page(title, summary, sources, style, script):
                    element("dl", *tiles, class_="tiles"),
                    element("main", *(section(shown, with_charts) for shown in sections)))
     if with_charts:
-        data = {c.name: c.data | {"title": c.title} for s in sections for c in s.charts if c.data}
         body.insert(1, element("noscript", element(
-            "p", "The charts need scripts. The tables say the same.", class_="note")))
-        body.append(element("script", as_json(data), type="application/json", id="data"))
+            "p", "Charts and filters need scripts. The tables have the same numbers.",
+            class_="note")))
+        body.append(element("script", as_json(data_of(summary, sources)), type="application/json",
+                            id="data"))
         body.append(element("script", script))
     head = element(
         "head", element("meta", charset="utf-8"),

@@ -1,41 +1,74 @@
-"""Files line by line, however large."""
+"""Reads files line by line, so that their size does not matter."""
 
 import contextlib
+import gzip
+import hashlib
+import io
 import os
 import stat
 import sys
+import zlib
 
 from .events import Malformed, parse
 
 try:
     from tqdm import tqdm
-except ImportError:  # it only shows how far one is
+except ImportError:  # only needed for the progress bar
     tqdm = None
 
 STANDARD_INPUT = "-"
 LONGEST_LINE = 1 << 20
-STEP = 1 << 18  # bytes between two looks at the progress
-MOST_TOLD = 5
+STEP = 1 << 18  # bytes between two updates of the progress bar
+MOST_SHOWN = 5
+GZIP_MAGIC = b"\x1f\x8b"
 
 
 class Source:
-    """What came of a file."""
+    """The result of reading one file."""
 
     def __init__(self, path):
         self.path = path
         self.events = 0
         self.reports = 0
+        self.lines = 0  # without blank ones
         self.unreadable = 0
-        self.told = []  # the first of the unreadable lines, as (number, why)
+        self.shown = []  # the first unreadable lines, as (number, reason)
+        self.remark = ""
+        self.digest = None  # of the contents
 
     @property
     def name(self):
         return "standard input" if self.path == STANDARD_INPUT else self.path
 
+    @property
+    def failed(self):
+        """True if the file has lines and none of them is an event."""
+        return self.unreadable > 0 and self.events == 0
+
     def add_unreadable(self, number, reason):
         self.unreadable += 1
-        if len(self.told) < MOST_TOLD:
-            self.told.append((number, str(reason)))
+        if len(self.shown) < MOST_SHOWN:
+            self.shown.append((number, str(reason)))
+
+
+class CountingReader(io.RawIOBase):
+    """Passes a file through, and counts the bytes that were read for the progress bar."""
+
+    def __init__(self, file, bar):
+        super().__init__()
+        self.file, self.bar, self.since = file, bar, 0
+
+    def readable(self):
+        return True
+
+    def readinto(self, buffer):
+        data = self.file.read1(len(buffer))
+        buffer[:len(data)] = data
+        self.since += len(data)
+        if self.bar is not None and (self.since >= STEP or not data):
+            self.bar.update(self.since)
+            self.since = 0
+        return len(data)
 
 
 def open_source(path):
@@ -44,8 +77,16 @@ def open_source(path):
     return open(path, "rb")
 
 
+def decompressed(file, bar):
+    """The contents of a file, which may be compressed with gzip, whatever its name."""
+    counted = io.BufferedReader(CountingReader(file, bar), STEP)
+    if counted.peek(len(GZIP_MAGIC)).startswith(GZIP_MAGIC):
+        return io.BufferedReader(gzip.GzipFile(fileobj=counted), STEP)
+    return counted
+
+
 def check(paths):
-    """Raises the error of the first file that cannot be read, before hours go into the others."""
+    """Raises the error of the first file that cannot be opened, before the others are read."""
     for path in paths:
         if path != STANDARD_INPUT and not stat.S_ISFIFO(os.stat(path).st_mode):
             with open(path, "rb"):
@@ -53,7 +94,7 @@ def check(paths):
 
 
 def total_size(paths):
-    """None if that is not known beforehand."""
+    """The size of all files, or None if it is unknown."""
     sizes = [os.stat(0 if path == STANDARD_INPUT else path) for path in paths]
     if not all(stat.S_ISREG(size.st_mode) for size in sizes):
         return None
@@ -61,48 +102,76 @@ def total_size(paths):
 
 
 def progress_bar(paths):
-    """Shown on a terminal only."""
+    """A progress bar if the standard error is a terminal."""
     if tqdm is None or not sys.stderr.isatty():
         return contextlib.nullcontext()
     return tqdm(total=total_size(paths), unit="B", unit_scale=True, desc="Reading", leave=False)
 
 
-def lines(file, bar):
-    """The lines of a file; one that is too long comes cut."""
-    since = 0
+def lines(file, digest):
+    """Yields the lines of a file; one that is too long is cut."""
     while line := file.readline(LONGEST_LINE):
-        since += len(line)
+        digest.update(line)
         yield line
         while len(line) == LONGEST_LINE and not line.endswith(b"\n"):
             line = file.readline(LONGEST_LINE)
-            since += len(line)
-        if bar is not None and since >= STEP:
-            bar.update(since)
-            since = 0
-    if bar is not None:
-        bar.update(since)
+            digest.update(line)
 
 
-def read(path, summary, bar):
-    """Adds a file to the summary."""
+def parse_line(line):
+    if len(line) == LONGEST_LINE and not line.endswith(b"\n"):
+        raise Malformed("too long")
+    return parse(line)
+
+
+def read(path, number, summary, bar):
+    """Adds the file with this number to the summary."""
     source = Source(path)
+    digest = hashlib.blake2b(digest_size=16)
     with open_source(path) as file:
-        for number, line in enumerate(lines(file, bar), start=1):
-            if line.isspace():
-                continue
-            try:
-                if len(line) == LONGEST_LINE and not line.endswith(b"\n"):
-                    raise Malformed("too long")
-                event = parse(line)
-            except Malformed as error:
-                source.add_unreadable(number, error)
-                continue
-            summary.add(event)
-            source.events += 1
-            source.reports += event["aggregated_count"]
+        line_number = 0
+        try:
+            for line_number, line in enumerate(lines(decompressed(file, bar), digest), start=1):
+                if line.isspace():
+                    continue
+                try:
+                    event = parse_line(line)
+                except Malformed as error:
+                    source.add_unreadable(line_number, error)
+                    continue
+                summary.add(event, number)
+                source.events += 1
+                source.reports += event["aggregated_count"]
+        except (EOFError, zlib.error, gzip.BadGzipFile) as error:
+            source.add_unreadable(line_number + 1, f"damaged gzip file: {error}")
+            source.remark = "damaged gzip file; read up to the damage"
+    source.digest = digest.digest()
     return source
 
 
+def identity(path):
+    """What is equal for two names of the same file. A pipe is read from where it is."""
+    status = os.stat(0 if path == STANDARD_INPUT else path)
+    if not stat.S_ISREG(status.st_mode):
+        return path
+    return status.st_dev, status.st_ino
+
+
 def read_all(paths, summary):
-    with progress_bar(paths) as bar:
-        return [read(path, summary, bar) for path in paths]
+    """Reads all files into the summary. A file that is named twice is read once."""
+    names = {}
+    for path in paths:
+        names.setdefault(identity(path), []).append(path)
+    sources = []
+    with progress_bar([found[0] for found in names.values()]) as bar:
+        for found in names.values():
+            source = read(found[0], len(sources), summary, bar)
+            if len(found) > 1:
+                source.remark = "named more than once; read once"
+            sources.append(source)
+    first = {}
+    for source in sources:
+        same = first.setdefault(source.digest, source)
+        if same is not source and source.events:
+            source.remark = f"the same contents as {same.name}; both are counted"
+    return sources

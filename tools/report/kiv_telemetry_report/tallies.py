@@ -1,4 +1,4 @@
-"""Ways in which the values of several windows become one."""
+"""Combinations of the values of several windows."""
 
 
 class Total:
@@ -13,7 +13,7 @@ class Total:
 
 
 class Mean:
-    """Of averages, each of which weighs as much as went into it."""
+    """The mean of averages, weighted by their numbers of reports."""
 
     def __init__(self):
         self.total = 0
@@ -46,7 +46,7 @@ class Extreme:
 
 
 class Unknown:
-    """Of a method that only a newer library knows."""
+    """No value: a newer library may have methods that are unknown here."""
 
     value = None
 

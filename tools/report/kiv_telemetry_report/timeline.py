@@ -1,11 +1,11 @@
-"""Tallies by time, in memory that does not grow with the time."""
+"""Tallies by time, in memory that does not grow with the length of the time."""
 
 SECOND = 1000
 MINUTE = 60 * SECOND
 HOUR = 60 * MINUTE
 DAY = 24 * HOUR
 
-# Each divides the next, so that a wide bin is made of whole narrow ones.
+# Each divides the next, so that wide bins can be made by merging narrow ones.
 WIDTHS = [SECOND, 5 * SECOND, 10 * SECOND, 30 * SECOND, MINUTE, 5 * MINUTE, 10 * MINUTE,
           30 * MINUTE, HOUR, 3 * HOUR, 6 * HOUR, 12 * HOUR, DAY, 7 * DAY, 28 * DAY, 112 * DAY,
           448 * DAY, 1792 * DAY, 7168 * DAY, 28672 * DAY, 114688 * DAY]
@@ -14,7 +14,7 @@ MOST_SHOWN = 60
 
 
 def width_for(start, end):
-    """The narrowest bins of which there are not too many to look at."""
+    """Returns the width of the narrowest bins of which at most MOST_SHOWN cover the time."""
     for width in WIDTHS:
         if end // width - start // width < MOST_SHOWN:
             return width
@@ -42,7 +42,7 @@ class Timeline:
         return tallies[key]
 
     def widened(self, width):
-        """The bins of a width that is one of WIDTHS and not below the present one."""
+        """Returns the bins merged to a width of WIDTHS that is not below the present one."""
         ratio = width // self.width
         bins = {}
         for number, tallies in self.bins.items():
@@ -51,7 +51,7 @@ class Timeline:
         return bins
 
     def rows(self, width):
-        """For a chart with bins of this width: (start, end, key, tally), in order of time."""
+        """Yields (start, end, key, tally) for bins of this width, in order of time."""
         for number, tallies in sorted(self.widened(width).items()):
             for key, tally in tallies.items():
                 yield number * width, (number + 1) * width, key, tally

@@ -1,18 +1,20 @@
-// Looks at reports as a reader's browser shows them.
+// Tests of reports in a browser.
 //
 // Usage: node --test, with the environment variables
 //   REPORT_COMMAND  the command that makes a report
-//   BROWSER_DRIVER  where the driver is installed
-//   SCREENSHOTS     a directory for what was seen
+//   BROWSER_DRIVER  the directory in which the browser's driver is installed
+//   SCREENSHOTS     a directory for screenshots
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
-import { mkdirSync, mkdtempSync, rmSync, writeFileSync } from "node:fs";
+import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { createServer } from "node:http";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import { join, resolve } from "node:path";
 import { after, before, describe, test } from "node:test";
 import { fileURLToPath, pathToFileURL } from "node:url";
+
+import "./views.test.mjs";
 
 const command = resolve(process.env.REPORT_COMMAND);
 const screenshots = resolve(process.env.SCREENSHOTS);
@@ -22,10 +24,11 @@ const makeEvents = fileURLToPath(new URL("../sample_events.py", import.meta.url)
 const flags = ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                "--disable-background-networking", "--disable-component-update", "--disable-sync"];
 const HOSTILE = "</script><script>window.hurt = 1</script>";
-const READABLE = 4.5; // contrast of small texts, as accessibility guidelines demand it
+const READABLE = 4.5; // the least contrast of small texts by accessibility guidelines
 
 const directory = mkdtempSync(join(tmpdir(), "kiv-report-"));
 const file = (name) => join(directory, name);
+const hosts = [];
 let browser;
 let listener;
 
@@ -36,7 +39,7 @@ function report(name, ...events) {
   return pathToFileURL(page).href;
 }
 
-// A page of which everything is noted that it should not do.
+// Opens a page. `noted` collects everything that a page should not do.
 async function open(url, { scheme = "light", width = 1280 } = {}) {
   const page = await browser.newPage();
   await page.setViewportSize({ width, height: 900 });
@@ -59,6 +62,17 @@ before(async () => {
     aggregated_count: 3, aggregation_method: "COUNT", kiv_session_id: "a", kiv_class: "Mixer",
     kiv_api: "", kiv_error_code: "kiv.X", severity: 9,
   }));
+  writeFileSync(file("large.jsonl"), Array.from({ length: 3 }, () => JSON.stringify({
+    event: "wexo_kiv_error_code", start_time_since_epoch: 1, end_time_since_epoch: 2,
+    aggregated_count: 83_466_828 + 2, aggregation_method: "COUNT", kiv_session_id: "a",
+    kiv_class: "Mixer", kiv_api: "", kiv_error_code: "kiv.X", severity: 2,
+  })).join("\n"));
+  // A file for each process of the lab, as from three hosts.
+  for (const line of readFileSync(file("busy.jsonl"), "utf8").trim().split("\n")) {
+    const host = Number.parseInt(JSON.parse(line).kiv_session_id.slice(0, 8), 16);
+    hosts[host] = (hosts[host] ?? "") + `${line}\n`;
+  }
+  hosts.forEach((lines, i) => writeFileSync(file(`host-${i}.jsonl`), lines));
   browser = await chromium.launchPersistentContext(file("profile"), {
     executablePath: "/usr/bin/chromium", headless: true, args: flags,
   });
@@ -81,7 +95,7 @@ async function redrawn(page, change) {
   await page.waitForFunction((before) => document.documentElement.dataset.drawn !== before, times);
 }
 
-// What is seen of each chart: marks by layer, as boxes with their colours.
+// The number of marks of each kind in each chart.
 const seen = () => Object.fromEntries(
   [...document.querySelectorAll("[data-chart]")].map((chart) => [chart.dataset.chart, {
     rects: chart.querySelectorAll(".mark-rect.role-mark path").length,
@@ -95,14 +109,14 @@ const none = { rects: 0, rules: 0, lines: 0, symbols: 0, texts: 0 };
 const expected = {
   bars: (chart) => ({ ...none, rects: chart.rows.length, texts: chart.bars.length }),
   timeline: (chart) => ({ ...none, rects: chart.rows.length }),
+  rates: (chart) => ({ ...none, rects: chart.rows.length, texts: chart.rows.length }),
   latencies: (chart) => ({ ...none, rules: chart.rows.length, symbols: chart.rows.length,
                            texts: chart.rows.length }),
   lines: (chart) => ({ ...none, lines: chart.parts.length, symbols: chart.rows.length }),
   multiples: (chart) => ({ ...none, lines: chart.parts.length, symbols: chart.rows.length }),
 };
 
-const dataOf = (page) =>
-  page.evaluate(() => JSON.parse(document.getElementById("data").textContent));
+const dataOf = (page) => page.evaluate(() => window.drawn);
 
 // Pairs of labels of one axis or legend that cover each other.
 const overlaps = () => {
@@ -122,7 +136,7 @@ const overlaps = () => {
   return found;
 };
 
-// Texts whose contrast with what they stand on is the least, with that contrast.
+// All texts with their contrast to the background, the lowest first.
 const contrasts = () => {
   const channels = (colour) => colour.match(/[\d.]+/g).slice(0, 3).map(Number);
   const luminance = (colour) => channels(colour)
@@ -137,7 +151,8 @@ const contrasts = () => {
     return "rgb(255, 255, 255)";
   };
   const list = [];
-  const texts = "h1, h2, header p, nav a, dt, dd, figcaption, .note, summary, td *, th, svg text";
+  const texts = "h1, h2, header p, nav a, label, button, dt, dd, figcaption, .note, " +
+    "summary, td *, th, svg text";
   for (const element of document.querySelectorAll(texts)) {
     if (!element.textContent.trim() || !element.checkVisibility()) continue;
     const style = getComputedStyle(element);
@@ -175,9 +190,9 @@ describe("a report of a busy lab, with hostile texts", () => {
   test("draws every datum of every chart", async () => {
     const data = await dataOf(page);
     assert.deepEqual(Object.keys(data).sort(), [
-      "calls", "errors-by-api", "errors-by-class", "errors-by-code", "errors-over-time", "kinds",
-      "kinds-over-time", "latencies", "latencies-over-time", "numbers-over-time", "streams",
-      "texts",
+      "calls", "errors-by-api", "errors-by-class", "errors-by-code", "errors-by-file",
+      "errors-over-time", "failure-rates", "kinds", "kinds-over-time",
+      "latencies", "latencies-over-time", "numbers-over-time", "streams", "texts", "top-errors",
     ]);
     assert.deepEqual(await page.evaluate(seen), Object.fromEntries(
       Object.entries(data).map(([name, chart]) => [name, expected[chart.kind](chart)])));
@@ -195,7 +210,7 @@ describe("a report of a busy lab, with hostile texts", () => {
     }
   });
 
-  test("draws bars over time where and as high as they are", async () => {
+  test("draws bars over time at their time and as high as their numbers", async () => {
     const chart = (await dataOf(page))["errors-over-time"];
     const boxes = await page.evaluate(() => [
       ...document.querySelectorAll("[data-chart=errors-over-time] .mark-rect.role-mark path"),
@@ -227,8 +242,8 @@ describe("a report of a busy lab, with hostile texts", () => {
     }
   });
 
-  for (const width of [1600, 420, 800, 1280]) {
-    test(`has room for its labels ${width} pixels wide`, async () => {
+  for (const width of [1600, 320, 420, 800, 1280]) {
+    test(`has labels that do not overlap at a width of ${width} pixels`, async () => {
       await redrawn(page, () => page.setViewportSize({ width, height: 900 }));
       assert.deepEqual(await page.evaluate(overlaps), []);
       assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
@@ -243,7 +258,7 @@ describe("a report of a busy lab, with hostile texts", () => {
     });
   }
 
-  test("takes what was reported for nothing but text", async () => {
+  test("shows reported texts as text only", async () => {
     const found = await page.evaluate(() => ({
       hurt: window.hurt,
       title: document.title,
@@ -259,7 +274,7 @@ describe("a report of a busy lab, with hostile texts", () => {
     assert.ok(labels.includes(HOSTILE));
   });
 
-  test("shows a hostile text where the pointer is, and no more", async () => {
+  test("shows a hostile text in a tooltip as text", async () => {
     const data = (await dataOf(page))["errors-by-code"];
     const row = data.rows.findIndex(({ bar }) => bar === HOSTILE);
     await page.locator("[data-chart=errors-by-code] .mark-rect.role-mark path").nth(row).hover();
@@ -269,7 +284,7 @@ describe("a report of a busy lab, with hostile texts", () => {
     assert.equal(await page.evaluate(() => window.hurt), undefined);
   });
 
-  test("changes between light and dark while it is looked at", async () => {
+  test("follows a change between light and dark", async () => {
     const fill = () => page.locator("[data-chart=kinds] .mark-rect.role-mark path").first()
       .getAttribute("fill");
     const light = await fill();
@@ -279,11 +294,11 @@ describe("a report of a busy lab, with hostile texts", () => {
     assert.equal(await fill(), light);
   });
 
-  test("is quiet all the while, and asks for nothing", () => {
+  test("writes nothing to the console and requests nothing", () => {
     assert.deepEqual(noted, []);
   });
 
-  test("lets nothing in that does not belong to it, and nothing out", async () => {
+  test("has a policy that allows no other script and no requests", async () => {
     let asked = 0;
     listener.on("request", (request, response) => { asked += 1; response.end(); });
     const address = `http://127.0.0.1:${listener.address().port}`;
@@ -311,4 +326,151 @@ test("a report of a single event has its charts", async () => {
   assert.deepEqual(await page.evaluate(seen), Object.fromEntries(
     Object.entries(data).map(([name, chart]) => [name, expected[chart.kind](chart)])));
   assert.deepEqual(noted, []);
+});
+
+test("numbers fit their tiles at every width", async () => {
+  const { page } = await open(report("large", file("large.jsonl")));
+  assert.equal(await page.locator("[data-tile=reports] dd").first().innerText(), "250,400,490");
+  for (const number of [null, "9,223,372,036,854,775,807"]) {
+    if (number) {
+      await page.evaluate((text) => {
+        for (const each of document.querySelectorAll(".tile dd:first-of-type")) {
+          Object.assign(each, { textContent: text, className: "longest" });
+        }
+      }, number);
+    }
+    for (const width of [320, 360, 420, 600, 768, 800, 1024, 1280, 1600]) {
+      await page.setViewportSize({ width, height: 900 });
+      const cut = await page.evaluate(() => [...document.querySelectorAll(".tile dd")]
+        .filter((each) => {
+          const range = document.createRange();
+          range.selectNodeContents(each);
+          const text = range.getBoundingClientRect();
+          const tile = each.parentElement.getBoundingClientRect();
+          return text.right > tile.right || each.scrollWidth > each.clientWidth ||
+            tile.right > innerWidth;
+        }).map((each) => each.textContent));
+      assert.deepEqual(cut, [], `${width} pixels wide`);
+    }
+  }
+});
+
+// Tables by the id of their figure, and the tiles, without those that no filter changes.
+const shownNow = () => ({
+  tables: Object.fromEntries([...document.querySelectorAll("figure")]
+    .filter((figure) => !figure.hidden && figure.id !== "files")
+    .map((figure) => [figure.id, [...figure.querySelectorAll("tbody tr")].map(
+      (row) => [...row.cells].map((cell) => cell.textContent))])),
+  rest: Object.fromEntries([...document.querySelectorAll("figure")]
+    .filter((figure) => !figure.hidden)
+    .map((figure) => [figure.id, figure.querySelector(".rest").textContent])),
+  tiles: [...document.querySelectorAll(".tile")].map((tile) => tile.innerText),
+  sections: [...document.querySelectorAll("nav a")].filter((link) => !link.hidden)
+    .map((link) => link.textContent),
+  drawn: window.drawn,
+});
+
+const filterBy = (page, name, value) =>
+  redrawn(page, () => page.locator(`.filter [name=${name}]`).selectOption(value));
+
+describe("a report of three hosts", () => {
+  let page;
+  let noted;
+  const paths = [0, 1, 2].map((i) => file(`host-${i}.jsonl`));
+  before(async () => { ({ page, noted } = await open(report("hosts", ...paths))); });
+
+  for (const scheme of ["light", "dark"]) {
+    test(`is shown in ${scheme}, divided by file`, async () => {
+      const { page } = await open(pathToFileURL(file("hosts.html")).href, { scheme });
+      await filterBy(page, "divide", "file");
+      await page.screenshot({ path: join(screenshots, `hosts-${scheme}.png`), fullPage: true });
+    });
+  }
+
+  // The command makes the tables of a page, and the script makes those of a selection.
+  for (const host of [0, 1, 2]) {
+    test(`filtered by file ${host} has the numbers of a report of that file`, async () => {
+      const alone = await open(report(`host-${host}`, paths[host]));
+      const expected = await alone.page.evaluate(shownNow);
+      await filterBy(page, "file", String(host));
+      const found = await page.evaluate(shownNow);
+      assert.deepEqual(Object.keys(found.tables).length, 18);
+      // The names of files differ, because a single file needs no directory.
+      const names = (text) => JSON.parse(JSON.stringify(text).replaceAll(/host-\d[.]jsonl/g, "host"));
+      assert.deepEqual(names(found), names(expected));
+    });
+  }
+
+  test("filtered by a session has the numbers of that session", async () => {
+    await filterBy(page, "file", "");
+    const { tables } = await page.evaluate(shownNow);
+    const session = await page.locator(".filter [name=session] option").nth(1).getAttribute("value");
+    const host = Number.parseInt(session.slice(0, 8), 16);
+    await filterBy(page, "session", session);
+    const bySession = await page.evaluate(shownNow);
+    await filterBy(page, "session", "");
+    await filterBy(page, "file", String(host));
+    assert.deepEqual(bySession, await page.evaluate(shownNow));
+    assert.notDeepEqual(bySession.tables, tables);
+  });
+
+  test("filtered by class has the errors of that class only", async () => {
+    await filterBy(page, "file", "");
+    const all = await page.evaluate(shownNow);
+    await filterBy(page, "class", "Mixer");
+    const found = await page.evaluate(shownNow);
+    assert.deepEqual(found.sections, ["Errors", "All reports", "Files that were read"]);
+    assert.deepEqual(found.tables["top-errors"],
+                     all.tables["top-errors"].filter((row) => row[2] === "Mixer"));
+    assert.deepEqual(found.tables["errors-by-class"].map((row) => row[0]), ["Mixer", "Mixer"]);
+    await filterBy(page, "class", "");
+  });
+
+  test("filtered by time has the reports of that time only", async () => {
+    const all = await page.evaluate(shownNow);
+    const at = (text) => Date.parse(`${text.replace(" ", "T")}Z`);
+    const [from, to] = [at("2025-06-15 12:05:00"), at("2025-06-15 12:07:30")];
+    await filterBy(page, "from", String(from));
+    await filterBy(page, "to", String(to));
+    const found = await page.evaluate(shownNow);
+    const within = (row) => at(row[0]) >= from && at(row[1]) <= to;
+    for (const name of ["errors-over-time", "latencies-over-time", "failure-rates-over-time"]) {
+      assert.deepEqual(found.tables[name], all.tables[name].filter(within), name);
+      assert.ok(found.tables[name].length > 4);
+    }
+    const sum = (rows, column) => total(rows, (row) => Number(row[column].replaceAll(",", "")));
+    assert.equal(sum(found.tables["errors-by-file"], 2),
+                 sum(found.tables["errors-over-time"], 3));
+  });
+
+  test("shows everything again, as it was", async () => {
+    const fresh = await open(pathToFileURL(file("hosts.html")).href);
+    await redrawn(page, () => page.locator(".filter button").click());
+    assert.deepEqual(await page.evaluate(shownNow), await fresh.page.evaluate(shownNow));
+  });
+
+  test("divides every chart by file", async () => {
+    const kinds = await dataOf(page);
+    await filterBy(page, "divide", "file");
+    const files = await dataOf(page);
+    assert.deepEqual(Object.keys(files), Object.keys(kinds));
+    const hostsIn = (text) => new Set(JSON.stringify(text).match(/host-\d/g)).size;
+    const legends = new Set(["errors-over-time", "top-errors", "kinds", "streams", "calls"].map(
+      (name) => JSON.stringify(files[name].parts)));
+    assert.deepEqual(legends.size, 1, "A file has the same colour in all charts.");
+    for (const [name, chart] of Object.entries(files)) {
+      // The small charts of named numbers and the bars of APIs show the first few only.
+      assert.ok(hostsIn(chart) === 3 || ["numbers-over-time"].includes(name), name);
+      const measure = (each) => total(each.rows, (row) => row.reports ?? 0);
+      assert.equal(measure(chart), measure(kinds[name]), name);
+    }
+    assert.deepEqual(await page.evaluate(seen), Object.fromEntries(
+      Object.entries(files).map(([name, chart]) => [name, expected[chart.kind](chart)])));
+    assert.deepEqual(await page.evaluate(overlaps), []);
+    await filterBy(page, "divide", "");
+  });
+
+  test("writes nothing to the console and requests nothing", () => {
+    assert.deepEqual(noted, []);
+  });
 });

@@ -1,5 +1,5 @@
--- What lnav's SQL prompt offers besides the table of all events: a view of each kind, with only
--- the columns that it has.
+-- Views for lnav's SQL prompt, besides the table of all events: one for each kind of event, with its
+-- own columns.
 
 CREATE VIEW IF NOT EXISTS kiv_errors AS
 SELECT log_line, log_time, log_level, aggregated_count, kiv_class, kiv_api, kiv_error_code,

@@ -1,25 +1,29 @@
-// How each kind of chart looks, in Vega-Lite. What was reported is only ever a value of the data,
-// never a part of what says how to draw it.
+// The kinds of charts, in Vega-Lite. Reported texts are values of a chart's data only, never part of
+// its definition.
 
-// `room` is the width that there is, in pixels.
+// `room` is the available width, in pixels.
+
+import { count, plural, share } from "./texts.js";
 
 const STEP = 26;
 const LEGEND_ENTRY = 130;
 const LEGEND_SYMBOL = 40; // with the space around it
-const NAMES = 0.4; // of the room
+const NAMES = 0.4; // share of the available width
 const NUMBERS = 70; // pixels
+const DIGIT = 7; // pixels
 const CALLS = 100;
+const RATES = 150;
 const TIME_HEIGHT = 200;
 const MULTIPLE_HEIGHT = 110;
 
 // By an expression, since a format alone would write 0k beside thousands, and 150m for 0.15.
 const SHORT = "format(datum.value, abs(datum.value) < 1000 ? '.4~g' : '.4~s')";
-const count = { type: "quantitative", axis: { labelExpr: SHORT, tickMinStep: 1, tickCount: 5 } };
+const counts = { type: "quantitative", axis: { labelExpr: SHORT, tickMinStep: 1, tickCount: 5 } };
 const whole = (field, title) => ({ field, title, type: "quantitative", format: "," });
 
-const partTitle = (chart) => chart.part ?? (chart.palette === "severity" ? "Severity" : "Kind");
+const partTitle = (chart) => chart.partTitle ?? "Kind";
 
-// `room` is what is beside the axis, above which legends stand.
+// `room` is the width beside the axis; the legend is above it.
 function legend(room) {
   const columns = Math.max(1, Math.floor(room / LEGEND_ENTRY));
   return { columns, labelLimit: room / columns - LEGEND_SYMBOL };
@@ -54,8 +58,9 @@ function bars(chart, palette, room) {
     whole("reports", title),
     ...(chart.rows.some((row) => "events" in row) ? [whole("events", "Events")] : []),
   ];
-  // Room for the longest bar's number.
-  const end = longest(chart) / (1 - Math.min(0.5, NUMBERS / ((1 - NAMES) * room)));
+  // Leaves space for the number of the longest bar.
+  const number = Math.max(NUMBERS, 20 + DIGIT * count(longest(chart)).length);
+  const end = longest(chart) / (1 - Math.min(0.6, number / ((1 - NAMES) * room)));
   const totals = {
     transform: [{ aggregate: [{ op: "sum", field: "reports", as: "total" }], groupby: ["bar"] }],
     mark: { type: "text", align: "left", dx: 5 },
@@ -73,7 +78,7 @@ function bars(chart, palette, room) {
     mark: { type: "bar", height: { band: 0.68 }, ...(divided ? {} : { color: palette.accent }) },
     encoding: {
       y: names("bar", room),
-      x: { field: "reports", title, ...count, scale: { domain: [0, end], nice: false } },
+      x: { field: "reports", title, ...counts, scale: { domain: [0, end], nice: false } },
       ...divisions,
       tooltip,
     },
@@ -100,8 +105,8 @@ const time = (chart) => ({
   axis: { grid: false, labelOverlap: true, tickCount: 8, format: timeFormat(chart.domain) },
 });
 
-// All charts over time cover the same time. They are stretched to it by points that are not seen:
-// a domain of the scale would need a function that Vega's interpreter takes for another one.
+// All charts over time cover the same time. Invisible points stretch them to it, because Vega's
+// interpreter does not support the function that a domain of the scale would need.
 const wholeTime = (chart) => ({
   data: { values: chart.domain.map((moment) => ({ moment })) },
   mark: { type: "point", opacity: 0, tooltip: false, aria: false },
@@ -114,8 +119,8 @@ const times = [
     scale: { type: "utc" } },
 ];
 
-// Divided bars over time. Where each begins is reckoned here, since Vega-Lite does not stack what
-// has a start and an end on the other axis.
+// Divided bars over time. They are stacked here, because Vega-Lite does not stack bars that have a
+// start and an end on the other axis.
 function timeline(chart, palette, room) {
   const rank = new Map(chart.parts.map((part, i) => [part, i]));
   const heights = new Map();
@@ -132,7 +137,7 @@ function timeline(chart, palette, room) {
     encoding: {
       x: { field: "start", ...time(chart) },
       x2: { field: "end" },
-      y: { field: "low", title: "Reports", ...count },
+      y: { field: "low", title: "Reports", ...counts },
       y2: { field: "high" },
       color: colours(chart, palette, room - NUMBERS),
       tooltip: [...times, { field: "part", title: partTitle(chart) }, whole("value", "Reports")],
@@ -141,7 +146,7 @@ function timeline(chart, palette, room) {
   return { width: "container", height: TIME_HEIGHT, layer: [wholeTime(chart), parts] };
 }
 
-// From 0 by 1, 10, 100 … at least to 10, and to the first that is not below the greatest.
+// A logarithmic axis from 0 over 1 and 10 to the first power of ten that is not below any value.
 function logarithmic(values) {
   const greatest = Math.max(...values);
   const powers = [0, 1, 10];
@@ -167,7 +172,7 @@ function latencies(chart, palette, room) {
     whole("lowest", "Lowest window (µs)"),
     whole("highest", "Highest window (µs)"),
   ];
-  const called = (row) => `${row.calls.toLocaleString("en")} ${row.calls === 1 ? "call" : "calls"}`;
+  const called = (row) => plural(row.calls, "call");
   return {
     data: { values: chart.rows.map((row) => ({ ...row, called: called(row) })) },
     width: "container",
@@ -190,11 +195,38 @@ function latencies(chart, palette, room) {
   };
 }
 
+// The share of failed calls of each API.
+function rates(chart, palette, room) {
+  // Narrow charts have the numbers of calls in their tooltips only.
+  const narrow = (1 - NAMES) * room < 2 * RATES;
+  const space = Math.min(0.6, (narrow ? NUMBERS : RATES) / ((1 - NAMES) * room));
+  const called = ({ rate, failed, calls }) =>
+    share(rate) + (narrow ? "" : ` (${count(failed)} of ${count(calls)})`);
+  const values = chart.rows.map((row) => ({ ...row, called: called(row) }));
+  const x = { field: "rate", type: "quantitative", title: "Failure rate",
+              scale: { domain: [0, 1 / (1 - space)], nice: false },
+              axis: { format: "%", values: [0, 0.25, 0.5, 0.75, 1] } };
+  return {
+    data: { values },
+    width: "container",
+    height: STEP * values.length,
+    encoding: { y: names("api", room), x },
+    layer: [
+      {
+        mark: { type: "bar", height: { band: 0.68 }, color: palette.error },
+        encoding: { tooltip: [{ field: "api", title: "API" }, whole("calls", "Calls"),
+                              whole("failed", "Failed")] },
+      },
+      { mark: { type: "text", align: "left", dx: 5 }, encoding: { text: { field: "called" } } },
+    ],
+  };
+}
+
 function course(chart, rows, y, colour) {
-  // In the middle of its bin.
+  // Each value is drawn in the middle of its bin.
   const values = rows.map((row) => ({ ...row, middle: (row.start + row.end) / 2 }));
   const value = { field: "value", type: "quantitative", title: y.title ?? "Value",
-                  format: ",.5~g" };
+                  format: chart.share ? ".1%" : ",.5~g" };
   const drawn = {
     data: { values },
     encoding: {
@@ -213,19 +245,21 @@ function course(chart, rows, y, colour) {
 
 function lines(chart, palette, room) {
   const colour = { encoding: { color: colours(chart, palette, room - NUMBERS) } };
-  const y = { title: chart.axis, ...logarithmic(chart.rows.map((row) => row.value)) };
+  const y = { title: chart.axis, ...(chart.share
+    ? { scale: { domain: [0, 1] }, axis: { format: "%", tickCount: 4 } }
+    : logarithmic(chart.rows.map((row) => row.value))) };
   return { height: TIME_HEIGHT, ...course(chart, chart.rows, y, colour) };
 }
 
-// One small chart each, since their values have nothing in common.
-function multiples(chart, palette) {
+// One small chart for each part, because their units differ.
+function multiples(chart, palette, room) {
   const y = { title: null, scale: { zero: false } };
   return chart.parts.map((part) => ({
-    title: part,
+    title: { text: part, limit: Math.min(320, room) },
     height: MULTIPLE_HEIGHT,
     ...course(chart, chart.rows.filter((row) => row.part === part), y,
               { mark: { color: palette.accent } }),
   }));
 }
 
-export const drawings = { bars, timeline, latencies, lines, multiples };
+export const drawings = { bars, timeline, latencies, rates, lines, multiples };

@@ -1,4 +1,4 @@
-// The charts take their colours from the page's style, which knows light and dark.
+// Colours of the charts, from the page's style for light or dark.
 
 function colour(name) {
   return getComputedStyle(document.documentElement).getPropertyValue(`--${name}`).trim();
@@ -13,8 +13,9 @@ export function palettes() {
   return {
     accent: categories[0],
     rest,
+    error: colour("error"),
     severity: (parts) => parts.map((part) => colour(SEVERITIES[part] ?? "rest")),
-    // What gathers all others is grey, and so is what there is no colour left for.
+    // The part for all others is grey. So are parts beyond the number of colours.
     category: (parts, others) =>
       parts.map((part, i) => (part === others ? rest : (categories[i] ?? rest))),
   };

@@ -1,4 +1,4 @@
-// Reports something of every kind, in two windows.
+// Makes reports of every kind, in two windows.
 #include <kiv/TelemetryLogger.h>
 
 #include <chrono>
@@ -28,7 +28,7 @@ void reportStreams(TelemetryLogger& logger) {
                          std::chrono::milliseconds(20));
 }
 
-// `factor` is what the windows differ by.
+// The values of the windows differ by `factor`.
 void reportValues(TelemetryLogger& logger, int factor) {
   for (int call = 0; call < factor; ++call) {
     logger.logKivEvent("api_latency_us.render", 100 * factor, NumericAggregationType::AVG);
@@ -45,12 +45,13 @@ void reportValues(TelemetryLogger& logger, int factor) {
 }  // namespace
 
 int main() {
-  const TelemetryEnv telemetry("DeskReporter");
+  const TelemetryEnv telemetry("SampleReporter");
   const auto logger = telemetry.getLogger();
   for (const int factor : {1, 3}) {
     reportErrors(*logger);
     reportStreams(*logger);
     reportValues(*logger, factor);
+    // Also keeps the logger until the latency sample, which holds a plain pointer to it, is taken.
     if (!logger->flush()) return 1;
   }
   return 0;

@@ -1,4 +1,4 @@
-"""Real events, written by the telemetry module as programs report them."""
+"""Events of a real program, written by the telemetry module for JSON lines."""
 
 import json
 import os
@@ -8,7 +8,7 @@ import subprocess
 
 def report(reporter, module_directory, path):
     environment = {**os.environ, "LD_LIBRARY_PATH": module_directory, "TAMSA_JSONL_PATH": str(path)}
-    # The Android log goes to the standard error, and is nothing that is looked at.
+    # The Android log goes to the standard error, which is not needed.
     subprocess.run([reporter], env=environment, check=True, stderr=subprocess.DEVNULL)
     return pathlib.Path(path).read_bytes()
 
