@@ -16,8 +16,11 @@ default_steps=(
   'reference||all declarations of public headers are documented'
   'report||the page of charts in a browser'
   "armv7||tests, binary interface and size on the device's processor"
+  'fresh||./dev demo, then ./dev test, on a minimal Debian 12'
 )
 optional_steps=(
+  'fresh-test||./dev test as the first command on a minimal Debian 12'
+  'fresh-ci||.ci/run on a minimal Debian 12'
   'asan||the test suite with the address and UB sanitizers'
   'tsan||the test suite with the thread sanitizer'
   'tidy-tests||clang-tidy finds nothing in the tests'
