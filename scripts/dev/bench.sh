@@ -3,7 +3,7 @@
 
 # The library's peers in the benchmark; an emulator that plugins can be loaded into.
 bench_packages=("${build_packages[@]}" libspdlog-dev libboost-dev prometheus-cpp-dev)
-count_packages=("${build_packages[@]}" valgrind qemu-user python3)
+count_packages=("${test_packages[@]}" valgrind qemu-user python3)
 
 # Counts what one report takes, on the host and on the device's processor, with the options of
 # bench/counts/count.py.
@@ -25,13 +25,22 @@ check_counts() {
 }
 
 check_bench() {
-  need "${bench_packages[@]}"
+  need "${bench_packages[@]}" clang-tidy-14 git
   configure bench
   say "Checking the benchmark with clang-tidy"
   git ls-files 'bench/*.cpp' |
-    xargs -P "$(nproc)" -n 2 clang-tidy-14 --quiet -p build/bench \
-      --extra-arg=-Wno-ignored-optimization-argument 2>/dev/null
+    hide_errors_unless_failed xargs -P "$(nproc)" -n 2 clang-tidy-14 --quiet -p build/bench \
+      --extra-arg=-Wno-ignored-optimization-argument
   cmd_bench --quick
+}
+
+details_bench() {
+  cat <<'HELP'
+Options:
+  --json FILE       also write the rows to FILE (always: build/bench/rows.json)
+  --filter REGEX    run only the rows that match
+  --quick           check that it works, with few repetitions
+HELP
 }
 
 cmd_bench() {

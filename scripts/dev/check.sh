@@ -1,8 +1,36 @@
-# Part of ./dev: what a change has to pass besides the suite.
+# Part of ./dev: what a change has to pass besides the test suite.
 # shellcheck shell=bash
 
-check_packages=("${test_packages[@]}" clang-14 clang-format-14 clang-tidy-14
-  libc++-14-dev libc++abi-14-dev valgrind shellcheck alsa-utils git)
+# The steps of `./dev check`, in their order: name, nothing, description. `check_NAME` runs a step.
+# A step without such a function is the whole test suite with the preset of that name.
+default_steps=(
+  'format||sources are formatted, scripts pass shellcheck'
+  'android||the Android build for ARM'
+  'tidy||clang-tidy finds nothing in shipped code'
+  'sanitize||core tests with address and thread sanitizers'
+  'fuzz||fuzzing against the model for a minute'
+  'valgrind||valgrind finds nothing in the demo'
+  'counts||instructions and allocations have not risen'
+  'otlp||the OTLP module with an independent receiver from npm'
+  'events||the library does what docs/events.md and its schema say'
+  'reference||all declarations of public headers are documented'
+  'report||the page of charts in a browser'
+  "armv7||tests, binary interface and size on the device's processor"
+  'fresh||./dev demo, then ./dev test, on a minimal Debian 12'
+)
+optional_steps=(
+  'fresh-test||./dev test as the first command on a minimal Debian 12'
+  'fresh-ci||.ci/run on a minimal Debian 12'
+  'asan||the test suite with the address and UB sanitizers'
+  'tsan||the test suite with the thread sanitizer'
+  'tidy-tests||clang-tidy finds nothing in the tests'
+  'clang-libcxx||the test suite with Clang and libc++'
+  'release||the test suite with the optimised build'
+  "bench||the benchmark passes clang-tidy and runs"
+)
+
+tidy_packages=("${test_packages[@]}" clang-14 clang-tidy-14 libc++-14-dev libc++abi-14-dev git)
+preset_packages=("${test_packages[@]}" clang-14 libc++-14-dev libc++abi-14-dev)
 fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
 # What the library may weigh on the device, stripped, and what it may depend on there.
@@ -14,6 +42,7 @@ android_packages=(golang-go golang-github-google-blueprint-dev golang-android-so
   golang-github-golang-protobuf-1-3-dev clang-16 lld-16 libc++-14-dev libc6-dev-armel-cross)
 
 check_format() {
+  need clang-format-14 shellcheck git
   say "Checking the format of $(sources | wc -l) sources"
   sources | xargs clang-format-14 --dry-run --Werror
   git grep -lI '^#!/usr/bin/env bash' | xargs shellcheck -x
@@ -21,10 +50,12 @@ check_format() {
 
 # $1: which sources, as a pattern.
 run_tidy() {
+  need "${tidy_packages[@]}"
   configure clang-libcxx
   say "Checking with clang-tidy"
   git ls-files '*.cpp' | grep -E "$1" | grep -Ev '^(tests/package/|examples/.*Test\.cpp$)' |
-    xargs -P "$(nproc)" -n 2 clang-tidy-14 --quiet -p build/clang-libcxx 2>/dev/null
+    hide_errors_unless_failed xargs -P "$(nproc)" -n 2 \
+      clang-tidy-14 --quiet -p build/clang-libcxx
 }
 
 check_tidy() { run_tidy '^(services|tamsa|modules|platform|testing|examples)/'; }
@@ -32,15 +63,16 @@ check_tidy() { run_tidy '^(services|tamsa|modules|platform|testing|examples)/'; 
 check_tidy-tests() { run_tidy '^tests/'; }
 
 check_valgrind() {
+  need "${test_packages[@]}" valgrind alsa-utils
   build dev render_service tamsa_jsonl
   say "Checking the demo with valgrind"
-  local work
-  work=$(mktemp -d)
+  local work=build/valgrind
+  rm -rf "$work"
+  mkdir -p "$work"
   LD_LIBRARY_PATH=build/dev/lib/tamsa/jsonl TAMSA_JSONL_PATH=$work/events.jsonl \
     valgrind --quiet --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite \
     build/dev/examples/render_service --quiet -o "$work/binaural.wav" \
     /usr/share/sounds/alsa/Front_Left.wav "$work/missing.wav"
-  rm -rf "$work"
 }
 
 check_otlp() {
@@ -71,8 +103,8 @@ check_armv7() {
   build armv7
   say "Testing: preset armv7"
   # Most tests in one go: under the emulator a process for each takes minutes.
-  qemu-arm-static -L build/armv7-sysroot build/armv7/tests/telemetry/telemetry_test \
-    --gtest_brief=1 2>/dev/null
+  hide_errors_unless_failed qemu-arm-static -L build/armv7-sysroot \
+    build/armv7/tests/telemetry/telemetry_test --gtest_brief=1
   ctest --preset armv7 --progress -LE '^unit$'
   say "Comparing the device's tests with the host's"
   build dev
@@ -91,7 +123,7 @@ check_armv7() {
 }
 
 check_android() {
-  need "${android_packages[@]}"
+  need "${test_packages[@]}" "${android_packages[@]}"
   say "Checking the Android build"
   configure dev
   tests/device/check-blueprints build/dev/compile_commands.json build/device
@@ -101,30 +133,45 @@ check_android() {
 # What is most at stake, under both sanitizers, each program in one go: minutes less than the whole
 # suite, which the steps asan and tsan run.
 check_sanitize() {
+  need "${test_packages[@]}"
   local preset program
   for preset in asan tsan; do
     build "$preset" common_test tamsa_test telemetry_test
     for program in common/common_test tamsa/tamsa_test telemetry/telemetry_test; do
       say "Testing: preset $preset, ${program#*/}"
-      TSAN_OPTIONS=halt_on_error=1 "build/$preset/tests/$program" --gtest_brief=1 2>/dev/null
+      TSAN_OPTIONS=halt_on_error=1 \
+        hide_errors_unless_failed "build/$preset/tests/$program" --gtest_brief=1
     done
   done
 }
 
 check_fuzz() { cmd_fuzz 60; }
 
+details_check() {
+  printf 'Steps without STEP:\n'
+  list_entries "${default_steps[@]}"
+  printf '\nOther steps:\n'
+  list_entries "${optional_steps[@]}"
+}
+
 cmd_check() {
-  need "${check_packages[@]}"
   local step
-  local steps=("${@:-all}")
-  [[ ${steps[0]} == all ]] && steps=(format android tidy sanitize fuzz valgrind
-    counts otlp events reference report armv7)
+  local steps=("$@")
+  for step in "${steps[@]}"; do
+    find_entry "$step" "${default_steps[@]}" "${optional_steps[@]}" >/dev/null && continue
+    printf "dev: unknown step '%s' of ./dev check\n\n" "$step" >&2
+    details_check >&2
+    exit 2
+  done
+  (($#)) || steps=("${default_steps[@]%%|*}")
   for step in "${steps[@]}"; do
     if declare -F "check_$step" >/dev/null; then
       "check_$step"
     else
+      need "${preset_packages[@]}"
       test_preset "$step"
     fi
+    say "Passed: $step"
   done
 }
 
@@ -140,7 +187,7 @@ cmd_fuzz() {
 }
 
 cmd_abi() {
-  need "${check_packages[@]}"
+  need "${preset_packages[@]}" git
   local preset room
   for preset in dev:libstdc++ clang-libcxx:libc++ armv7:armv7; do
     build "${preset%:*}" kivcommon kivtelemetry

@@ -23,7 +23,7 @@ choose_files() {
 build_report() {
   need "${report_packages[@]}"
   need_npm
-  build release report_charts
+  build examples report_charts
 }
 
 cmd_view() {
@@ -40,7 +40,7 @@ cmd_report() {
   choose_files "$@"
   build_report
   say "Making a page about ${files[*]}"
-  build/release/bin/kiv-telemetry-report -o build/report.html "${files[@]}"
+  build/examples/bin/kiv-telemetry-report -o build/report.html "${files[@]}"
   echo "Open it with: xdg-open $PWD/build/report.html"
 }
 
@@ -49,9 +49,9 @@ check_report() {
   build_report
   scripts/npm-install tests/tools/report/browser build/report-browser
   say "Looking at reports in a browser; screenshots go to build/report-browser"
-  REPORT_COMMAND=build/release/bin/kiv-telemetry-report BROWSER_DRIVER=build/report-browser \
+  REPORT_COMMAND=build/examples/bin/kiv-telemetry-report BROWSER_DRIVER=build/report-browser \
     SCREENSHOTS=build/report-browser \
     node --test --test-reporter spec tests/tools/report/browser/report.test.mjs
   say "Making reports of large files"
-  python3 tests/tools/report/large_files_test.py build/release/bin/kiv-telemetry-report
+  python3 tests/tools/report/large_files_test.py build/examples/bin/kiv-telemetry-report
 }

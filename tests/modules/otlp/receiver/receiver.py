@@ -52,9 +52,9 @@ class Receiver:
     def lines(self, name):
         if name in self.kept:
             return self.kept[name]
-        text = (pathlib.Path(self.directory.name) / name).read_text()
-        # The last line may be under way still.
-        return text[:text.rfind("\n") + 1].splitlines()
+        content = (pathlib.Path(self.directory.name) / name).read_bytes()
+        # The last line may be incomplete, even in the middle of a character.
+        return content[:content.rfind(b"\n") + 1].decode().splitlines()
 
     def bodies(self):
         """Every body as it came."""
