@@ -17,11 +17,11 @@ namespace android::kiv {
 struct KIV_EXPORT KivAudioLatencyEvent {
   KivSessionId session;               ///< Of the logger that reported.
   audio_format_t format;              ///< Of a sample.
-  ::kiv::KivStreamType streamType;    ///< What the stream carries.
+  ::kiv::KivStreamType streamType;    ///< Kind of content.
   uint32_t sampleRate;                ///< Frames per second.
   uint32_t samples;                   ///< Size of the stream's buffer, in samples.
-  uint32_t channels;                  ///< How many there are.
-  bool interleaved;                   ///< Whether the samples of a frame stand side by side.
+  uint32_t channels;                  ///< Number of channels.
+  bool interleaved;                   ///< True if the samples of a frame are adjacent.
   std::chrono::milliseconds latency;  ///< The sample.
 };
 
@@ -29,11 +29,11 @@ struct KIV_EXPORT KivAudioLatencyEvent {
 struct KIV_EXPORT KivAudioLatencyEventKey {
   KivSessionId session;             ///< Of the logger that reported.
   audio_format_t format;            ///< Of a sample.
-  ::kiv::KivStreamType streamType;  ///< What the stream carries.
+  ::kiv::KivStreamType streamType;  ///< Kind of content.
   uint32_t sampleRate;              ///< Frames per second.
   uint32_t samples;                 ///< Size of the stream's buffer, in samples.
-  uint32_t channels;                ///< How many there are.
-  bool interleaved;                 ///< Whether the samples of a frame stand side by side.
+  uint32_t channels;                ///< Number of channels.
+  bool interleaved;                 ///< True if the samples of a frame are adjacent.
 
   /// Lexicographic over all fields, in their order; the stream type is a signed number.
   bool operator<(const KivAudioLatencyEventKey& other) const;
@@ -66,7 +66,7 @@ class KIV_EXPORT KivAudioLatencyAggregator
   const NumericAggregationType aggregation_type_;
 };
 
-/// Its part of the framework.
+/// The framework base of `KivAudioLatencyAggregator`.
 using KivAudioLatencyBaseAggregator =
     KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int>;
 template <>

@@ -1,5 +1,5 @@
-/// The aggregator framework: reports folded into one aggregate per distinct key, and each aggregate
-/// turned into one unified-telemetry event.
+/// The aggregator framework. An aggregator combines reports into one aggregate per distinct key,
+/// and turns each aggregate into one unified-telemetry event.
 ///
 /// An aggregator is not synchronised: its operations are called by one thread at a time.
 ///
@@ -30,35 +30,35 @@ namespace internal {
 struct DeviceLayout;
 }  // namespace internal
 
-/// The aggregate of one key. `T` is the type of the samples, which are folded as floats whatever it
-/// is.
+/// The aggregate of one key. `T` is the type of the samples, which are combined as floats. A float
+/// counts exactly up to 2^24 (16 777 216); beyond that, sums and integer samples are rounded.
 template <typename T>
 struct AggregationData {
-  float value = 0.0F;  ///< What the samples have become.
-  uint32_t count = 0;  ///< Samples folded in.
+  float value = 0.0F;  ///< The combined samples.
+  uint32_t count = 0;  ///< Number of samples; wraps around at 2^32.
 };
 
-/// What a `TimedAggregationManager` needs of an aggregator.
+/// The interface through which a `TimedAggregationManager` uses an aggregator.
 template <typename Event>
 class KIV_EXPORT KivAggregator {
  public:
   virtual ~KivAggregator() = default;
 
-  /// Folds one report into the aggregate of its key.
+  /// Adds one report to the aggregate of its key.
   virtual void add(const Event& event) = 0;
 
-  /// Submits every aggregate as one event of the interval from `start` to `end`, then forgets them,
-  /// whether or not they were accepted. What is added meanwhile, by a telemetry module that reports
-  /// in turn while it takes an event, is kept for the next interval.
+  /// Submits every aggregate as one event of the interval from `start` to `end`, then removes them,
+  /// whether or not they were accepted. Reports that a telemetry module adds while it takes an
+  /// event are kept for the next interval.
   virtual void flush(std::chrono::system_clock::time_point start,
                      std::chrono::system_clock::time_point end) = 0;
 
-  /// Forgets every aggregate without submitting it.
+  /// Removes every aggregate without submitting it.
   virtual void reset() = 0;
 };
 
-/// Base of all aggregators. A concrete one says how a report maps to a key, a sample and a method,
-/// and which fields describe a key.
+/// Base of all aggregators. A derived class maps a report to its key, sample and method, and stages
+/// the fields of an aggregate's event.
 template <typename Event, typename Key, typename Value>
 class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
  public:
@@ -71,26 +71,26 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   KivBaseAggregator(const KivBaseAggregator&) = delete;
   KivBaseAggregator& operator=(const KivBaseAggregator&) = delete;
 
-  /// Asks the three operations below about the report, and folds it.
+  /// Calls the three operations below for the report, and adds its sample to its key's aggregate.
   void add(const Event& event) override;
 
-  /// Submits as `submitEvents` does, then calls `reset`.
+  /// Calls `submitEvents`, then `reset`.
   void flush(std::chrono::system_clock::time_point start,
              std::chrono::system_clock::time_point end) override;
 
   /// Empties the table.
   void reset() override;
 
-  /// What makes two reports the same.
+  /// The key of a report: reports with equal keys are aggregated together.
   virtual Key getKey(const Event& event) = 0;
 
-  /// What is folded, as a float.
+  /// The sample of a report.
   virtual Value getValue(const Event& event) = 0;
 
-  /// The method by which this report is folded.
+  /// The method by which the report's sample is combined with its key's aggregate.
   virtual NumericAggregationType getAggregationType(const Event& event) = 0;
 
-  /// Stages the fields that describe one entry of the table.
+  /// Stages the fields of the event of one entry, except its interval.
   virtual void populateMetricValuesForEntry(typename Entries::iterator entry) = 0;
 
   /// The name of the events made here; a static text.
@@ -105,10 +105,10 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   /// Any 64-bit integer.
   virtual void populateTelemetryField(std::string name, long long value);
 
-  /// A float, sent beside an integer of the same name if there is one.
+  /// Sent beside an integer of the same name if there is one.
   virtual void populateTelemetryField(std::string name, float value);
 
-  /// A text, sent up to its first NUL, and beside numbers of the same name if there are any.
+  /// Sent up to the first NUL, and beside numbers of the same name if there are any.
   virtual void populateTelemetryField(std::string name, std::string value);
 
   /// Reported as 1 or 0.
@@ -121,7 +121,7 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
     this->populateTelemetryField(std::move(name), std::string(value));
   }
 
-  // Names of the library's events. Each is defined for the instantiations whose events bear it.
+  // Names of the library's events. Each is defined for the instantiations whose events have it.
 
   static const char kKivErrorCodeEvent[];     ///< "wexo_kiv_error_code"
   static const char kKivStreamEvent[];        ///< "wexo_kiv_stream_event"
@@ -150,11 +150,11 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   std::shared_ptr<TAMSA::UnifiedTelemetry::v9::ITelemetryHandler> telemetry_handler_;
 
  private:
-  /// What `submitEvents` does. Adds to `next` what the module reports meanwhile.
+  /// Implements `submitEvents`. Adds reports that the module makes meanwhile to `next`.
   KIV_HIDDEN void submitWindow(std::chrono::system_clock::time_point start,
                                std::chrono::system_clock::time_point end, Entries& next);
 
-  // Not inline, because then the library would hold it many times.
+  // Not inline, to save code in every instantiation.
   __attribute__((noinline)) KIV_HIDDEN void swapWith(Entries& entries);
 };
 

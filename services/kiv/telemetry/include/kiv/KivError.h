@@ -92,7 +92,7 @@ enum class KivError : int32_t {
   UNKNOWN_ERROR = 32767,
 };
 
-/// How bad an error is, in the reporter's judgement. Reported as its number.
+/// The severity of an error, as the reporter rates it. Reported as its number.
 enum class KivErrorSeverity : uint8_t {
   INFO = 0,
   WARNING = 1,
@@ -100,7 +100,7 @@ enum class KivErrorSeverity : uint8_t {
   FATAL = 3,
 };
 
-/// The enumerator's name, or the decimal number for a value that the catalogue does not hold.
+/// The enumerator's name, or the decimal number for a value that is not in the catalogue.
 KIV_EXPORT std::string kivErrorToString(KivError error);
 
 }  // namespace android::kiv

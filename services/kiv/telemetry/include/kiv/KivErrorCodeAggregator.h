@@ -15,8 +15,8 @@ struct KIV_EXPORT KivErrorCodeEvent {
   KivSessionId session_id;    ///< Of the logger that reported.
   std::string api;            ///< The operation in which the error happened.
   std::string kiv_class;      ///< The reporting class or component.
-  std::string error_code;     ///< What went wrong, in the form in which it is sent.
-  KivErrorSeverity severity;  ///< In the reporter's judgement.
+  std::string error_code;     ///< The error, in the form in which it is sent.
+  KivErrorSeverity severity;  ///< As the reporter rates it.
 
   /// Lexicographic over all fields, in their order; texts bytewise.
   bool operator<(const KivErrorCodeEvent& other) const;
@@ -33,7 +33,7 @@ class KIV_EXPORT KivErrorCodeAggregator : public KivCountedAggregator<KivErrorCo
   const char* getEventName() const override;
 };
 
-/// Its part of the framework.
+/// The framework base of `KivErrorCodeAggregator`.
 using KivErrorCodeBaseAggregator =
     KivBaseAggregator<KivErrorCodeEvent, KivErrorCodeEvent, unsigned int>;
 template <>

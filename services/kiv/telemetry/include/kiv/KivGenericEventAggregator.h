@@ -1,4 +1,4 @@
-/// Aggregates named values of the clients' own: one "wexo_kiv_generic" event per session, name and
+/// Aggregates named values: one "wexo_kiv_generic" event per session, name and
 /// method, and for texts per value too. All three value types share one layout of fields; the slots
 /// that do not apply are 0, 0.0 or "".
 ///
@@ -15,10 +15,10 @@
 
 namespace android::kiv {
 
-/// What samples are folded under.
+/// The key under which samples are combined.
 struct KIV_EXPORT KivGenericEventKey {
   KivSessionId session;                    ///< Of the logger that reported.
-  std::string name;                        ///< Of the value; the clients' own.
+  std::string name;                        ///< Of the value, chosen by the client.
   NumericAggregationType aggregationType;  ///< How samples are to be combined.
 
   /// Lexicographic over all fields, in their order; the name bytewise.
@@ -43,7 +43,7 @@ struct KIV_EXPORT std::less<android::kiv::KivGenericEvent<std::string>> {
 
 namespace android::kiv {
 
-/// Folds `long long` or `float` samples with the method that each report names. Not synchronised;
+/// Combines `long long` or `float` samples by the method that each report names. Not synchronised;
 /// see `KivBaseAggregator`.
 template <typename T>
 class KIV_EXPORT KivGenericNumericEventAggregator
@@ -64,8 +64,8 @@ class KIV_EXPORT KivGenericNumericEventAggregator
   const char* getEventName() const override;
 };
 
-/// Counts equal texts. The method that a report names keeps reports apart but is not what is
-/// reported: that is the aggregator's own. Not synchronised; see `KivBaseAggregator`.
+/// Counts equal texts. The method that a report names is part of its key only; events have the
+/// aggregator's own method. Not synchronised; see `KivBaseAggregator`.
 class KIV_EXPORT KivGenericStringEventAggregator
     : public KivCountedAggregator<KivGenericEvent<std::string>> {
  public:
@@ -77,13 +77,13 @@ class KIV_EXPORT KivGenericStringEventAggregator
   const char* getEventName() const override;
 };
 
-/// Its part of the framework.
+/// The framework base of `KivGenericNumericEventAggregator<long long>`.
 using KivGenericInt64BaseAggregator =
     KivBaseAggregator<KivGenericEvent<long long>, KivGenericEventKey, long long>;
-/// Its part of the framework.
+/// The framework base of `KivGenericNumericEventAggregator<float>`.
 using KivGenericFloatBaseAggregator =
     KivBaseAggregator<KivGenericEvent<float>, KivGenericEventKey, float>;
-/// Its part of the framework.
+/// The framework base of `KivGenericStringEventAggregator`.
 using KivGenericStringBaseAggregator =
     KivBaseAggregator<KivGenericEvent<std::string>, KivGenericEvent<std::string>, unsigned int>;
 template <>

@@ -1,4 +1,4 @@
-/// Descriptions of audio streams, as clients give them with a report.
+/// Descriptors of audio streams, which clients pass with a report.
 #pragma once
 
 #include <system/audio.h>
@@ -7,7 +7,7 @@
 
 namespace kiv {
 
-/// What a stream carries.
+/// The kind of content of a stream.
 enum class KivStreamType : int8_t {
   KIV_STREAM_TYPE_UNKNOWN = 0,
   KIV_STREAM_TYPE_AMBISONIC = 1,
@@ -17,7 +17,7 @@ enum class KivStreamType : int8_t {
   KIV_STREAM_TYPE_BUNDLE = 5,
 };
 
-/// How a sample is stored. The order is not that of Android's constants, and is binding.
+/// The format of a sample. The numbers are not those of Android's constants, and never change.
 enum class KivSampleFormat : int8_t {
   SAMPLE_FORMAT_FLOAT = 0,
   SAMPLE_FORMAT_PCM_16 = 1,
@@ -29,25 +29,25 @@ enum class KivSampleFormat : int8_t {
 
 /// A stream's PCM configuration in the clients' compact form.
 struct KivPcmInfo {
-  uint32_t reserved;       ///< The clients' own; telemetry never reads it.
+  uint32_t reserved;       ///< Reserved for clients; telemetry never reads it.
   KivSampleFormat format;  ///< Of a sample.
   int32_t sampleRate;      ///< Frames per second.
-  uint32_t channels;       ///< How many there are.
+  uint32_t channels;       ///< Number of channels.
   uint32_t samples;        ///< Size of the stream's buffer, in samples.
-  bool interleaved;        ///< Whether the samples of a frame stand side by side.
+  bool interleaved;        ///< True if the samples of a frame are adjacent.
 };
 
 }  // namespace kiv
 
 namespace android::kiv {
 
-/// The same with Android's format constants and a fractional rate. Note that `samples` and
-/// `channels` stand the other way round.
+/// A stream's PCM configuration with Android's format constants and a fractional rate. Note that
+/// the order of `samples` and `channels` differs from `::kiv::KivPcmInfo`.
 struct KivPcmInfoExt {
   float sampleRate;       ///< Frames per second.
   uint32_t samples;       ///< Size of the stream's buffer, in samples.
-  uint32_t channels;      ///< How many there are.
-  bool interleaved;       ///< Whether the samples of a frame stand side by side.
+  uint32_t channels;      ///< Number of channels.
+  bool interleaved;       ///< True if the samples of a frame are adjacent.
   audio_format_t format;  ///< Of a sample.
 };
 
@@ -55,5 +55,5 @@ struct KivPcmInfoExt {
 
 /// The name of the constant with exactly this value, such as "AUDIO_FORMAT_PCM_16_BIT"; "" for a
 /// value that is none of Android's formats. Never null; the text is static.
-// Without a mark for export: where Android's <system/audio.h> defines it, a mark comes too late.
+// Not marked for export here: where Android's <system/audio.h> defines it, a mark comes too late.
 extern "C" const char* audio_format_to_string(audio_format_t format);

@@ -1,4 +1,4 @@
-/// Names of telemetry sessions.
+/// Identifiers of telemetry sessions.
 #pragma once
 
 #include <memory>
@@ -12,8 +12,8 @@ namespace internal {
 struct DeviceLayout;
 }  // namespace internal
 
-/// A random identifier of one session and the chain of sessions that it was opened under. A value:
-/// copies compare equal and share their parents. Constant after construction.
+/// A random identifier of one session, and the chain of its parent sessions. Copies compare equal
+/// and share their parents. Constant after construction.
 class KIV_EXPORT KivSessionId {
  public:
   /// A fresh identifier under `parent`, which it shares; an empty parent makes a root.
@@ -22,7 +22,7 @@ class KIV_EXPORT KivSessionId {
   /// The chain of identifiers from the root to this one, joined by ".".
   std::string toString() const;
 
-  /// Orders by the own identifiers first; the parents only break ties, and none comes before any.
+  /// Orders by the identifiers first. Parents break ties; no parent orders before any parent.
   bool operator<(const KivSessionId& other) const { return compare(other) < 0; }
 
   /// The same order, three-way: negative, zero or positive.

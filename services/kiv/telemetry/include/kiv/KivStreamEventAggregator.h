@@ -13,17 +13,16 @@
 
 namespace android::kiv {
 
-/// What happened to a stream of a certain configuration, and the key under which equal reports are
-/// counted.
+/// A reported event of a stream, and the key under which equal reports are counted.
 struct KIV_EXPORT KivStreamEvent {
   KivSessionId session;             ///< Of the logger that reported.
   audio_format_t format;            ///< Of a sample.
-  ::kiv::KivStreamType streamType;  ///< What the stream carries.
+  ::kiv::KivStreamType streamType;  ///< Kind of content.
   uint32_t sampleRate;              ///< Frames per second.
   uint32_t samples;                 ///< Size of the stream's buffer, in samples.
-  uint32_t channels;                ///< How many there are.
-  bool interleaved;                 ///< Whether the samples of a frame stand side by side.
-  std::string event;                ///< What happened, as the reporter named it.
+  uint32_t channels;                ///< Number of channels.
+  bool interleaved;                 ///< True if the samples of a frame are adjacent.
+  std::string event;                ///< Name of the event, chosen by the client.
 
   /// Lexicographic over all fields, in their order; the stream type is a signed number.
   bool operator<(const KivStreamEvent& other) const;
@@ -40,7 +39,7 @@ class KIV_EXPORT KivStreamEventAggregator : public KivCountedAggregator<KivStrea
   const char* getEventName() const override;
 };
 
-/// Its part of the framework.
+/// The framework base of `KivStreamEventAggregator`.
 using KivStreamEventBaseAggregator =
     KivBaseAggregator<KivStreamEvent, KivStreamEvent, unsigned int>;
 template <>

@@ -1,11 +1,12 @@
-/// The ways in which samples of one key are combined.
+/// The methods by which the samples of one key are combined.
 #pragma once
 
 #include <cstdint>
 
 namespace android::kiv {
 
-/// How the samples of one key become one number. Any other value leaves the aggregate at 0.
+/// Combines the samples of one key. NaN is sticky in AVG and SUM; MAX and MIN take it as a new
+/// aggregate, and replace it by the next sample. Any other value leaves the aggregate at 0.
 enum class NumericAggregationType : uint8_t {
   AVG = 0,    ///< Running mean.
   SUM = 1,    ///< Sum.

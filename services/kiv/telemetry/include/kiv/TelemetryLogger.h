@@ -49,15 +49,16 @@ enum class TelemetrySubmissionModel : int32_t {
   NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
   BLOCKING = 1,      ///< On the worker; a report returns once it has been aggregated.
   /// On the caller's thread; a report returns once it has been submitted. The logger shares nothing
-  /// with others, and callers on several threads take turns by their own means.
+  /// with others. It takes no lock, despite its name: callers on several threads must serialize
+  /// their calls.
   LOCKING_IMMEDIATE = 2,
 };
 
-/// A trace section that has begun. Held by whoever began it.
+/// A trace section that has begun. Belongs to the code that began it.
 struct KivTraceInfo {
   std::string name;                                  ///< What is traced: an API or operation.
   std::chrono::steady_clock::time_point start_time;  ///< When it began.
-  std::string kiv_class;                             ///< On whose behalf; recorded, not reported.
+  std::string kiv_class;                             ///< The traced class; not reported.
 };
 
 /// Reports telemetry under one session.
@@ -65,25 +66,26 @@ struct KivTraceInfo {
 /// Threads: in the task-runner models (`NON_BLOCKING`, `BLOCKING`) every operation may be called
 /// from any thread, the worker included. In `LOCKING_IMMEDIATE` one thread at a time.
 ///
-/// Ownership: loggers of the task-runner models are held by `std::shared_ptr`; reporting through
-/// one that is not ends the process. Queued reports keep their logger alive, except latency
-/// samples, whose logger the owner must keep until they have been taken.
+/// Ownership: a logger of a task-runner model must be owned by a `std::shared_ptr`, except for
+/// latency samples, lifecycle operations and beginning a trace; any other report aborts the process
+/// without one. Queued reports share ownership of their logger. Latency samples do not: the owner
+/// must keep the logger until they have been aggregated.
 ///
-/// Failure: reports return nothing. One that cannot be taken is dropped, and where a stopped
-/// aggregation is the reason the Android log says so.
+/// Failure: reports return nothing. A report that cannot be taken is dropped. If the reason is a
+/// stopped aggregation, an error line goes to the Android log.
 ///
-/// The bases, the order of the virtual operations and the order of the data members are part of the
-/// binary interface: never reorder them, append only.
+/// The bases, the virtual operations and the data members are part of the binary interface. Clients
+/// derive from this class, so not even an addition is compatible.
 class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
                                    public TraceHandler,
                                    public std::enable_shared_from_this<TelemetryLogger> {
  public:
-  /// How loggers hold the aggregation of one kind of event, which others may share.
+  /// The aggregation of one kind of event. Loggers may share it.
   template <typename Event>
   using Manager = std::shared_ptr<TimedAggregationManager<Event>>;
 
-  /// A logger of a task-runner model on the given thread and managers. The managers are started on
-  /// the calling thread. Ends the process if the model is `LOCKING_IMMEDIATE`.
+  /// Makes a logger of a task-runner model on the given thread and managers. Starts the managers on
+  /// the calling thread. Aborts the process if the model is `LOCKING_IMMEDIATE`.
   TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                   std::shared_ptr<TaskRunnerThread> task_runner_thread,
                   Manager<KivErrorCodeEvent> error_code_manager,
@@ -94,37 +96,38 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
                   Manager<KivGenericEvent<std::string>> string_event_manager,
                   TelemetrySubmissionModel submission_model);
 
-  /// A logger on the process's shared thread and managers or, for `LOCKING_IMMEDIATE`, on managers
-  /// of its own.
+  /// Makes a logger on the process's shared thread and managers or, for `LOCKING_IMMEDIATE`, on
+  /// managers of its own.
   TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                   TelemetrySubmissionModel submission_model);
 
-  /// A `NON_BLOCKING` logger without a name, under the process's own session.
+  /// Makes a `NON_BLOCKING` logger without a name, under the process's root session.
   TelemetryLogger();
 
-  /// Submits what private managers still hold. Shared ones go on.
+  /// Submits the open windows of private managers. Shared managers keep running.
   ~TelemetryLogger() override;
 
   TelemetryLogger(const TelemetryLogger&) = delete;
   TelemetryLogger& operator=(const TelemetryLogger&) = delete;
 
-  // Lifecycle. These act on all that the logger reports into, which in the task-runner models is
-  // the aggregation of every such logger of the process. They wait for the worker in both models,
-  // and return false if it did not do the work.
+  // Lifecycle. These operations act on all six aggregations of the logger, which in the task-runner
+  // models are those of every such logger of the process. They wait for the worker in both models,
+  // and return false if it has not started within a second or has ended. An operation that has
+  // started is waited for until it returns.
 
-  /// Starts what is stopped, with empty aggregates. A logger is born started.
+  /// Starts stopped aggregations, with empty aggregates. A new logger is started.
   bool start();
 
-  /// Submits what has been aggregated, and stops. True if everything was running.
+  /// Submits all open windows, and stops. True if all six aggregations were running.
   bool stop();
 
-  /// Submits what has been aggregated. True if everything was running.
+  /// Submits all open windows. True if all six aggregations were running.
   bool flush() override;
 
   // Errors. Each also writes one line to the Android log, tagged with `kiv_class`.
 
-  /// Reports an error given as text, in the operation `api` of `kiv_class`; with an empty
-  /// `kiv_class` the logger's name stands in its place.
+  /// Reports an error given as text, in the operation `api` of `kiv_class`. An empty `kiv_class` is
+  /// replaced by the logger's name.
   void logErrorCode(const std::string& error_code, const std::string& api,
                     KivErrorSeverity severity, const std::string& kiv_class) override;
 
@@ -139,39 +142,39 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Reports an Android status, as "android." and the platform's text for it.
   void logAndroidStatusErrorCode(int status, const std::string& api, KivErrorSeverity severity);
 
-  // Streams. A fraction of a sample rate is cut off; one that is negative or no number becomes 0.
+  // Streams. Sample rates are truncated to integers; negative rates and NaN become 0.
 
   /// Reports that `event`, which is free text, happened to a stream. The descriptor's `format` must
   /// be a valid enumerator.
   void logStreamEvent(const ::kiv::KivPcmInfo& pcm_info, ::kiv::KivStreamType stream_type,
                       const std::string& event);
 
-  /// The same by a descriptor that can name any of Android's formats.
+  /// Reports the event of a stream whose descriptor can name any of Android's formats.
   void logStreamEvent(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                       const std::string& event);
 
-  /// What both of them do.
+  /// Shared implementation of both overloads.
   void logStreamEventInternal(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                               const std::string& event);
 
-  /// Reports one latency sample of a stream; of a negative one, or one beyond 32 bits, the low 32
-  /// bits are taken. The descriptor's `format` must be a valid enumerator.
+  /// Reports one latency sample of a stream. Only the low 32 bits of the sample count, so a
+  /// negative one becomes large. The descriptor's `format` must be a valid enumerator.
   void logAudioLatency(const ::kiv::KivPcmInfo& pcm_info, ::kiv::KivStreamType stream_type,
                        std::chrono::milliseconds latency);
 
-  /// The same by a descriptor that can name any of Android's formats.
+  /// Reports a sample of a stream whose descriptor can name any of Android's formats.
   void logAudioLatency(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                        std::chrono::milliseconds latency);
 
-  /// What both of them do.
+  /// Shared implementation of both overloads.
   void logAudioLatencyInternal(const KivPcmInfoExt& pcm_info, ::kiv::KivStreamType stream_type,
                                std::chrono::milliseconds latency);
 
   // Named values.
 
-  /// Reports a value, combined with others of its name by `aggregation_type`. `T` is a signed
-  /// integer, all of which are reported as 64-bit integers, `float` or `std::string`; strings are
-  /// counted whatever the type.
+  /// Reports a value, combined with others of its name by `aggregation_type`. `T` is `float`,
+  /// `std::string`, or a signed integer type; integers are reported as 64-bit integers. Strings are
+  /// counted, whatever the aggregation type.
   template <typename T>
   void logKivEvent(const std::string& name, const T& value,
                    NumericAggregationType aggregation_type);
@@ -179,13 +182,13 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Reports a client's call of `api`, as a counted string value.
   void logKivClientCall(const std::string& api, const std::string& value);
 
-  // Traces: how long something took, reported in microseconds as an average per name. Beginning one
-  // costs a clock reading and the copies of its texts.
+  // Traces: durations, reported in microseconds as an average per name. Beginning a section costs a
+  // clock reading and copies of its texts.
 
-  /// Begins a section on behalf of the logger's own name.
+  /// Begins a section whose class is the logger's name.
   KivTraceInfo kiv_beginTraceSection(const std::string& name);
 
-  /// Begins a section. The class comes first.
+  /// Begins a section. The class is the first argument.
   KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class, const std::string& name);
 
   /// Reports the time since `info` began, through this logger.
@@ -207,7 +210,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Ends the process if the model needs a worker and there is none.
   KIV_HIDDEN void ensureLoggerRespectsTelemetrySubmissionModel();
 
-  /// Whether the calling thread is the one that does this logger's work.
+  /// True if the calling thread does this logger's work.
   KIV_HIDDEN bool worksOnCurrentThread() const;
 
   /// Posts `task` to the worker, and waits for it in the `BLOCKING` model.
@@ -227,7 +230,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
                                  std::string_view prefix, const std::string& name, const T& value,
                                  NumericAggregationType aggregation_type);
 
-  // All constant after construction. What the managers hold is touched by the worker only or, in
+  // Constant after construction. The contents of the managers are touched by the worker only or, in
   // LOCKING_IMMEDIATE, by the calling thread.
   KivSessionId session_id_;
   std::string logger_name_;
@@ -254,19 +257,18 @@ void TelemetryLogger::logKivEvent(const std::string& name, const T& value,
                                   NumericAggregationType aggregation_type) {
   static_assert(std::is_integral_v<T> && std::is_signed_v<T>,
                 "a value is a signed integer, a float or a std::string");
-  // int64_t is `long` on some platforms and `long long` on others: all integers take one road.
+  // int64_t is `long` on some platforms and `long long` on others.
   logKivEvent<long long>(name, value, aggregation_type);
 }
 
-/// What all task-runner loggers of the process share: one worker thread, one aggregation per kind
-/// of event, a root session, a default logger, and the telemetry switch.
+/// Holds the resources that all task-runner loggers of the process share: one worker thread, one
+/// aggregation per kind of event, a root session, a default logger, and the telemetry switch.
 ///
 /// The order of the data members is part of the binary interface.
 class KIV_EXPORT TelemetryLoggerManager {
  public:
   /// The manager of the process, created on first use, from any thread. At process exit it submits
-  /// what is still aggregated. A call after that gets a manager that takes reports and submits
-  /// none.
+  /// the open windows. A call after that returns a manager that takes reports and submits none.
   static TelemetryLoggerManager& getInstance();
 
   TelemetryLoggerManager();
@@ -302,21 +304,24 @@ class KIV_EXPORT TelemetryLoggerManager {
   std::shared_ptr<TelemetryLogger> telemetry_logger_;
 };
 
-/// A client's handle to a logger. The first one of the process also registers the default logger,
-/// and a maker of `LOCKING_IMMEDIATE` loggers, with the `TelemetryDelegate`. May be constructed on
-/// any thread; copies share the logger.
+/// A client's handle to a logger. Keep one for each component for the life of the process: each
+/// handle with a name opens a session of its own, and reports of different sessions are never
+/// aggregated together. Copies share the logger. May be constructed on any thread.
+///
+/// The first handle of the process also registers the default logger, and a factory of
+/// `LOCKING_IMMEDIATE` loggers, with the `TelemetryDelegate`.
 class KIV_EXPORT TelemetryEnv {
  public:
-  /// The process's default logger.
+  /// A handle to the process's default logger.
   TelemetryEnv();
 
-  /// A `NON_BLOCKING` logger of its own, under a fresh child session of the default logger's.
+  /// A handle to a new `NON_BLOCKING` logger, under a fresh child of the default logger's session.
   explicit TelemetryEnv(const std::string& name);
 
-  /// The same, under a fresh child of the given session.
+  /// A handle to a new `NON_BLOCKING` logger, under a fresh child of the given session.
   TelemetryEnv(const std::string& name, const KivSessionId& session_id);
 
-  /// The given logger.
+  /// A handle to the given logger.
   explicit TelemetryEnv(std::shared_ptr<TelemetryLogger> logger);
 
   ~TelemetryEnv();
@@ -326,8 +331,7 @@ class KIV_EXPORT TelemetryEnv {
   TelemetryEnv(TelemetryEnv&&) = default;
   TelemetryEnv& operator=(TelemetryEnv&&) = default;
 
-  /// The logger, which outlives the handle for as long as somebody holds it. Never null, unless
-  /// null was given.
+  /// The logger, which may outlive the handle. Null only if null was given.
   std::shared_ptr<TelemetryLogger> getLogger() const { return logger_; }
 
  private:

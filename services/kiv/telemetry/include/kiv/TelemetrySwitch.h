@@ -1,6 +1,6 @@
 /// The switch that decides whether aggregated telemetry is submitted.
 ///
-/// It stops neither aggregation nor logging: while it is off, windows close as ever and their
+/// It stops neither aggregation nor logging: while it is off, windows close as usual and their
 /// contents are discarded. Both functions may be called from any thread; the first call of either
 /// creates the process's `TelemetryLoggerManager`.
 #pragma once

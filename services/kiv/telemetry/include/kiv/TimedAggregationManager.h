@@ -18,21 +18,21 @@ struct WindowAccess;
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 
-/// Decides when a window is over, has the aggregator submit it, and opens the next.
+/// Closes windows that are over: has the aggregator submit them, and opens the next.
 ///
 /// There is no timer: a window closes with the first report that comes more than the period after
 /// it opened, with `flush()` or `stop()`, or with the manager's destruction. Its age is measured on
 /// the steady clock; its reported start and end are wall-clock times, and one window ends exactly
 /// where the next begins.
 ///
-/// Not synchronised: operations are called by one thread at a time. The one exception is `start()`
-/// on a running manager, which only looks whether it runs and may be called at any time.
+/// Not synchronised: callers must serialize their calls. The one exception is `start()` on a
+/// running manager, which changes nothing and may be called at any time.
 ///
 /// Instantiated in the library for its own kinds of events.
 template <typename Event>
 class KIV_EXPORT TimedAggregationManager {
  public:
-  /// A stopped manager over `aggregator`, which nobody else uses from now on.
+  /// Makes a stopped manager over `aggregator`, which must not be used otherwise from now on.
   TimedAggregationManager(std::shared_ptr<KivAggregator<Event>> aggregator,
                           std::chrono::milliseconds aggregation_period);
 
@@ -45,8 +45,8 @@ class KIV_EXPORT TimedAggregationManager {
   /// Empties the aggregator and opens a window. Does nothing if running.
   void start();
 
-  /// Takes a report into the window that is open now, after closing one that is over. While
-  /// stopped, the report is dropped with an error log line.
+  /// Closes the window if it is over, then adds a report to the open one. While stopped, the report
+  /// is dropped with an error log line.
   void add(const Event& event);
 
   /// Submits the open window and opens the next. False, with an error log line, while stopped.
