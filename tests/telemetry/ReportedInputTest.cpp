@@ -243,10 +243,12 @@ struct RateCase {
   int64_t reported;
 };
 
-TEST_F(ReportedInputTest, SampleRatesSaturate) {
+TEST_F(ReportedInputTest, SampleRatesAreTruncatedAndSaturate) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   const RateCase cases[] = {
-      {-1.0F, 0},
+      {44100.9F, 44100},
+      {-5.0F, 0},
+      {-0.9F, 0},
       {-kInfinity, 0},
       {std::numeric_limits<float>::lowest(), 0},
       {std::numeric_limits<float>::quiet_NaN(), 0},

@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <cmath>
-#include <limits>
 #include <thread>
 
 #include "instrumentation/AllocationCount.h"
@@ -203,27 +201,6 @@ TEST_F(TelemetryLoggerReportsTest, ACompactDescriptorIsConverted) {
   EXPECT_THAT(ints("samples"), ElementsAre(480));
   EXPECT_THAT(ints("channels"), ElementsAre(6));
   EXPECT_THAT(ints("interleaved"), ElementsAre(0));
-}
-
-TEST_F(TelemetryLoggerReportsTest, SampleRatesAreTruncatedAndNeverNegative) {
-  const float rates[] = {44100.9F, -5.0F, std::nanf("")};
-  const char* const names[] = {"fraction", "negative", "no number"};
-  for (size_t i = 0; i < std::size(rates); ++i) {
-    KivPcmInfoExt pcm = kPcm;
-    pcm.sampleRate = rates[i];
-    logger->logStreamEvent(pcm, kObject, names[i]);
-  }
-  logger->flush();
-  EXPECT_THAT(strings("kiv_event"), ElementsAre("negative", "no number", "fraction"));
-  EXPECT_THAT(ints("sample_rate"), ElementsAre(0, 0, 44100));
-}
-
-TEST_F(TelemetryLoggerReportsTest, AnInfiniteSampleRateIsTheLargest) {
-  KivPcmInfoExt pcm = kPcm;
-  pcm.sampleRate = std::numeric_limits<float>::infinity();
-  logger->logStreamEvent(pcm, kObject, "start");
-  logger->flush();
-  EXPECT_THAT(ints("sample_rate"), ElementsAre(-1));
 }
 
 TEST_F(TelemetryLoggerReportsTest, LatenciesAreAveragedPerConfiguration) {

@@ -509,7 +509,7 @@ Expected: contains exactly these events:
 }
 
 TEST(FailureMessage, NamesEveryMissingEvent) {
-  EXPECT_THAT(failureOf({kTrace}, ContainsOnly(TraceLatency("render"), ErrorCode("a"),
+  EXPECT_THAT(failureOf({kTrace}, ContainsOnly(ErrorCode("a"), TraceLatency("render"),
                                                ClientCall("open").withText("ok").once())),
               testing::EndsWith(R"(
   }, missing: error code "a"
