@@ -7,23 +7,27 @@
 //	compile PARTITION SOURCE FLAGS...
 //	link PARTITION LIBRARY FLAGS...
 //
-// with those flags that our modules set; what the platform sets for all modules is left out.
+// with all flags that it gives, in its order: the platform's, which it sets for every module of
+// this processor, and those that our modules set.
 package main
 
 import (
+	"bytes"
 	"fmt"
 	"io/ioutil"
 	"os"
 	"path/filepath"
+	"regexp"
 	"strings"
 
 	"android/soong/android"
 	"android/soong/cc"
 )
 
-// Our modules: where they are defined, and as what they are built.
+// Our modules: where they are defined, and as what they are built. The static one has the form that
+// the other one, which is optimised as a whole, asks for.
 var modules = []struct{ name, dir, kind string }{
-	{"libtamsa_binding", "tamsa", "static"},
+	{"libtamsa_binding", "tamsa", "static_lto-thin"},
 	{"libkivtelemetry", "services/kiv/telemetry", "shared"},
 }
 
@@ -90,17 +94,38 @@ func find(context *android.TestContext, name, variant string) android.TestingMod
 	panic("unreachable")
 }
 
-// A module's own flags stand in variables of its own; other variables hold the platform's.
-func ownFlags(module android.TestingModule, flags string) string {
-	var own []string
-	for _, flag := range strings.Fields(flags) {
-		if strings.HasPrefix(flag, "$") && !strings.HasPrefix(flag, "${") {
-			own = append(own, module.Module().VariablesForTests()[flag[1:]])
-		} else if !strings.Contains(flag, "${") {
-			own = append(own, flag)
-		}
+// The variables of the build that hold the platform's flags, by the names that modules have for
+// them.
+func platformVariables(context *android.TestContext) map[string]string {
+	var build bytes.Buffer
+	failOn(context.WriteBuildFile(&build))
+	text := strings.ReplaceAll(build.String(), "$\n", "")
+	variables := map[string]string{}
+	definition := regexp.MustCompile(`(?m)^g\.([\w.]+) = +(.*)$`)
+	for _, match := range definition.FindAllStringSubmatch(text, -1) {
+		variables[match[1]] = strings.ReplaceAll(match[2], "${g.", "${")
 	}
-	return strings.Join(own, " ")
+	return variables
+}
+
+// Flags with the values of all variables in them. A module's own flags are in variables of its own,
+// whose names have no braces.
+func expand(module android.TestingModule, platform map[string]string, flags string) string {
+	own := module.Module().VariablesForTests()
+	for strings.Contains(flags, "$") {
+		flags = regexp.MustCompile(`\$(\w+)|\$\{([\w.]+)\}`).ReplaceAllStringFunc(flags,
+			func(name string) string {
+				value, known := own[name[1:]]
+				if !known {
+					value, known = platform[strings.Trim(name, "${}")]
+				}
+				if !known {
+					failOn(fmt.Errorf("unknown variable %s", name))
+				}
+				return value
+			})
+	}
+	return strings.Join(strings.Fields(flags), " ")
 }
 
 func main() {
@@ -109,6 +134,7 @@ func main() {
 		os.Exit(2)
 	}
 	context := analyse(os.Args[1], os.Args[2])
+	platform := platformVariables(context)
 	for _, ours := range modules {
 		for _, partition := range partitions {
 			variant := partition.variant + "_arm_armv7-a-neon_" + ours.kind
@@ -116,9 +142,9 @@ func main() {
 			for _, output := range module.AllOutputs() {
 				build := module.Output(output)
 				if flags, compiles := build.Args["cFlags"]; compiles {
-					fmt.Println("compile", partition.name, build.Input, ownFlags(module, flags))
+					fmt.Println("compile", partition.name, build.Input, expand(module, platform, flags))
 				} else if flags, links := build.Args["ldFlags"]; links {
-					fmt.Println("link", partition.name, ours.name, ownFlags(module, flags))
+					fmt.Println("link", partition.name, ours.name, expand(module, platform, flags))
 				}
 			}
 		}

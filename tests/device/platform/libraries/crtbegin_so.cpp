@@ -1,0 +1,13 @@
+// What Android's start files add to every shared library, as far as our sources use it.
+
+extern "C" {
+
+__attribute__((visibility("hidden"))) void* __dso_handle = &__dso_handle;
+
+int __register_atfork(void (*prepare)(), void (*parent)(), void (*child)(), void* dso);
+
+__attribute__((visibility("hidden"))) int pthread_atfork(void (*prepare)(), void (*parent)(),
+                                                         void (*child)()) {
+  return __register_atfork(prepare, parent, child, &__dso_handle);
+}
+}

@@ -1,0 +1,3 @@
+#include <utils/Errors.h>
+
+std::string android::statusToString(status_t /*status*/) { return {}; }
