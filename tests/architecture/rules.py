@@ -42,12 +42,13 @@ TELEMETRY = "services/kiv/telemetry/"
 LAYERS = ["vocabulary", "aggregation", "client_aggregators", "front end"]
 LAYERS_OF_PUBLIC_HEADERS = {
     "vocabulary": [
-        "EventNames", "KivError", "KivPcmInfo", "KivSessionId", "NumericAggregationType",
+        "EventNames", "Export", "KivError", "KivPcmInfo", "KivSessionId", "NumericAggregationType",
         "TelemetrySwitch", "Version",
     ],
     "aggregation": [
         "KivAudioLatencyAggregator", "KivBaseAggregator", "KivErrorCodeAggregator",
         "KivGenericEventAggregator", "KivStreamEventAggregator", "TimedAggregationManager",
+        "internal/AggregationManagers",
     ],
     "front end": ["ScopedKivTrace", "TelemetryLogger", "TraceHandler"],
 }

@@ -104,7 +104,7 @@ TEST_F(MemoryTest, WindowsOfNewKeysDoNotGrowMemory) {
   RecordProperty("resident_at_the_end", std::to_string(end));
 }
 
-TEST_F(MemoryTest, TheMemoryOfAWindowOfManyKeysIsReleased) {
+TEST_F(MemoryTest, AWindowOfManyKeysIsSubmittedAndItsMemoryReleased) {
   const size_t count = ::kiv_test::fromEnvironment("KIV_MEMORY_KEYS", 50000);
   reportFreshKeys(600);
   ASSERT_TRUE(logger->flush());

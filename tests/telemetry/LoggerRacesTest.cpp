@@ -103,7 +103,7 @@ TEST_F(LoggerRacesTest, StopAndStartByOneLoggerLoseOnlyReportsThatOthersMakeWhil
   }
 }
 
-TEST_F(LoggerRacesTest, EachThreadCanReleaseTheLastReferenceWhileReportsAreQueued) {
+TEST_F(LoggerRacesTest, EachThreadMayDropTheLastReferenceWhileReportsAreQueued) {
   constexpr int kRounds = 200;
   const auto lasting = makeLogger(Model::BLOCKING, "lasting");
   together([&](int) {

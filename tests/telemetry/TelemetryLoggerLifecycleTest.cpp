@@ -243,7 +243,7 @@ TEST_F(TelemetryLoggerLifecycleTest, ThePostedFlushIsTheOverriddenOne) {
   EXPECT_EQ(logger->flushes, 1);
 }
 
-TEST_F(TelemetryLoggerLifecycleTest, TheWorkerCanReleaseTheLastReferenceWithoutALogLine) {
+TEST_F(TelemetryLoggerLifecycleTest, LastReferenceDroppedByTheWorkerLogsNothing) {
   auto logger = makeLogger(Model::NON_BLOCKING);
   const std::weak_ptr<TelemetryLogger> watch = logger;
   Latch released;
