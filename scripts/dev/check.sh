@@ -19,7 +19,7 @@ default_steps=(
   'fresh||./dev demo, then ./dev test, on a minimal Debian 12'
 )
 optional_steps=(
-  'collector||the Collector of docs/fleet.md and the engines behind it; needs Go'
+  'collector||the Collector of docs/fleet.md and its back ends (needs Go)'
   'fresh-test||./dev test as the first command on a minimal Debian 12'
   'fresh-ci||.ci/run on a minimal Debian 12'
   'asan||the test suite with the address and UB sanitizers'

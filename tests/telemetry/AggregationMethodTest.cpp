@@ -4,6 +4,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "kiv/EventNames.h"
 #include "services/kiv/telemetry/aggregation/AggregationMethod.h"
 
 namespace android::kiv::internal {
@@ -21,16 +22,16 @@ TEST(AggregationMethod, IsOneByteOfFixedNumbers) {
 }
 
 TEST(AggregationMethod, HasAName) {
-  EXPECT_STREQ(aggregationMethodToString(Type::AVG), "AVG");
-  EXPECT_STREQ(aggregationMethodToString(Type::SUM), "SUM");
-  EXPECT_STREQ(aggregationMethodToString(Type::MAX), "MAX");
-  EXPECT_STREQ(aggregationMethodToString(Type::MIN), "MIN");
-  EXPECT_STREQ(aggregationMethodToString(Type::COUNT), "COUNT");
+  EXPECT_STREQ(event_names::aggregationMethod(Type::AVG), "AVG");
+  EXPECT_STREQ(event_names::aggregationMethod(Type::SUM), "SUM");
+  EXPECT_STREQ(event_names::aggregationMethod(Type::MAX), "MAX");
+  EXPECT_STREQ(event_names::aggregationMethod(Type::MIN), "MIN");
+  EXPECT_STREQ(event_names::aggregationMethod(Type::COUNT), "COUNT");
 }
 
 TEST(AggregationMethod, IsUnknownForAnyOtherByte) {
-  EXPECT_STREQ(aggregationMethodToString(Type(5)), "UNKNOWN");
-  EXPECT_STREQ(aggregationMethodToString(Type(255)), "UNKNOWN");
+  EXPECT_STREQ(event_names::aggregationMethod(Type(5)), "UNKNOWN");
+  EXPECT_STREQ(event_names::aggregationMethod(Type(255)), "UNKNOWN");
 }
 
 float combineAll(Type type, std::initializer_list<float> samples) {

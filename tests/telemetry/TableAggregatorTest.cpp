@@ -245,6 +245,9 @@ TEST_F(TableAggregatorTest, KeepsTheMemoryOfASmallWindowOnly) {
     add("n");
     return count.count();
   };
+  // The first table of a process draws the secret of its hashes.
+  add("n");
+  aggregator->reset();
   const size_t fresh = allocations();
   flush();
   EXPECT_LT(allocations(), fresh);

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "kiv/EventNames.h"
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/TaskStrings.h"
 #include "services/kiv/telemetry/ThreadLocalScratch.h"
@@ -78,18 +79,20 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
 
 void TelemetryLogger::logKivErrorCode(KivError error, const std::string& api,
                                       KivErrorSeverity severity, const std::string& kiv_class) {
-  logErrorCode("kiv." + kivErrorToString(error), api, severity, kiv_class);
+  logErrorCode(event_names::kKivErrorPrefix + kivErrorToString(error), api, severity, kiv_class);
 }
 
 void TelemetryLogger::logKivErrorCode(KivError error, int detail, const std::string& api,
                                       KivErrorSeverity severity, const std::string& kiv_class) {
-  logErrorCode("kiv." + kivErrorToString(error) + "=" + std::to_string(detail), api, severity,
-               kiv_class);
+  logErrorCode(
+      event_names::kKivErrorPrefix + kivErrorToString(error) + "=" + std::to_string(detail), api,
+      severity, kiv_class);
 }
 
 void TelemetryLogger::logAndroidStatusErrorCode(int status, const std::string& api,
                                                 KivErrorSeverity severity) {
-  logErrorCode("android." + statusToString(status), api, severity, std::string());
+  logErrorCode(event_names::kAndroidStatusPrefix + statusToString(status), api, severity,
+               std::string());
 }
 
 void TelemetryLogger::logStreamEvent(const ::kiv::KivPcmInfo& pcm_info,
@@ -197,7 +200,7 @@ void TelemetryLogger::logKivEvent<std::string>(const std::string& name, const st
 }
 
 void TelemetryLogger::logKivClientCall(const std::string& api, const std::string& value) {
-  recordKivEvent(managers_.string_event_manager_, "client_api_call.", api, value,
+  recordKivEvent(managers_.string_event_manager_, event_names::kClientCallPrefix, api, value,
                  NumericAggregationType::COUNT);
 }
 

@@ -1,4 +1,5 @@
 // The tracing operations of a logger.
+#include "kiv/EventNames.h"
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/aggregation/Clock.h"
 
@@ -33,7 +34,7 @@ KivTraceInfo TelemetryLogger::kiv_beginTraceSection(const std::string& kiv_class
 void TelemetryLogger::kiv_endTraceSection(const KivTraceInfo& info) {
   const auto elapsed =
       std::chrono::duration_cast<std::chrono::microseconds>(elapsedSince(info.start_time));
-  recordKivEvent<long long>(managers_.int64_event_manager_, "api_latency_us.", info.name,
+  recordKivEvent<long long>(managers_.int64_event_manager_, event_names::kTracePrefix, info.name,
                             elapsed.count(), NumericAggregationType::AVG);
 }
 

@@ -2,22 +2,6 @@
 
 namespace android::kiv::internal {
 
-const char* aggregationMethodToString(NumericAggregationType type) {
-  switch (type) {
-    case NumericAggregationType::AVG:
-      return "AVG";
-    case NumericAggregationType::SUM:
-      return "SUM";
-    case NumericAggregationType::MAX:
-      return "MAX";
-    case NumericAggregationType::MIN:
-      return "MIN";
-    case NumericAggregationType::COUNT:
-      return "COUNT";
-  }
-  return "UNKNOWN";
-}
-
 float combine(NumericAggregationType type, float aggregate, uint32_t count, float sample) {
   switch (type) {
     case NumericAggregationType::AVG:

@@ -1,4 +1,4 @@
-/// Combines samples, and names the aggregation methods.
+/// Combines samples.
 #pragma once
 
 #include <cstdint>
@@ -6,9 +6,6 @@
 #include "kiv/NumericAggregationType.h"
 
 namespace android::kiv::internal {
-
-/// The method's name in an event; "UNKNOWN" for a value that is no enumerator.
-const char* aggregationMethodToString(NumericAggregationType type);
 
 /// The aggregate of `count` samples with value `aggregate` after one more, `sample`. An unknown
 /// method leaves it as it is.

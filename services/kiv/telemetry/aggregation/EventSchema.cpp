@@ -1,10 +1,6 @@
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
 
-#include "kiv/KivAudioLatencyAggregator.h"
-#include "kiv/KivErrorCodeAggregator.h"
-#include "kiv/KivGenericEventAggregator.h"
-#include "kiv/KivStreamEventAggregator.h"
-#include "services/kiv/telemetry/aggregation/AggregationMethod.h"
+#include "kiv/EventNames.h"
 #include "services/kiv/telemetry/vocabulary/AudioFormatNames.h"
 #include "services/kiv/telemetry/vocabulary/SaturatingCast.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
@@ -16,7 +12,7 @@ namespace {
 /// The fields with which every kind begins.
 void addCommonFields(const AggregateView& aggregate, NumericAggregationType method,
                      EventFields& fields) {
-  fields.add("aggregation_method", aggregationMethodToString(method));
+  fields.add("aggregation_method", event_names::aggregationMethod(method));
   fields.add("aggregated_count", static_cast<unsigned int>(aggregate.count));
   fields.add("kiv_session_id", aggregate.session);
 }
@@ -81,27 +77,17 @@ constexpr KeyLayout kNumericValueKey{1, 1, 1};
 
 }  // namespace
 
-const EventSchema kErrorCodeSchema{KivErrorCodeBaseAggregator::kKivErrorCodeEvent,
-                                   NumericAggregationType::COUNT,
-                                   {1, 3, 3},
-                                   addErrorCodeFields};
-const EventSchema kStreamEventSchema{KivStreamEventBaseAggregator::kKivStreamEvent,
-                                     NumericAggregationType::COUNT,
-                                     {6, 1, 0},
-                                     addStreamEventFields};
-const EventSchema kAudioLatencySchema{KivAudioLatencyBaseAggregator::kKivAudioLatencyEvent,
-                                      NumericAggregationType::AVG,
-                                      {6, 0, 0},
-                                      addAudioLatencyFields};
-const EventSchema kIntegerValueSchema{KivGenericInt64BaseAggregator::kKivGenericEvent,
-                                      NumericAggregationType::COUNT, kNumericValueKey,
-                                      addIntegerValueFields};
-const EventSchema kFloatValueSchema{KivGenericFloatBaseAggregator::kKivGenericEvent,
-                                    NumericAggregationType::COUNT, kNumericValueKey,
-                                    addFloatValueFields};
-const EventSchema kTextValueSchema{KivGenericStringBaseAggregator::kKivGenericEvent,
-                                   NumericAggregationType::COUNT,
-                                   {1, 2, 1},
-                                   addTextValueFields};
+const EventSchema kErrorCodeSchema{
+    event_names::kErrorCode, NumericAggregationType::COUNT, {1, 3, 3}, addErrorCodeFields};
+const EventSchema kStreamEventSchema{
+    event_names::kStreamEvent, NumericAggregationType::COUNT, {6, 1, 0}, addStreamEventFields};
+const EventSchema kAudioLatencySchema{
+    event_names::kAudioLatency, NumericAggregationType::AVG, {6, 0, 0}, addAudioLatencyFields};
+const EventSchema kIntegerValueSchema{event_names::kGeneric, NumericAggregationType::COUNT,
+                                      kNumericValueKey, addIntegerValueFields};
+const EventSchema kFloatValueSchema{event_names::kGeneric, NumericAggregationType::COUNT,
+                                    kNumericValueKey, addFloatValueFields};
+const EventSchema kTextValueSchema{
+    event_names::kGeneric, NumericAggregationType::COUNT, {1, 2, 1}, addTextValueFields};
 
 }  // namespace android::kiv::internal

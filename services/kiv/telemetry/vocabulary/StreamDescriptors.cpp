@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "kiv/EventNames.h"
+
 namespace android::kiv::internal {
 
 KivPcmInfoExt toExtended(const ::kiv::KivPcmInfo& pcm_info) {
@@ -20,19 +22,8 @@ KivPcmInfoExt toExtended(const ::kiv::KivPcmInfo& pcm_info) {
 }
 
 std::string streamTypeToString(::kiv::KivStreamType stream_type) {
-#define STREAM_TYPE_NAME(name)     \
-  case ::kiv::KivStreamType::name: \
-    return #name
-  switch (stream_type) {
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_UNKNOWN);
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_AMBISONIC);
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_OBJECT);
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_PASSTHROUGH);
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_2D_WINDOW);
-    STREAM_TYPE_NAME(KIV_STREAM_TYPE_BUNDLE);
-  }
-#undef STREAM_TYPE_NAME
-  return std::to_string(static_cast<int>(stream_type));
+  const char* const name = event_names::streamType(stream_type);
+  return name != nullptr ? name : std::to_string(static_cast<int>(stream_type));
 }
 
 }  // namespace android::kiv::internal
