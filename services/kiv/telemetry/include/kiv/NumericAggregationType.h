@@ -5,13 +5,15 @@
 
 namespace android::kiv {
 
-/// How the samples of one key become one number. Any other value leaves the aggregate at 0.
+/// How the samples of one key become one number, a float. Any other value leaves the aggregate at
+/// 0. From 2^24 on a float does not represent every integer: sums are rounded there.
 enum class NumericAggregationType : uint8_t {
-  AVG = 0,    ///< Running mean.
-  SUM = 1,    ///< Sum.
-  MAX = 2,    ///< Largest sample.
-  MIN = 3,    ///< Smallest sample.
-  COUNT = 4,  ///< Number of samples, whatever they are.
+  AVG = 0,  ///< Running mean.
+  SUM = 1,  ///< Sum.
+  MAX = 2,  ///< Largest sample; NaN replaces what is there, and the next sample replaces NaN.
+  MIN = 3,  ///< Smallest sample, with NaN as in MAX.
+  /// Number of samples, whatever they are. It stays at 2^24; the count beside the value goes on.
+  COUNT = 4,
 };
 
 }  // namespace android::kiv

@@ -41,7 +41,9 @@ class TelemetryLoggerManager;
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
   NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
-  BLOCKING = 1,      ///< On the worker; a report returns once it has been aggregated.
+  /// On the worker; a report returns once it has been aggregated. One that the worker has not begun
+  /// within a second is dropped.
+  BLOCKING = 1,
   /// On the caller's thread; a report returns once it has been submitted. The logger shares nothing
   /// with others, and callers on several threads take turns by their own means.
   LOCKING_IMMEDIATE = 2,
@@ -59,15 +61,17 @@ struct KivTraceInfo {
 /// Threads: in the task-runner models (`NON_BLOCKING`, `BLOCKING`) every operation may be called
 /// from any thread, the worker included. In `LOCKING_IMMEDIATE` one thread at a time.
 ///
-/// Ownership: loggers of the task-runner models are held by `std::shared_ptr`; reporting through
-/// one that is not ends the process. Queued reports keep their logger alive, except latency
-/// samples, whose logger the owner must keep until they have been taken.
+/// Ownership: loggers of the task-runner models are held by `std::shared_ptr`. Errors, stream
+/// events, values and traces that are reported off the worker share in owning the logger until they
+/// have been taken; through a logger that no shared pointer holds they end the process. Latency
+/// samples do not share: the owner keeps the logger until they have been taken. Neither they, nor
+/// the lifecycle operations, nor `LOCKING_IMMEDIATE` need a shared pointer.
 ///
 /// Failure: reports return nothing. One that cannot be taken is dropped, and where a stopped
 /// aggregation is the reason the Android log says so.
 ///
-/// The bases, the order of the virtual operations and the order of the data members are part of the
-/// binary interface: never reorder them, append only.
+/// The bases, the virtual operations and the data members are part of the binary interface: never
+/// add, remove or reorder any, because clients' classes derive from this one.
 class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
                                    public TraceHandler,
                                    public std::enable_shared_from_this<TelemetryLogger> {
@@ -77,7 +81,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   using Manager = std::shared_ptr<TimedAggregationManager<Event>>;
 
   /// A logger of a task-runner model on the given thread and managers. The managers are started on
-  /// the calling thread. Ends the process if the model is `LOCKING_IMMEDIATE`.
+  /// the calling thread: do not construct one while the worker stops them. Ends the process if the
+  /// model is `LOCKING_IMMEDIATE`.
   TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                   std::shared_ptr<TaskRunnerThread> task_runner_thread,
                   Manager<KivErrorCodeEvent> error_code_manager,
@@ -112,7 +117,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Submits what has been aggregated, and stops. True if everything was running.
   bool stop();
 
-  /// Submits what has been aggregated. True if everything was running.
+  /// Submits what has been aggregated. False if the aggregation of one kind of event was stopped;
+  /// that of the other kinds is submitted all the same.
   bool flush() override;
 
   // Errors. Each also writes one line to the Android log, tagged with `kiv_class`.
@@ -182,7 +188,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Begins a section. The class comes first.
   KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class, const std::string& name);
 
-  /// Reports the time since `info` began, through this logger.
+  /// Reports the time since `info` began, through this logger. A time that a duration cannot hold
+  /// is reported as the longest or shortest one.
   void kiv_endTraceSection(const KivTraceInfo& info);
 
   std::shared_ptr<void> startTrace(const std::string& kiv_class, const std::string& name) override;
