@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "tests/support/RunProgram.h"
 
 namespace {
@@ -10,8 +12,16 @@ using kiv_test::runProgram;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+/// The loader's path with the stubs before all others: a cross-built program names a log of its
+/// own.
+std::string pathWithStubs() {
+  const char* const path = std::getenv("LD_LIBRARY_PATH");
+  return std::string(STUBS_DIR) + (path != nullptr ? std::string(":") + path : std::string());
+}
+
 TEST(Imports, TheLibraryWorksBesideStubsWithAllSymbolsBoundAtOnce) {
-  const auto result = runProgram({STUB_CLIENT}, {{"LD_BIND_NOW", "1"}});
+  const auto result =
+      runProgram({STUB_CLIENT}, {{"LD_BIND_NOW", "1"}, {"LD_LIBRARY_PATH", pathWithStubs()}});
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.err, "stub log: 6 class: api - code\n");
 }

@@ -58,6 +58,11 @@ TEST(AggregationMethod, SumAddsUp) { EXPECT_EQ(combineAll(Type::SUM, {1.5F, 2.5F
 
 TEST(AggregationMethod, MaximumIsTheLargest) { EXPECT_EQ(combineAll(Type::MAX, {5, 9, 2}), 9.0F); }
 
+TEST(AggregationMethod, CountStaysAtTheLargestIntegerUpToWhichFloatsHaveAll) {
+  EXPECT_EQ(combine(Type::COUNT, 16777215.0F, 16777215, 0), 16777216.0F);
+  EXPECT_EQ(combine(Type::COUNT, 16777216.0F, 16777216, 0), 16777216.0F);
+}
+
 TEST(AggregationMethod, MinimumIsTheSmallest) { EXPECT_EQ(combineAll(Type::MIN, {5, 9, 2}), 2.0F); }
 
 TEST(AggregationMethod, TheFirstSampleIsTakenAsItIs) {

@@ -18,8 +18,8 @@ enum class KivErrorSeverity : uint8_t;
 
 /// Reports errors to telemetry. Threads and failures: as the implementation says.
 ///
-/// The order of the virtual operations is part of the binary interface: never reorder them, append
-/// only.
+/// The virtual operations are part of the binary interface: never add, remove or reorder any,
+/// because loggers continue the table.
 class KIV_COMMON_EXPORT TelemetryHandler {
  public:
   virtual ~TelemetryHandler();

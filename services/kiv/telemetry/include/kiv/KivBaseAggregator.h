@@ -3,9 +3,9 @@
 ///
 /// An aggregator is not synchronised: its operations are called by one thread at a time.
 ///
-/// The order of the virtual operations and of the data members is part of the binary interface:
-/// never reorder them, append only. The templates are defined and instantiated in the library, for
-/// its own kinds of events.
+/// The virtual operations and the data members are part of the binary interface: never add, remove
+/// or reorder any, because clients' classes continue the tables. The templates are defined and
+/// instantiated in the library, for its own kinds of events.
 #pragma once
 
 #include <chrono>
@@ -102,7 +102,7 @@ class KIV_EXPORT KivBaseAggregator : public KivAggregator<Event> {
   /// Reported through the `int` form: values from 2^31 on come out negative.
   virtual void populateTelemetryField(std::string name, unsigned int value);
 
-  /// Any 64-bit integer.
+  /// A 64-bit integer. Convert a `long` to `long long`: it fits several overloads equally.
   virtual void populateTelemetryField(std::string name, long long value);
 
   /// Sent beside an integer of the same name if there is one.

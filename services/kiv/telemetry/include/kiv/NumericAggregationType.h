@@ -5,14 +5,15 @@
 
 namespace android::kiv {
 
-/// Combines the samples of one key. NaN is sticky in AVG and SUM; MAX and MIN take it as a new
-/// aggregate, and replace it by the next sample. Any other value leaves the aggregate at 0.
+/// Combines the samples of one key into one float. Any other value leaves the aggregate at 0. From
+/// 2^24 on a float does not represent every integer, so sums are rounded.
 enum class NumericAggregationType : uint8_t {
-  AVG = 0,    ///< Running mean.
-  SUM = 1,    ///< Sum.
-  MAX = 2,    ///< Largest sample.
-  MIN = 3,    ///< Smallest sample.
-  COUNT = 4,  ///< Number of samples, whatever they are.
+  AVG = 0,  ///< Running mean.
+  SUM = 1,  ///< Sum.
+  MAX = 2,  ///< Largest sample; NaN replaces what is there, and the next sample replaces NaN.
+  MIN = 3,  ///< Smallest sample, with NaN as in MAX.
+  /// Number of samples, whatever they are. It stays at 2^24; the count beside the value goes on.
+  COUNT = 4,
 };
 
 }  // namespace android::kiv

@@ -47,7 +47,9 @@ class TelemetryLoggerManager;
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
   NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
-  BLOCKING = 1,      ///< On the worker; a report returns once it has been aggregated.
+  /// On the worker; a report returns once it has been aggregated. A report that the worker has not
+  /// started within a second is dropped.
+  BLOCKING = 1,
   /// On the caller's thread; a report returns once it has been submitted. The logger shares nothing
   /// with others. It takes no lock, despite its name: callers on several threads must serialize
   /// their calls.
@@ -121,7 +123,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Submits all open windows, and stops. True if all six aggregations were running.
   bool stop();
 
-  /// Submits all open windows. True if all six aggregations were running.
+  /// Submits all open windows. True if all six aggregations were running; if one was stopped, the
+  /// others are submitted all the same.
   bool flush() override;
 
   // Errors. Each also writes one line to the Android log, tagged with `kiv_class`.
@@ -191,7 +194,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Begins a section. The class is the first argument.
   KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class, const std::string& name);
 
-  /// Reports the time since `info` began, through this logger.
+  /// Reports the time since `info` began, through this logger. A time that a duration cannot hold
+  /// is reported as the longest or shortest one.
   void kiv_endTraceSection(const KivTraceInfo& info);
 
   std::shared_ptr<void> startTrace(const std::string& kiv_class, const std::string& name) override;

@@ -10,7 +10,7 @@ namespace android::kiv {
 
 /// Measures how long something takes. Loggers implement it. Any thread may call its operations.
 ///
-/// The order of the virtual operations is part of the binary interface.
+/// The virtual operations are part of the binary interface: never add, remove or reorder any.
 class KIV_EXPORT TraceHandler {
  public:
   virtual ~TraceHandler();
