@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Runs the rendering service as three hosts would, and shows what arrives at one receiver.
 
-Usage: show_fleet.py INSTALLATION BUILD
+Usage: show_fleet.py RECEIVER BUILD
+
+RECEIVER is the program of a Collector, or the directory in which the receiver from npm is installed.
 """
 
 import collections
@@ -13,6 +15,9 @@ import sys
 import tempfile
 
 from receiver import Receiver
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "collector"))
+from servers import CollectorReceiver  # noqa: E402
 
 HOSTS = ("lab-1", "lab-2", "lab-3")
 SOUNDS = sorted(glob.glob("/usr/share/sounds/alsa/*.wav"))
@@ -51,9 +56,17 @@ def print_summary(records):
     print(COLUMNS.format("", "", "", len(records), sum(c[1] for c in rows.values())))
 
 
+def make_receiver(path):
+    if path.is_dir():
+        print("The receiver is the test receiver from npm.\n")
+        return Receiver(path)
+    print(f"The receiver is an OpenTelemetry Collector: {path.name}.\n")
+    return CollectorReceiver(path)
+
+
 def main():
-    installation, build = sys.argv[1], pathlib.Path(sys.argv[2]).resolve()
-    with tempfile.TemporaryDirectory() as directory, Receiver(installation) as receiver:
+    path, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
+    with tempfile.TemporaryDirectory() as directory, make_receiver(path) as receiver:
         services = [start(host, SOUNDS[i::len(HOSTS)], build, receiver, directory)
                     for i, host in enumerate(HOSTS)]
         for service in services:
