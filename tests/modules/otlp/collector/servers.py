@@ -28,8 +28,12 @@ def free_port():
 def get(url, **parameters):
     """Returns the body of the answer. Raises OSError if there is none, or if it is an error."""
     query = "?" + urllib.parse.urlencode(parameters) if parameters else ""
-    with OPENER.open(url + query, timeout=10) as answer:
-        return answer.read().decode()
+    try:
+        with OPENER.open(url + query, timeout=10) as answer:
+            return answer.read().decode()
+    except urllib.error.HTTPError as error:
+        error.msg += ": " + error.read().decode(errors="replace").strip()
+        raise
 
 
 def wait_until(condition, what, seconds=READY_SECONDS, pause=0.2):
