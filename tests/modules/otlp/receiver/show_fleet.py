@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the rendering service as three hosts would, and shows what arrives at one receiver.
+"""Runs the rendering service like three hosts, and shows what arrives at one receiver.
 
 Usage: show_fleet.py INSTALLATION BUILD
 """
@@ -21,7 +21,7 @@ FEW = 3
 
 
 def start(host, sounds, build, receiver, directory):
-    """Each host gets other sounds, and one file that is missing."""
+    """Each host renders different sounds, and one file that is missing."""
     environment = receiver.environment(
         LD_LIBRARY_PATH=str(build / "lib" / "tamsa" / "otlp"),
         RENDER_SERVICE_SUMMARY=f"{directory}/{host}.json",
@@ -41,7 +41,7 @@ def print_summary(records):
     rows = collections.defaultdict(lambda: [0, 0])
     for resource, record in records:
         attributes = record["attributes"]
-        name = attributes["event.name"] or "(audio latency)"
+        name = attributes["event.name"] or "kiv.audio_latency"
         row = rows[resource["host.name"], name, record["severityText"]]
         row[0] += 1
         row[1] += int(attributes["aggregated_count"])
