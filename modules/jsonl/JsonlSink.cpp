@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "modules/jsonl/JsonLine.h"
+#include "modules/jsonl/WriteSignalBlock.h"
 #include "modules/support/LossLog.h"
 
 namespace TAMSA::jsonl {
@@ -48,6 +49,7 @@ std::string pathFromEnvironment() {
 // Runs after all exit handlers, so after the library has submitted its last windows.
 __attribute__((destructor)) void logPendingLosses() {
   ProcessLosses* const losses = process_losses.load(std::memory_order_acquire);
+  const WriteSignalBlock signals;
   if (isOurs(losses)) losses->log.logPending();
 }
 
@@ -59,6 +61,8 @@ bool JsonlSink::take(const support::Event& event) {
   LossTable losses;
   losses.add(LossCause{"cannot write to " + appender_.path() + ": " + std::strerror(error)},
              LossCount{1, support::reportCount(event.fields())});
+  // The log may be a file or a pipe with the same problem.
+  const WriteSignalBlock signals;
   ourLossLog().add(losses, std::chrono::steady_clock::now());
   return true;
 }

@@ -7,7 +7,7 @@
 namespace TAMSA::recording {
 
 Recorder& Recorder::getInstance() {
-  // Leaked on purpose: events come until the very end of the process.
+  // Never destroyed, because events come until the very end of the process.
   static Recorder& instance = *new Recorder;
   return instance;
 }

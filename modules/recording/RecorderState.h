@@ -1,4 +1,4 @@
-/// What the recorder shares with the module's entry points.
+/// The state that the recorder shares with the module's entry points.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 namespace TAMSA::recording {
 
 struct Recorder::State {
-  /// How the module misbehaves, and how often it was asked.
+  /// The failures to be made, and the reports so far.
   struct Faults {
     int reports = 0;
     std::set<int> refused_reports;
@@ -25,7 +25,7 @@ struct Recorder::State {
     std::function<void(const std::string&)> call_hook;
   };
 
-  /// With the mutex held.
+  /// The caller holds the mutex.
   void noteCall(std::string call) {
     if (keeps) calls.push_back(std::move(call));
   }

@@ -1,4 +1,4 @@
-// The module's entry points and the objects that it hands out.
+// The module's entry points, handler and event.
 #include <mutex>
 #include <string>
 #include <thread>
@@ -31,7 +31,7 @@ class Module {
     Recorder::State& state = *Recorder::getInstance().state_;
     std::unique_lock lock(state.mutex);
     const auto hook = state.faults.call_hook;
-    // Not held meanwhile: a hook may report in turn.
+    // Released, because a hook may report in turn.
     lock.unlock();
     if (hook) hook(operation);
   }
@@ -92,7 +92,7 @@ class Handler final : public ITelemetryHandler {
     event.accepted = state.faults.refused_reports.count(++state.faults.reports) == 0;
     const auto hook = state.faults.hook;
     const auto delay = state.faults.delay;
-    // Not held meanwhile: a hook may report in turn, and other handlers go on.
+    // Released, because a hook may report in turn, and other handlers must not wait.
     lock.unlock();
     if (hook) hook(event);
     if (delay.count() > 0) std::this_thread::sleep_for(delay);

@@ -267,6 +267,9 @@ TEST_F(JsonlFailure, OfAShortWriteLeavesNothingOfTheLine) {
 TEST_F(JsonlFailure, OfAFileAtItsSizeLimitDoesNotEndTheProcess) {
   EXPECT_TRUE(Child([this] {
                 std::signal(SIGXFSZ, SIG_DFL);
+                // The log is a file at its limit, too.
+                const int log = open((directory_ / "log").c_str(), O_WRONLY | O_CREAT, 0600);
+                dup2(log, STDERR_FILENO);
                 report("first");
                 limitFileSize(fs::file_size(path_));
                 report("second");

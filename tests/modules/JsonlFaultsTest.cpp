@@ -60,6 +60,10 @@ namespace {
 class JsonlFaults : public JsonlTest {
  protected:
   JsonlFaults() { shared_path = path_.c_str(); }
+  ~JsonlFaults() override {
+    next_write = nullptr;
+    is_lock_taken = false;
+  }
 
   /// True if the lock of the test's file is free. May be called from within a call of the module.
   static bool isUnlocked() {

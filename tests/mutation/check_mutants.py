@@ -36,6 +36,9 @@ PROGRAMS = {
     "endurance_test": "tests/endurance",
     "jsonl_test": "tests/modules",
     "jsonl_faults_test": "tests/modules",
+    "module_support_test": "tests/modules",
+    "otlp_test": "tests/modules/otlp",
+    "otlp_module_test": "tests/modules/otlp",
 }
 
 # The programs whose tests can notice a change in a room, its own ones first.
@@ -50,7 +53,9 @@ ROOMS = {
         "tamsa_test", "tamsa_absent_module_test", "tamsa_android_loader_test", "telemetry_test",
         "system_test",
     ],
-    "modules/jsonl/": ["jsonl_test", "jsonl_faults_test", "system_test"],
+    "modules/support/": ["module_support_test", "jsonl_test", "jsonl_faults_test"],
+    "modules/jsonl/": ["jsonl_test", "jsonl_faults_test"],
+    "modules/otlp/": ["otlp_test", "otlp_module_test"],
     "modules/recording/": ["tamsa_test", "telemetry_test", "model_test"],
 }
 
@@ -115,7 +120,6 @@ class Tree:
             "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # Nobody looks for the place of a failure.
             "CMAKE_LINK_DEPENDS_NO_SHARED": "ON",
             "KIV_BUILD_EXAMPLES": "OFF",
-            "KIV_BUILD_OTLP": "OFF",
         }
         if shutil.which("ccache"):
             options["CMAKE_CXX_COMPILER_LAUNCHER"] = "ccache"
