@@ -22,7 +22,7 @@ constexpr char kNewline = '\n';
 // Texts of events may be private to the service and its group.
 constexpr mode_t kMode = 0640;
 
-/// The last line of a stream was cut short. Of the process, not of an appender, because the
+/// True if the last line of a stream was cut short. One flag for the process, because the
 /// handlers of a process share what they write to.
 std::atomic<bool> stream_is_torn{false};
 
@@ -47,8 +47,8 @@ int openWith(const char* path, int access) {
   return file;
 }
 
-/// Also for reading if it is a regular file whose permissions allow that, so that its end can be
-/// checked. A pipe is never opened for reading: it would become its own reader.
+/// Opens a file also for reading if it is a regular file whose permissions allow that, so that its
+/// end can be checked. A pipe is never opened for reading: it would become its own reader.
 int openForAppending(const char* path) {
   struct stat status {};
   const bool may_be_regular = stat(path, &status) != 0 || S_ISREG(status.st_mode);
@@ -100,7 +100,7 @@ int appendToFile(int file, std::string_view line) {
   if (taken == size) return 0;
   // Without the lock, another line may follow already.
   if (!lock.isHeld()) return ENOSPC;
-  // A write is short when the next one fails: that one tells why.
+  // A write is short if the next one would fail: its error is the reason.
   while (taken < size) {
     const ssize_t more = writeSome(file, line.substr(static_cast<size_t>(taken)));
     if (more <= 0) {

@@ -104,7 +104,8 @@ std::string withoutSecrets(const std::string& url) {
   const size_t begin =
       scheme_end != std::string::npos ? scheme_end + std::string_view(kSchemeEnd).size() : 0;
   std::string text = url.substr(0, url.find_first_of("?#"));
-  const size_t authority = authorityOf(std::string_view(text).substr(begin)).size();
+  const std::string_view shown = text;
+  const size_t authority = authorityOf(shown.substr(begin)).size();
   const size_t user_end = text.rfind('@', begin + authority);
   if (user_end != std::string::npos && user_end >= begin) text.erase(begin, user_end + 1 - begin);
   return text;

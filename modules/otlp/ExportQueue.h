@@ -22,7 +22,7 @@ struct QueuedRecord {
   std::string encoded;
   uint64_t reports = 1;    ///< That the event combines.
   uint64_t source = 0;     ///< Identifies the handler that reported it.
-  int64_t window_end = 0;  ///< Of the event; equal for all events of one submission.
+  int64_t window_end = 0;  ///< End of the event's window; equal for all events of one submission.
 };
 
 /// Bounded, first in, first out. The records of a batch stay in the queue, and count, until it is

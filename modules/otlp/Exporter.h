@@ -1,4 +1,4 @@
-/// Decides what is sent when, and what becomes of it.
+/// The state of an export: queue, batches, retries and losses.
 #pragma once
 
 #include <chrono>
@@ -18,15 +18,14 @@
 
 namespace TAMSA::otlp {
 
-/// The state of a process's export: queue, retries, losses. It has no thread and no clock. Callers
-/// must serialize their calls.
+/// Has no thread and no clock. Callers must serialize their calls.
 ///
-/// A batch that cannot be delivered now stays at the front of the queue: only a full queue loses
-/// events, and an answer that refuses them. What was lost is sent with the next batch, as a record
-/// for each cause.
+/// A batch that cannot be delivered now stays at the front of the queue. Events are lost only if
+/// the queue is full or an answer refuses them. The next batch reports losses with a record for
+/// each cause.
 class Exporter {
  public:
-  /// Of a request, before compression.
+  /// The size limit of a request before compression.
   static constexpr size_t kMaxRequestBytes = size_t{4} << 20U;
 
   /// The size that requests may always have, however often the collector calls them too large.

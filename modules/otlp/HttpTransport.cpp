@@ -16,7 +16,7 @@ namespace TAMSA::otlp {
 
 namespace {
 
-/// What exceeds this of an answer is discarded.
+/// The rest of a longer answer is discarded.
 constexpr size_t kLongestAnswer = 65'536;
 
 /// Without this, which must come before its first use, OpenSSL shuts itself down in an exit

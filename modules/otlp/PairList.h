@@ -11,7 +11,7 @@ namespace TAMSA::otlp {
 
 /// An entry of a list, not decoded, without the blanks around key and value.
 struct RawPair {
-  size_t position;  ///< Of the entry in the list, counted from 1.
+  size_t position;  ///< The number of the entry in the list, from 1.
   std::string_view key;
   std::string_view value;
 };

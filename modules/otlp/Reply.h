@@ -22,7 +22,7 @@ struct Exchange {
   std::optional<std::chrono::seconds> retry_after;
   std::string content_type;
   std::string body;
-  std::string problem;  ///< Of an exchange that is not complete.
+  std::string problem;  ///< The error of an exchange that is not complete.
 };
 
 struct Reply {
@@ -36,10 +36,10 @@ struct Reply {
   Verdict verdict = Verdict::RETRYABLE;
   std::optional<std::chrono::seconds> retry_after;
   bool is_answer = false;  ///< From a collector; otherwise, the exchange failed before.
-  uint64_t rejected = 0;   ///< Records, of those that were delivered.
-  /// Why not all is well: one of few texts. Empty if all is well.
+  uint64_t rejected = 0;   ///< Number of delivered records that were rejected.
+  /// The problem, as one of a few texts; empty if there is none.
   std::string cause;
-  /// What the collector says about it, in one short line; may be empty.
+  /// The collector's message in one short line; may be empty.
   std::string detail;
 
   /// Cause and detail as one text.

@@ -11,13 +11,13 @@ constexpr std::string_view kReplacement = "\uFFFD";
 constexpr std::string_view kEllipsis = "\u2026";
 
 struct Sequence {
-  size_t length;  ///< Of the character, or of the longest part that could begin one; 1 or more.
+  size_t length;  ///< Bytes of the character, or of the longest beginning of one; 1 or more.
   bool is_valid;
 };
 
 bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
-/// How a character goes on after its first byte.
+/// The bytes that may follow the first byte of a character.
 struct Continuation {
   size_t count;  ///< Bytes; none if there is no such first byte.
   unsigned char first_low = 0x80;

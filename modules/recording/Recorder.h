@@ -76,8 +76,8 @@ class __attribute__((visibility("default"))) Recorder {
   /// may wait, and may report in turn. An empty one removes it.
   void onReport(std::function<void(const Event&)> hook);
 
-  /// Calls `hook` in the same way inside other operations, with their name: "createTelemetryHandler",
-  /// "createEvent", "setInt64Field", "setFloatField", "setStringField".
+  /// Calls `hook` in the same way inside other operations, with their name:
+  /// "createTelemetryHandler", "createEvent", "setInt64Field", "setFloatField", "setStringField".
   void onCall(std::function<void(const std::string&)> hook);
 
  private:

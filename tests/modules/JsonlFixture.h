@@ -78,7 +78,7 @@ class Child {
     if (id_ == 0) _exit(body() ? 0 : 1);
   }
 
-  /// Waits for its end; true if it came by itself and the function had returned true.
+  /// Waits for its end. True if it exited and the function returned true.
   bool succeeded() const {
     int status = -1;
     return waitpid(id_, &status, 0) == id_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;

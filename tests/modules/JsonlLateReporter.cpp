@@ -12,14 +12,13 @@ namespace {
 
 kiv_test::ITelemetryHandler* handler = nullptr;
 
-bool report(const char* text) {
-  auto* const event = handler->createEvent("late");
-  event->setStringField("text", text);
-  return handler->reportEvent(event, 1);
+bool report(kiv_test::ITelemetryEvent& event, const char* text) {
+  event.setStringField("text", text);
+  return handler->reportEvent(&event, 1);
 }
 
 void reportAtExit() {
-  if (handler != nullptr) _exit(report("said at exit") ? 0 : 1);
+  if (handler != nullptr) _exit(report(*handler->createEvent("late"), "said at exit") ? 0 : 1);
 }
 
 }  // namespace
@@ -33,7 +32,7 @@ int main(int argc, char** argv) try {
   handler = module.createHandler().release();
   if (is_late) return 1;
   for (int count = std::atoi(argv[1]); count > 0; --count) {
-    if (!report("said before the exit")) return 1;
+    if (!report(*module.createEvent(*handler, "early"), "said before the exit")) return 1;
   }
   return 0;
 } catch (const std::exception&) {

@@ -1,4 +1,4 @@
-// What is sent when, and what becomes of it, by a clock that the tests set.
+// Batches, retries and losses, with a clock that the tests set.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -28,7 +28,7 @@ struct Reaction {
     HANG,        ///< It stays open, and nothing is sent.
   };
 
-  std::string bytes;  ///< Of the answer.
+  std::string bytes;  ///< The answer.
   Then then = Then::KEEP;
 };
 

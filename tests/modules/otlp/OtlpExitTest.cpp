@@ -1,4 +1,4 @@
-// What is sent when a process ends or forks. A process that hangs is found by the time limit of the
+// Export when a process ends or forks. A process that hangs is found by the time limit of the
 // tests.
 #include <gmock/gmock.h>
 
