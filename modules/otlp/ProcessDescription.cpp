@@ -46,8 +46,9 @@ std::string programName(const std::string& link) {
   const fs::path path = fs::read_symlink(link, error);
   if (error) return program_invocation_short_name;
   std::string name = path.filename().string();
-  const bool has_mark = name.size() > kMark.size() &&
-                        std::string_view(name).substr(name.size() - kMark.size()) == kMark;
+  const std::string_view shown = name;
+  const bool has_mark =
+      shown.size() > kMark.size() && shown.substr(shown.size() - kMark.size()) == kMark;
   // A program may really have such a name.
   if (has_mark && !fs::exists(path, error)) name.resize(name.size() - kMark.size());
   return name;
