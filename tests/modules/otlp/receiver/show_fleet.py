@@ -44,7 +44,7 @@ def print_summary(records):
         name = attributes["event.name"] or "kiv.audio_latency"
         row = rows[resource["host.name"], name, record["severityText"]]
         row[0] += 1
-        row[1] += int(attributes["aggregated_count"])
+        row[1] += int(attributes.get("aggregated_count", 0))
     print(COLUMNS.format("host", "event", "severity", "records", "reports"))
     for key, counts in sorted(rows.items()):
         print(COLUMNS.format(*key, *counts))
@@ -62,7 +62,7 @@ def main():
     records = receiver.records()
     print(f"{len(receiver.bodies())} requests arrived:\n")
     print_summary(records)
-    arrived = sum(int(record["attributes"]["aggregated_count"]) for _, record in records)
+    arrived = sum(int(record["attributes"].get("aggregated_count", 0)) for _, record in records)
     print(f"\n{made:,} reports were made, and {arrived:,} are accounted for.")
     worst_first = sorted(records, key=lambda r: -r[1]["severityNumber"])
     print("\nA few of the records, the worst first:")
