@@ -12,7 +12,7 @@ endif()
 
 option(KIV_INSTALL "Install the package, and make Debian packages of it" ${PROJECT_IS_TOP_LEVEL})
 option(KIV_BUILD_MODULES "Build the telemetry modules" ${PROJECT_IS_TOP_LEVEL})
-option(KIV_BUILD_OTLP "Build the module for collectors, where libcurl and zlib are found" ON)
+option(KIV_BUILD_OTLP "Build the module otlp, if libcurl, zlib and protozero are found" ON)
 option(KIV_BUILD_TOOLS "Bring the tools for viewing events" ${PROJECT_IS_TOP_LEVEL})
 option(KIV_BUILD_REFERENCE "Make the API reference, which needs Doxygen" OFF)
 option(KIV_BUILD_EXAMPLES "Build the example programs, which need libsndfile" OFF)

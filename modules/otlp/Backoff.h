@@ -1,4 +1,4 @@
-/// How long to wait before the next try.
+/// Exponential back-off with jitter.
 #pragma once
 
 #include <algorithm>
@@ -6,19 +6,19 @@
 
 namespace TAMSA::otlp {
 
-/// Doubles with every try that fails. The second half of each wait is left to chance, so that those
-/// who failed together do not come back together.
+/// The delay doubles with every failure. Its second half is random, so that clients that failed
+/// together do not retry together.
 class Backoff {
  public:
   static constexpr std::chrono::milliseconds kFirst{1'000};
   static constexpr std::chrono::milliseconds kLongest{16'000};
 
-  /// `chance` is from 0 to 1.
-  std::chrono::milliseconds next(double chance) {
-    const auto wait =
-        std::chrono::duration_cast<std::chrono::milliseconds>(next_ / 2 * (1 + chance));
+  /// The delay before the next attempt. `jitter` is from 0 to 1.
+  std::chrono::milliseconds next(double jitter) {
+    const auto delay =
+        std::chrono::duration_cast<std::chrono::milliseconds>(next_ / 2 * (1 + jitter));
     next_ = std::min(next_ * 2, kLongest);
-    return wait;
+    return delay;
   }
 
   void reset() { next_ = kFirst; }

@@ -1,4 +1,4 @@
-/// Where a collector takes log records.
+/// The URL to which a collector takes log records.
 #pragma once
 
 #include <optional>
@@ -6,14 +6,15 @@
 
 namespace TAMSA::otlp {
 
-/// The URL as it is given for log records alone: used as it stands. Nothing if it is no HTTP URL.
-std::optional<std::string> urlForLogs(const std::string& url);
+/// The URL of an endpoint for log records, which is used unchanged but for blanks around it, which
+/// are removed, and a missing scheme, which becomes `http`. Nothing if it is not an HTTP URL.
+std::optional<std::string> urlForLogs(const std::string& endpoint);
 
-/// The URL for log records below the one that is given for all signals. Nothing if that is no HTTP
-/// URL.
-std::optional<std::string> urlBelow(const std::string& base);
+/// The URL for log records below an endpoint for all signals; otherwise like `urlForLogs`.
+std::optional<std::string> urlBelow(const std::string& endpoint);
 
-/// The URL without what may be secret in it: user, password, query and fragment.
+/// The URL without the parts that may be secret: user, password, query and fragment. Also for a
+/// text that is not a URL.
 std::string withoutSecrets(const std::string& url);
 
 }  // namespace TAMSA::otlp

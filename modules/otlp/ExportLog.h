@@ -1,46 +1,52 @@
-/// What the module tells the Android log.
+/// The module's lines in the Android log.
 #pragma once
 
-#include <cstdint>
+#include <chrono>
 #include <mutex>
 #include <string>
+#include <utility>
 
-#include "ExportQueue.h"
+#include "modules/otlp/Reply.h"
+#include "modules/support/LossLog.h"
 
 namespace TAMSA::otlp {
 
-/// Says once when delivery stops and when it goes on, and at most once a minute what was dropped,
-/// so that an absent collector does not fill the log. Any thread may use it.
+/// Logs when delivery fails and when it works again, what the collector advises, and lost events.
+/// Each of the three at most once a minute, so that a collector in trouble does not fill the log.
+/// Any thread may use it.
 class ExportLog {
  public:
-  static constexpr std::chrono::minutes kBetweenDropLines{1};
+  using TimePoint = support::LossLog::TimePoint;
 
-  /// `destination` must be free of secrets, and so must all reasons.
+  static constexpr char kTag[] = "TamsaOtlp";
+  static constexpr std::chrono::minutes kInterval{1};
+
+  /// `destination` and all reasons must be free of secrets.
   explicit ExportLog(std::string destination) : destination_(std::move(destination)) {}
 
   static void warn(const std::string& text);
+  static void error(const std::string& text);
 
-  void failed(const std::string& reason);
-  void delivered();
-  /// Something that the collector wants to be known, though it took the events.
-  void advised(const std::string& reason);
+  /// Logs what a reply means for delivery. `bytes` is the size of the request.
+  void answered(const Reply& reply, size_t bytes, TimePoint now);
 
-  void dropped(uint64_t events, const std::string& reason, TimePoint now);
-  /// Tells what was dropped and has not been told yet.
-  void tellDropped();
+  void lost(const support::LossTable& losses, TimePoint now) noexcept { losses_.add(losses, now); }
+
+  /// Logs at once what was lost and has not been logged yet.
+  void logPendingLosses() noexcept { losses_.logPending(); }
 
  private:
-  void tellDroppedLocked();
+  void failed(const std::string& reason, TimePoint now);
+  void delivered();
+  void advised(const std::string& advice, TimePoint now);
 
   const std::string destination_;
+  support::LossLog losses_{kTag};
 
   std::mutex mutex_;
-  bool is_failing_ = false;
-  std::string last_advice_;
-  uint64_t untold_ = 0;
-  uint64_t dropped_in_all_ = 0;
-  std::string reason_;
-  TimePoint next_drop_line_ = TimePoint::min();
+  bool is_failure_logged_ = false;
+  TimePoint next_failure_ = TimePoint::min();
+  TimePoint next_advice_ = TimePoint::min();
 };
 
 }  // namespace TAMSA::otlp

@@ -1,75 +1,99 @@
-/// The events that wait for their request.
+/// The records that wait for a request.
 #pragma once
 
-#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
-#include <utility>
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "LogRecord.h"
+#include "modules/support/LossTable.h"
 
 namespace TAMSA::otlp {
 
 using TimePoint = std::chrono::steady_clock::time_point;
 
-/// Bounded, first in, first out. Used under its owner's lock.
+/// A record as the queue holds it.
+struct QueuedRecord {
+  std::string encoded;
+  uint64_t reports = 1;    ///< That the event combines.
+  uint64_t source = 0;     ///< Identifies the handler that reported it.
+  int64_t window_end = 0;  ///< End of the event's window; equal for all events of one submission.
+};
+
+/// Bounded, first in, first out. The records of a batch stay in the queue, and count, until it is
+/// settled. Callers must serialize their calls.
+///
+/// A full queue refuses records, with two exceptions, so that one large submission neither loses
+/// events nor shuts others out: the rest of a submission of which a record was taken, and one
+/// submission of a handler that has nothing in the queue. It never exceeds `kHardLimit` by these.
 class ExportQueue {
  public:
+  static constexpr size_t kHardLimit = 65'536;
+
   ExportQueue(size_t max_size, size_t max_batch_size, std::chrono::milliseconds delay)
       : max_size_(max_size), max_batch_size_(max_batch_size), delay_(delay) {}
 
-  /// False, and the record is lost, if the queue is full. Throws only for want of memory.
-  bool push(LogRecord record, TimePoint now) {
-    if (waiting_.size() >= max_size_) return false;
-    waiting_.push_back({std::move(record), now});
-    ++pushed_;
-    return true;
-  }
+  /// False if the queue is full. Throws only if memory is short.
+  bool push(QueuedRecord record, TimePoint now);
 
-  /// When a batch is to be taken: at once if there is a whole one, else when the oldest record has
-  /// waited long enough. Nothing if no record waits.
-  std::optional<TimePoint> dueAt() const {
-    if (waiting_.empty()) return std::nullopt;
-    if (waiting_.size() >= max_batch_size_) return TimePoint::min();
-    return waiting_.front().since + delay_;
-  }
+  /// When a batch is due: at once if there is a whole one, else when the oldest record has waited
+  /// for the delay. Nothing if no record waits.
+  std::optional<TimePoint> dueAt() const;
 
-  /// The oldest records, no more than a batch may hold.
-  std::vector<LogRecord> takeBatch() {
-    std::vector<LogRecord> batch;
-    batch.reserve(std::min(waiting_.size(), max_batch_size_));
-    while (!waiting_.empty() && batch.size() < max_batch_size_) {
-      batch.push_back(std::move(waiting_.front().record));
-      waiting_.pop_front();
-    }
-    return batch;
-  }
+  /// The encoded records of the next batch: the oldest ones, at most `max_records` with at most
+  /// `max_bytes`, but at least one. They remain valid and in their place until `settleBatch` or
+  /// `returnBatch`. There must be no other batch. Throws only if memory is short.
+  std::vector<std::string_view> beginBatch(size_t max_records, size_t max_bytes);
 
-  /// Drops all that wait; how many these were.
-  size_t clear() {
-    const size_t dropped = waiting_.size();
-    waiting_.clear();
-    return dropped;
-  }
+  /// Removes the records of the batch, which were sent or lost. Returns how many they were.
+  support::LossCount settleBatch();
 
-  size_t size() const { return waiting_.size(); }
+  /// Leaves the records of the batch at the front of the queue.
+  void returnBatch() { batch_size_ = 0; }
 
-  /// How many records have been taken in, ever.
+  /// Removes all records but those of the batch. Returns how many they were.
+  support::LossCount clear();
+
+  /// The records of the batch.
+  support::LossCount batchCount() const;
+
+  size_t batchSize() const { return batch_size_; }
+  size_t size() const { return records_.size(); }
+  size_t maxBatchSize() const { return max_batch_size_; }
+
+  /// Records that were ever taken in.
   uint64_t pushed() const { return pushed_; }
+
+  /// Records that were ever removed.
+  uint64_t removed() const { return pushed_ - records_.size(); }
 
  private:
   struct Waiting {
-    LogRecord record;
+    QueuedRecord record;
     TimePoint since;
   };
+
+  /// A handler with records in the queue.
+  struct Source {
+    size_t records = 0;
+    int64_t last_window_end = 0;
+  };
+
+  bool hasRoomFor(const QueuedRecord& record) const;
+  void forget(const QueuedRecord& record);
 
   const size_t max_size_;
   const size_t max_batch_size_;
   const std::chrono::milliseconds delay_;
-  std::deque<Waiting> waiting_;
+
+  std::deque<Waiting> records_;
+  std::map<uint64_t, Source> sources_;
+  size_t batch_size_ = 0;
   uint64_t pushed_ = 0;
 };
 

@@ -1,22 +1,30 @@
-#include "ExportWorker.h"
+#include "modules/otlp/ExportWorker.h"
 
 #include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <exception>
 #include <random>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "Endpoint.h"
+#include "modules/otlp/Endpoint.h"
+#include "modules/otlp/LogRecord.h"
 
 namespace TAMSA::otlp {
 
 namespace {
 
-/// Signals are for the process's own threads: one that starts while this lives takes none.
+using support::LossCause;
+using support::LossCount;
+using support::LossTable;
+using Clock = std::chrono::steady_clock;
+
+/// Scope guard: a thread that starts during its life receives no signals, which are for the
+/// process's own threads.
 class AllSignalsBlocked {
  public:
   AllSignalsBlocked() {
@@ -33,88 +41,104 @@ class AllSignalsBlocked {
   sigset_t previous_{};
 };
 
-Exporter::Chance makeChance(pid_t process) {
-  // Processes that start together must not try together.
-  const auto time = std::chrono::steady_clock::now().time_since_epoch().count();
+Exporter::Jitter makeJitter(pid_t process) {
+  // Processes that start together must not retry together.
+  const auto time = Clock::now().time_since_epoch().count();
   std::seed_seq seed{static_cast<int64_t>(time), static_cast<int64_t>(process)};
   return [engine = std::minstd_rand(seed)]() mutable {
     return std::uniform_real_distribution<>()(engine);
   };
 }
 
-std::chrono::milliseconds timeForTheEnd(const OtlpConfig& config) {
-  return std::min(config.export_timeout.value_or(ExportWorker::kLongestRush),
-                  ExportWorker::kLongestRush);
+std::chrono::milliseconds flushTime(const OtlpConfig& config) {
+  return std::min(config.export_timeout.value_or(ExportWorker::kLongestFlush),
+                  ExportWorker::kLongestFlush);
+}
+
+Clock::time_point after(Clock::time_point begin, const TimeLimit& limit) {
+  return limit ? begin + *limit : Clock::time_point::max();
 }
 
 }  // namespace
 
 ExportWorker::ExportWorker(const OtlpConfig& config)
     : process_(getpid()),
+      encoder_(makeEncoder(config.protocol, config.resource)),
+      request_timeout_(config.request_timeout),
+      export_timeout_(config.export_timeout),
       max_batch_size_(config.max_batch_size),
       log_(withoutSecrets(config.url)),
-      transport_(config),
-      exporter_(config, transport_, *this, log_, makeChance(process_)),
-      queue_(config.max_queue_size, config.max_batch_size, config.schedule_delay),
-      time_left_(timeForTheEnd(config)) {}
+      transport_(config, encoder_->contentType()),
+      exporter_(config, *encoder_, makeJitter(process_)),
+      time_left_(flushTime(config)) {}
 
-bool ExportWorker::report(LogRecord record) {
+void ExportWorker::report(const support::Event& event, uint64_t source) {
+  const uint64_t reports = support::reportCount(event.fields());
+  std::string encoded = encoder_->encodeRecord(
+      makeEventRecord(event.name(), event.fields(), std::chrono::system_clock::now()));
+  const int64_t window_end = support::integerField(event.fields(), "end_time_since_epoch", 0);
+
   std::unique_lock lock(mutex_);
-  const bool has_thread = startThread();
-  if (!has_thread || !queue_.push(std::move(record), now())) {
-    lock.unlock();
-    exporter_.countDropped(1, has_thread ? "the queue is full" : "no thread could be started");
-    return false;
+  std::optional<LossCause> cause = LossCause{"no thread could be started"};
+  if (startThread()) {
+    cause = exporter_.add({std::move(encoded), reports, source, window_end}, Clock::now());
   }
-  // What lies between does not change when the thread has to wake.
-  if (queue_.size() == 1 || queue_.size() == max_batch_size_) work_changed_.notify_one();
-  return !is_finished_ || rushForTheLastTime(lock);
+  if (cause) {
+    const LossCount lost{1, reports};
+    exporter_.addLoss(*cause, lost);
+    lock.unlock();
+    LossTable losses;
+    losses.add(*cause, lost);
+    log_.lost(losses, Clock::now());
+    return;
+  }
+  // Records in between do not change when the thread has to wake.
+  if (exporter_.queued() == 1 || exporter_.queued() == max_batch_size_) work_changed_.notify_one();
+  if (is_finished_) flushForTheLastTime(lock);
 }
 
-void ExportWorker::hurry() {
+void ExportWorker::forceFlush() {
   std::unique_lock lock(mutex_);
-  is_ending_ = true;
-  work_changed_.notify_one();
-  rush(lock);
+  exporter_.beginEnd();
+  flush(lock);
   lock.unlock();
-  log_.tellDropped();
+  log_.logPendingLosses();
 }
 
 void ExportWorker::finish() {
   std::unique_lock lock(mutex_);
-  is_ending_ = true;
+  exporter_.beginEnd();
   is_finished_ = true;
-  rushForTheLastTime(lock);
+  flushForTheLastTime(lock);
 }
 
-/// False if not all could be sent.
-bool ExportWorker::rushForTheLastTime(std::unique_lock<std::mutex>& lock) {
-  rush(lock);
-  const size_t rest = queue_.clear();
-  settled_ += rest;
+void ExportWorker::flushForTheLastTime(std::unique_lock<std::mutex>& lock) {
+  flush(lock);
+  const LossTable losses = exporter_.abandon();
   lock.unlock();
-  if (rest > 0) exporter_.countDropped(rest, "the process ended first");
-  log_.tellDropped();
-  return rest == 0;
+  log_.lost(losses, Clock::now());
+  log_.logPendingLosses();
 }
 
-/// Has the thread settle what is in the queue by now, in what is left of the time for that.
-void ExportWorker::rush(std::unique_lock<std::mutex>& lock) {
-  const uint64_t target = queue_.pushed();
-  const auto is_settled = [&] { return settled_ >= target; };
-  if (is_settled()) return;
-
-  const TimePoint begin = now();
-  const TimePoint end = begin + time_left_;
-  // The thread gives up a little earlier, so that it can tell what it dropped.
+void ExportWorker::flush(std::unique_lock<std::mutex>& lock) {
+  if (!has_thread_) return;
+  const uint64_t target = exporter_.added();
+  const TimePoint end = Clock::now() + time_left_;
+  // Requests end a little earlier, so that their events can be counted as lost.
   constexpr int kMargin = 10;
-  rush_end_ = end - time_left_ / kMargin;
-  ++rushes_;
+  flush_deadline_ = end - time_left_ / kMargin;
+  exporter_.endBackoff();
   work_changed_.notify_one();
   transport_.wake();
-  settled_changed_.wait_until(lock, end, is_settled);
-  rush_end_ = TimePoint::max();
-  time_left_ = std::max(end - now(), std::chrono::steady_clock::duration::zero());
+  request_ended_.wait_until(lock, end, [&] {
+    if (settled_ >= target && !exporter_.mustSendLosses()) return true;
+    if (exporter_.isRequestUnderWay()) return false;
+    const auto next = exporter_.nextAttempt();
+    return next && *next >= flush_deadline_;
+  });
+  flush_deadline_ = TimePoint::max();
+  time_left_ = std::max(end - Clock::now(), Clock::duration::zero());
+  work_changed_.notify_one();
 }
 
 bool ExportWorker::startThread() {
@@ -126,7 +150,7 @@ bool ExportWorker::startThread() {
     thread.detach();
     has_thread_ = true;
   } catch (const std::system_error&) {
-    // Another time, perhaps.
+    // The next report tries again.
   }
   return has_thread_;
 }
@@ -134,44 +158,57 @@ bool ExportWorker::startThread() {
 void ExportWorker::run() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    waitUntilDue(lock);
-    const std::vector<LogRecord> batch = queue_.takeBatch();
+    waitForAttempt(lock);
+    size_t bytes = 0;
+    const Reply reply = sendBatch(lock, bytes);
+    const LossTable losses = exporter_.complete(reply, bytes, Clock::now());
+    const uint64_t settled = exporter_.settled();
     lock.unlock();
-    exporter_.send(batch);
+    log_.answered(reply, bytes, Clock::now());
+    log_.lost(losses, Clock::now());
     lock.lock();
-    settled_ += batch.size();
-    settled_changed_.notify_all();
+    // Only now: a flush returns when all is logged, because the process may end then.
+    settled_ = settled;
+    request_ended_.notify_all();
   }
 }
 
-void ExportWorker::waitUntilDue(std::unique_lock<std::mutex>& lock) {
+/// Releases the lock while the request is under way.
+Reply ExportWorker::sendBatch(std::unique_lock<std::mutex>& lock, size_t& bytes) {
+  Reply reply;
+  try {
+    const Exporter::Request request = exporter_.begin();
+    lock.unlock();
+    const std::string body = encoder_->encodeRequest(request.records());
+    bytes = body.size();
+    const TimePoint begin = Clock::now();
+    const TimePoint end = std::min(after(begin, request_timeout_), after(begin, export_timeout_));
+    reply = transport_.send(body, [&] { return std::min(end, flushDeadline()); });
+  } catch (const std::exception& error) {
+    reply.verdict = Reply::Verdict::RETRYABLE;
+    reply.cause = error.what();
+  }
+  if (!lock.owns_lock()) lock.lock();
+  return reply;
+}
+
+void ExportWorker::waitForAttempt(std::unique_lock<std::mutex>& lock) {
   for (;;) {
-    const auto due = queue_.dueAt();
-    if (!due) {
+    const auto next = exporter_.nextAttempt();
+    const TimePoint now = Clock::now();
+    if (!next || now >= flush_deadline_) {
       work_changed_.wait(lock);
-    } else if (is_ending_ || *due <= now()) {
+    } else if (*next <= now) {
       return;
     } else {
-      work_changed_.wait_until(lock, *due);
+      work_changed_.wait_until(lock, *next);
     }
   }
 }
 
-TimePoint ExportWorker::now() const { return std::chrono::steady_clock::now(); }
-
-unsigned ExportWorker::rushes() const {
+ExportWorker::TimePoint ExportWorker::flushDeadline() const {
   const std::lock_guard lock(mutex_);
-  return rushes_;
-}
-
-TimePoint ExportWorker::rushEnd() const {
-  const std::lock_guard lock(mutex_);
-  return rush_end_;
-}
-
-void ExportWorker::sleepUntil(TimePoint when, unsigned known_rushes) {
-  std::unique_lock lock(mutex_);
-  work_changed_.wait_until(lock, when, [&] { return rushes_ != known_rushes; });
+  return flush_deadline_;
 }
 
 }  // namespace TAMSA::otlp

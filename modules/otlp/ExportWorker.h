@@ -6,22 +6,24 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
+#include <string>
 
-#include "ExportLog.h"
-#include "ExportQueue.h"
-#include "Exporter.h"
-#include "HttpTransport.h"
-#include "OtlpConfig.h"
-#include "Transport.h"
+#include "modules/otlp/Encoder.h"
+#include "modules/otlp/ExportLog.h"
+#include "modules/otlp/Exporter.h"
+#include "modules/otlp/HttpTransport.h"
+#include "modules/otlp/OtlpConfig.h"
+#include "modules/support/Event.h"
 
 namespace TAMSA::otlp {
 
 /// Never destroyed: its thread runs until the process ends. Any thread may use it.
-class ExportWorker final : private Timing {
+class ExportWorker final {
  public:
-  /// For how long the process's end may be held up, in all.
-  static constexpr std::chrono::milliseconds kLongestRush{2'000};
+  /// The longest time that the process's end may be delayed, in all.
+  static constexpr std::chrono::milliseconds kLongestFlush{2'000};
 
   /// The thread starts with the first report.
   explicit ExportWorker(const OtlpConfig& config);
@@ -30,53 +32,54 @@ class ExportWorker final : private Timing {
   ExportWorker(const ExportWorker&) = delete;
   ExportWorker& operator=(const ExportWorker&) = delete;
 
-  /// Puts a record into the queue; false, and the record is lost, if that is full. Waits for the
-  /// network only after `finish`. Throws only for want of memory.
-  bool report(LogRecord record);
+  /// Queues an event of the handler `source`, or counts it as lost. Waits for the network only
+  /// after `finish`. Throws only if memory is short.
+  void report(const support::Event& event, uint64_t source);
 
-  /// The process begins to end: waits until what has been reported so far is sent or dropped, but
-  /// no longer than is left of the time for that. Later reports are sent without delay.
-  void hurry();
+  /// To be called when the process begins to end. Waits until what was reported so far is sent or
+  /// cannot be sent in time, at most for the rest of the time that the end may be delayed. Later
+  /// reports are sent without delay.
+  void forceFlush();
 
-  /// As `hurry`, for the last time: nothing of ours runs later but reports, so these wait now.
+  /// To be called at the very end of the process: flushes, and counts as lost what is left. Only
+  /// reports can follow, and these flush by themselves.
   void finish();
 
   /// The process it was made in; a fork has no such thread.
   pid_t process() const { return process_; }
 
  private:
-  TimePoint now() const override;
-  unsigned rushes() const override;
-  TimePoint rushEnd() const override;
-  void sleepUntil(TimePoint when, unsigned known_rushes) override;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   bool startThread();
   void run();
-  void waitUntilDue(std::unique_lock<std::mutex>& lock);
-  bool rushForTheLastTime(std::unique_lock<std::mutex>& lock);
-  void rush(std::unique_lock<std::mutex>& lock);
+  Reply sendBatch(std::unique_lock<std::mutex>& lock, size_t& bytes);
+  void waitForAttempt(std::unique_lock<std::mutex>& lock);
+  void flush(std::unique_lock<std::mutex>& lock);
+  void flushForTheLastTime(std::unique_lock<std::mutex>& lock);
+  TimePoint flushDeadline() const;
 
   const pid_t process_;
+  const std::unique_ptr<const Encoder> encoder_;
+  const TimeLimit request_timeout_;
+  const TimeLimit export_timeout_;
   const size_t max_batch_size_;
 
-  // Synchronise themselves.
+  // Thread-safe.
   ExportLog log_;
   HttpTransport transport_;
-  Exporter exporter_;
 
   mutable std::mutex mutex_;
   std::condition_variable work_changed_;
-  std::condition_variable settled_changed_;
+  std::condition_variable request_ended_;
 
   // Guarded by the mutex.
-  ExportQueue queue_;
-  uint64_t settled_ = 0;  ///< Records that were sent or dropped, of those that were pushed.
+  Exporter exporter_;
+  uint64_t settled_ = 0;  ///< Records that were sent or lost, when that has been logged.
   bool has_thread_ = false;
-  bool is_ending_ = false;
   bool is_finished_ = false;
-  unsigned rushes_ = 0;
-  TimePoint rush_end_ = TimePoint::max();
-  std::chrono::steady_clock::duration time_left_;  ///< To hold up the process's end.
+  TimePoint flush_deadline_ = TimePoint::max();    ///< Of the flush that is on.
+  std::chrono::steady_clock::duration time_left_;  ///< To delay the process's end.
 };
 
 }  // namespace TAMSA::otlp

@@ -1,111 +1,151 @@
-#include "Exporter.h"
+#include "modules/otlp/Exporter.h"
 
 #include <algorithm>
 #include <exception>
 #include <utility>
 
-#include "OtlpEncoder.h"
+#include "modules/otlp/LogRecord.h"
 
 namespace TAMSA::otlp {
 
-namespace {
+using support::LossCause;
+using support::LossCount;
+using support::LossTable;
 
-TimePoint after(TimePoint begin, const TimeLimit& limit) {
-  return limit ? begin + *limit : TimePoint::max();
+std::vector<std::string_view> Exporter::Request::records() const {
+  std::vector<std::string_view> all(loss_records.begin(), loss_records.end());
+  all.insert(all.end(), queued.begin(), queued.end());
+  return all;
 }
 
-}  // namespace
+Exporter::Exporter(const OtlpConfig& config, const Encoder& encoder, Jitter jitter)
+    : encoder_(encoder),
+      overhead_(encoder.overhead()),
+      jitter_(std::move(jitter)),
+      queue_(config.max_queue_size, config.max_batch_size, config.schedule_delay),
+      max_records_(config.max_batch_size) {}
 
-Exporter::Exporter(const OtlpConfig& config, Transport& transport, Timing& timing, ExportLog& log,
-                   Chance chance)
-    : resource_(config.resource),
-      request_timeout_(config.request_timeout),
-      export_timeout_(config.export_timeout),
-      transport_(transport),
-      timing_(timing),
-      log_(log),
-      chance_(std::move(chance)) {}
-
-void Exporter::send(const std::vector<LogRecord>& batch) {
-  const uint64_t told_dropped = dropped_;
-  try {
-    // What earlier batches have brought about is not taken off this one's time.
-    if (waitForTurn([this] { return timing_.rushEnd(); })) {
-      deliver(encodeRequest(resource_, batch, told_dropped), batch.size(), told_dropped);
-    } else {
-      giveUp(batch.size());
-    }
-  } catch (const std::exception& error) {
-    countDropped(batch.size(), error.what());
+std::optional<LossCause> Exporter::add(QueuedRecord record, TimePoint now) {
+  if (overhead_ + record.encoded.size() > kMaxRequestBytes) {
+    return LossCause{"an event exceeds the size of a request",
+                     std::to_string(record.encoded.size()) + " bytes"};
   }
+  if (queue_.push(std::move(record), now)) return std::nullopt;
+  return LossCause{"the queue is full", last_failure_};
 }
 
-void Exporter::countDropped(uint64_t events, const std::string& reason) {
-  dropped_ += events;
-  log_.dropped(events, reason, timing_.now());
+void Exporter::addLoss(const LossCause& cause, const LossCount& count) {
+  losses_.add(cause, count);
+  are_losses_tried_ = false;
 }
 
-void Exporter::deliver(const std::string& body, uint64_t events, uint64_t told_dropped) {
-  const TimePoint begin = timing_.now();
-  const Limit batch_end = [&] {
-    return std::min(after(begin, export_timeout_), timing_.rushEnd());
-  };
-  do {
-    const TimePoint request_end = after(timing_.now(), request_timeout_);
-    const Reply reply = transport_.send(body, [&] { return std::min(request_end, batch_end()); });
+bool Exporter::mustSendLosses() const {
+  return is_ending_ && !are_losses_tried_ && !losses_.isEmpty();
+}
+
+std::optional<TimePoint> Exporter::nextAttempt() const {
+  std::optional<TimePoint> due = queue_.dueAt();
+  if (is_ending_ && (due || mustSendLosses())) due = TimePoint::min();
+  if (!due) return std::nullopt;
+  return std::max(*due, schedule_.nextAttempt());
+}
+
+Exporter::Request Exporter::begin() {
+  is_under_way_ = true;
+  losses_under_way_ = LossTable();
+  Request request;
+  size_t bytes = overhead_;
+  for (const LogRecord& record : makeLossRecords(losses_, std::chrono::system_clock::now())) {
+    request.loss_records.push_back(encoder_.encodeRecord(record));
+    bytes += request.loss_records.back().size();
+  }
+  const size_t losses = request.loss_records.size();
+  request.queued = queue_.beginBatch(max_records_ > losses ? max_records_ - losses : 1,
+                                     max_bytes_ > bytes ? max_bytes_ - bytes : 1);
+  losses_under_way_ = losses_;
+  return request;
+}
+
+LossTable Exporter::complete(const Reply& reply, size_t bytes, TimePoint now) noexcept {
+  is_under_way_ = false;
+  if (std::exchange(is_abandoned_, false)) {
+    queue_.settleBatch();
+    return {};
+  }
+  try {
     switch (reply.verdict) {
       case Reply::Verdict::DELIVERED:
-        backoff_.reset();
-        backoff_end_ = asked_end_ = TimePoint::min();
-        last_reason_.clear();
-        dropped_ -= told_dropped;
-        log_.delivered();
-        if (reply.rejected > 0) {
-          countDropped(std::min(reply.rejected, events),
-                       "rejected by the collector: " + reply.reason);
-        } else if (!reply.reason.empty()) {
-          log_.advised(reply.reason);
-        }
-        return;
+        return onDelivered(reply);
+      case Reply::Verdict::TOO_LARGE:
+        return onTooLarge(reply, bytes);
       case Reply::Verdict::REFUSED:
-        log_.failed(reply.reason);
-        countDropped(events, reply.reason);
-        return;
-      case Reply::Verdict::TRY_AGAIN:
-        log_.failed(reply.reason);
-        postpone(reply);
+        return loseBatch(reply);
+      case Reply::Verdict::RETRYABLE:
+        onFailure(reply, now);
         break;
     }
-  } while (waitForTurn(batch_end));
-  giveUp(events);
-}
-
-void Exporter::giveUp(uint64_t events) {
-  countDropped(events, last_reason_.empty() ? "no time was left" : last_reason_);
-}
-
-/// Waits until the next try may be made; false at once if that is not before the limit.
-bool Exporter::waitForTurn(const Limit& limit) {
-  for (;;) {
-    if (const unsigned rushes = timing_.rushes(); rushes != known_rushes_) {
-      known_rushes_ = rushes;
-      backoff_end_ = TimePoint::min();
-    }
-    const TimePoint turn = std::max(backoff_end_, asked_end_);
-    const TimePoint now = timing_.now();
-    if (std::max(turn, now) >= limit()) return false;
-    if (turn <= now) return true;
-    timing_.sleepUntil(turn, known_rushes_);
+  } catch (const std::exception&) {
+    // Memory is too short for a text about the failure.
   }
+  return {};
 }
 
-void Exporter::postpone(const Reply& reply) {
-  const TimePoint now = timing_.now();
-  backoff_end_ = now + backoff_.next(chance_());
-  if (reply.retry_after) {
-    asked_end_ = now + std::min<std::chrono::seconds>(*reply.retry_after, kLongestRetryAfter);
+LossTable Exporter::onDelivered(const Reply& reply) {
+  schedule_.onSuccess();
+  last_failure_.clear();
+  max_records_ = queue_.maxBatchSize();
+  losses_.subtract(losses_under_way_);
+  const LossCount sent = queue_.settleBatch();
+  LossTable losses;
+  if (reply.rejected == 0) return losses;
+  // A collector that rejects a part does not say which: each event combines one report or more.
+  const uint64_t rejected = std::min(reply.rejected, sent.events);
+  if (rejected == 0) return losses;
+  losses.add({reply.cause, reply.detail},
+             rejected == sent.events ? sent : LossCount{rejected, rejected});
+  losses_.add(losses);
+  are_losses_tried_ = false;
+  return losses;
+}
+
+LossTable Exporter::onTooLarge(const Reply& reply, size_t bytes) {
+  const size_t records = queue_.batchSize();
+  if (records <= 1) return loseBatch(reply);
+  max_records_ = (records + 1) / 2;
+  max_bytes_ = std::clamp(bytes / 2, kMinRequestBytes, max_bytes_);
+  queue_.returnBatch();
+  return {};
+}
+
+LossTable Exporter::loseBatch(const Reply& reply) {
+  LossTable losses;
+  const LossCount lost = queue_.settleBatch();
+  if (lost.events == 0) {
+    are_losses_tried_ = true;
+    return losses;
   }
-  last_reason_ = reply.reason;
+  losses.add({reply.cause, reply.detail}, lost);
+  losses_.add(losses);
+  // Without a collector, there is no use in sending them by themselves.
+  are_losses_tried_ = !reply.is_answer;
+  return losses;
+}
+
+void Exporter::onFailure(const Reply& reply, TimePoint now) {
+  queue_.returnBatch();
+  schedule_.onFailure(now, reply.retry_after, jitter_());
+  last_failure_ = reply.reason();
+}
+
+LossTable Exporter::abandon() {
+  LossTable losses;
+  LossCount lost = queue_.clear();
+  if (is_under_way_ && !is_abandoned_) {
+    is_abandoned_ = true;
+    lost += queue_.batchCount();
+  }
+  if (lost.events > 0) losses.add({"the process ended first", last_failure_}, lost);
+  return losses;
 }
 
 }  // namespace TAMSA::otlp

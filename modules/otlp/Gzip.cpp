@@ -1,11 +1,11 @@
-#include "Gzip.h"
+#include "modules/otlp/Gzip.h"
 
 #include <zlib.h>
 
 namespace TAMSA::otlp {
 
 std::optional<std::string> gzip(std::string_view data) {
-  // As zlib has it: the largest window, plus 16 for the gzip format.
+  // The largest window, plus 16 for the gzip format.
   constexpr int kGzipWindow = MAX_WBITS + 16;
   z_stream stream{};
   if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, MAX_MEM_LEVEL,

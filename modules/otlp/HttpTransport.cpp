@@ -1,44 +1,51 @@
-#include "HttpTransport.h"
+#include "modules/otlp/HttpTransport.h"
 
+#include <strings.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <new>
 #include <optional>
 
-#include "Gzip.h"
+#include "modules/otlp/Gzip.h"
 
-// OpenSSL's own, if libcurl brings OpenSSL along; null otherwise.
+// A function of OpenSSL if libcurl is linked with it; null otherwise.
 extern "C" __attribute__((weak)) int OPENSSL_init_crypto(uint64_t options, const void* settings);
 
 namespace TAMSA::otlp {
 
 namespace {
 
-/// An answer is a few words; what is longer is not read on.
+/// The rest of a longer answer is discarded.
 constexpr size_t kLongestAnswer = 65'536;
 
-/// Has OpenSSL stay usable until the very end: unless told so before its first use, it tears itself
-/// down in an exit handler, before the last events are sent.
-void keepTlsUntilTheEnd() {
+/// Without this, which must come before its first use, OpenSSL shuts itself down in an exit
+/// handler, before the last events are sent.
+void keepTlsUntilProcessEnds() {
   constexpr uint64_t kNoExitHandler = 0x00080000;  // OPENSSL_INIT_NO_ATEXIT
   if (OPENSSL_init_crypto != nullptr) OPENSSL_init_crypto(kNoExitHandler, nullptr);
 }
 
-/// Where others used OpenSSL first, it may be gone nevertheless, and must not be touched then.
-bool isTlsGone() { return OPENSSL_init_crypto != nullptr && OPENSSL_init_crypto(0, nullptr) == 0; }
+/// If the program used OpenSSL first, it may be shut down nevertheless, and must not be used then.
+bool isTlsShutDown() {
+  return OPENSSL_init_crypto != nullptr && OPENSSL_init_crypto(0, nullptr) == 0;
+}
 
-std::vector<std::string> makeHeaderLines(const OtlpConfig& config) {
-  std::vector<std::string> lines = {"Content-Type: application/json",
-                                    // Nothing is gained by asking first.
-                                    "Expect:", "User-Agent: libkivtelemetry-otlp/" KIV_VERSION};
+std::vector<std::string> makeHeaderLines(const OtlpConfig& config,
+                                         const std::string& content_type) {
+  std::vector<std::string> lines = {"Content-Type: " + content_type,
+                                    // Disables "Expect: 100-continue", which costs a round trip.
+                                    "Expect:"};
   if (config.gzip) lines.emplace_back("Content-Encoding: gzip");
+  bool has_user_agent = false;
   for (const auto& [name, value] : config.headers) {
-    // libcurl takes a colon without a value for a header to be left out.
+    has_user_agent = has_user_agent || strcasecmp(name.c_str(), "User-Agent") == 0;
+    // libcurl leaves out a header that has a colon and no value.
     std::string line = name;
     line += value.empty() ? ";" : ": ";
     lines.push_back(line += value);
   }
+  if (!has_user_agent) lines.emplace_back("User-Agent: libkivtelemetry-otlp/" KIV_VERSION);
   return lines;
 }
 
@@ -55,15 +62,15 @@ size_t keepAnswer(const char* data, size_t size, size_t count, void* kept) {
   return length;
 }
 
-/// As libcurl's own, but closed in programs that the process starts.
+/// Like libcurl's own, but the socket is closed in programs that the process starts.
 curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
   return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
-/// Whether the same request may succeed another time.
-bool mayPass(CURLcode problem) {
+/// True if the same request may succeed later. An answer that is not HTTP/1 may: something else may
+/// listen at the port while the collector restarts.
+bool isRetryable(CURLcode problem) {
   switch (problem) {
-    case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_URL_MALFORMAT:
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CERTPROBLEM:
@@ -78,21 +85,21 @@ bool mayPass(CURLcode problem) {
 
 }  // namespace
 
-HttpTransport::HttpTransport(const OtlpConfig& config)
+HttpTransport::HttpTransport(const OtlpConfig& config, const std::string& content_type)
     : url_(config.url),
       needs_tls_(config.url.rfind("https:", 0) == 0),
       certificate_file_(config.certificate_file),
       client_certificate_file_(config.client_certificate_file),
       client_key_file_(config.client_key_file),
       gzip_(config.gzip),
-      header_lines_(makeHeaderLines(config)),
+      header_lines_(makeHeaderLines(config, content_type)),
       secrets_(secretsOf(config)) {}
 
-Reply HttpTransport::send(const std::string& body, const Limit& limit) {
-  if (!gzip_) return judge(exchange(body, limit), secrets_);
+Reply HttpTransport::send(const std::string& body, const Deadline& deadline) {
+  if (!gzip_) return judge(exchange(body, deadline), secrets_);
   const auto packed = gzip(body);
   if (!packed) throw std::bad_alloc();
-  return judge(exchange(*packed, limit), secrets_);
+  return judge(exchange(*packed, deadline), secrets_);
 }
 
 void HttpTransport::wake() {
@@ -102,7 +109,7 @@ void HttpTransport::wake() {
 bool HttpTransport::prepare() {
   if (multi_ != nullptr) return true;
   if (easy_ == nullptr) {
-    keepTlsUntilTheEnd();
+    keepTlsUntilProcessEnds();
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) return false;
     easy_ = curl_easy_init();
     if (easy_ == nullptr) return false;
@@ -124,7 +131,7 @@ void HttpTransport::setOptions() {
   set(CURLOPT_POST, 1L);
   set(CURLOPT_HTTPHEADER, header_list_);
   set(CURLOPT_NOSIGNAL, 1L);
-  // A name that nobody resolves must not hold up whoever gave up on it.
+  // A request that is given up must not wait for the resolution of a name.
   set(CURLOPT_QUICK_EXIT, 1L);
   set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
   set(CURLOPT_WRITEFUNCTION, &keepAnswer);
@@ -134,28 +141,28 @@ void HttpTransport::setOptions() {
   if (!client_key_file_.empty()) set(CURLOPT_SSLKEY, client_key_file_.c_str());
 }
 
-Exchange HttpTransport::exchange(const std::string& body, const Limit& limit) {
+Exchange HttpTransport::exchange(const std::string& body, const Deadline& deadline) {
   if (!prepare()) throw std::bad_alloc();
-  if (needs_tls_ && isTlsGone()) {
-    Exchange impossible;
-    impossible.end = Exchange::End::IMPOSSIBLE;
-    impossible.problem = "TLS has been shut down by the process";
-    return impossible;
+  if (needs_tls_ && isTlsShutDown()) {
+    Exchange failed;
+    failed.end = Exchange::End::PERMANENT;
+    failed.problem = "TLS has been shut down by the process";
+    return failed;
   }
   received_.clear();
   curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
   curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, body.c_str());
   curl_multi_add_handle(multi_, easy_);
   CURLcode result = CURLE_OK;
-  if (!perform(limit, result)) result = CURLE_OPERATION_TIMEDOUT;
-  // Before the handle is removed, which ends what is still under way.
+  if (!perform(deadline, result)) result = CURLE_OPERATION_TIMEDOUT;
+  // Before the handle is removed, which ends an exchange that is still under way.
   Exchange exchange = describe(result);
   curl_multi_remove_handle(multi_, easy_);
   return exchange;
 }
 
-/// False if the limit came first.
-bool HttpTransport::perform(const Limit& limit, CURLcode& result) {
+/// False if the deadline came first.
+bool HttpTransport::perform(const Deadline& deadline, CURLcode& result) {
   constexpr std::chrono::milliseconds kLongestPoll{1'000};
   for (;;) {
     int running = 0;
@@ -167,7 +174,7 @@ bool HttpTransport::perform(const Limit& limit, CURLcode& result) {
     }
     const auto rest =
         std::chrono::ceil<std::chrono::milliseconds>(std::min<std::chrono::steady_clock::duration>(
-            limit() - std::chrono::steady_clock::now(), kLongestPoll));
+            deadline() - std::chrono::steady_clock::now(), kLongestPoll));
     if (rest <= std::chrono::milliseconds::zero()) return false;
     curl_multi_poll(multi_, nullptr, 0, static_cast<int>(rest.count()), nullptr);
   }
@@ -179,11 +186,14 @@ Exchange HttpTransport::describe(CURLcode result) {
   curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &exchange.status);
   curl_off_t retry_after = 0;
   curl_easy_getinfo(easy_, CURLINFO_RETRY_AFTER, &retry_after);
+  const char* content_type = nullptr;
+  curl_easy_getinfo(easy_, CURLINFO_CONTENT_TYPE, &content_type);
+  if (content_type != nullptr) exchange.content_type = content_type;
   if (retry_after > 0) exchange.retry_after = std::chrono::seconds(retry_after);
   if (result == CURLE_OK) {
     exchange.end = Exchange::End::COMPLETE;
   } else {
-    exchange.end = mayPass(result) ? Exchange::End::BROKEN : Exchange::End::IMPOSSIBLE;
+    exchange.end = isRetryable(result) ? Exchange::End::RETRYABLE : Exchange::End::PERMANENT;
     exchange.problem = curl_easy_strerror(result);
   }
   return exchange;

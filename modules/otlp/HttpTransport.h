@@ -1,39 +1,46 @@
-/// Sends requests by libcurl.
+/// Sends requests with libcurl.
 #pragma once
 
 #include <curl/curl.h>
 
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "OtlpConfig.h"
-#include "Transport.h"
+#include "modules/otlp/OtlpConfig.h"
+#include "modules/otlp/Reply.h"
 
 namespace TAMSA::otlp {
 
-/// Certificates are checked by libcurl's defaults; nothing here can switch that off. Never torn
-/// down, because it may be needed after all static destructors have run.
-class HttpTransport final : public Transport {
+/// Returns when a request must have ended. Called repeatedly, because that may change.
+using Deadline = std::function<std::chrono::steady_clock::time_point()>;
+
+/// Certificates are checked by libcurl's defaults; nothing here can switch that off. Releases
+/// nothing, because it may be needed after all static destructors have run.
+class HttpTransport final {
  public:
-  /// Does no more than copy, so it may be called where nothing may take long.
-  explicit HttpTransport(const OtlpConfig& config);
+  /// Only copies; libcurl is initialised by the first request. `content_type` is that of all
+  /// requests.
+  HttpTransport(const OtlpConfig& config, const std::string& content_type);
   ~HttpTransport() = default;
 
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
-  /// By one thread only.
-  Reply send(const std::string& body, const Limit& limit) override;
+  /// Sends one request and waits for the answer, until the deadline at most. Used by one thread.
+  /// Throws only if memory is short.
+  Reply send(const std::string& body, const Deadline& deadline);
 
-  /// Has a `send` that is under way ask for its limit again. Any thread may call it.
+  /// Makes a `send` that is under way ask for its deadline again. Any thread may call it.
   void wake();
 
  private:
   bool prepare();
   void setOptions();
-  Exchange exchange(const std::string& body, const Limit& limit);
-  bool perform(const Limit& limit, CURLcode& result);
+  Exchange exchange(const std::string& body, const Deadline& deadline);
+  bool perform(const Deadline& deadline, CURLcode& result);
   Exchange describe(CURLcode result);
 
   const std::string url_;

@@ -1,4 +1,4 @@
-#include "OtlpConfig.h"
+#include "modules/otlp/OtlpConfig.h"
 
 #include <strings.h>
 
@@ -8,8 +8,9 @@
 #include <climits>
 #include <string_view>
 
-#include "Endpoint.h"
-#include "PairList.h"
+#include "modules/otlp/Endpoint.h"
+#include "modules/otlp/PairList.h"
+#include "modules/otlp/Utf8.h"
 
 namespace TAMSA::otlp {
 
@@ -21,7 +22,7 @@ bool equalsIgnoringCase(const std::string& text, const char* other) {
   return strcasecmp(text.c_str(), other) == 0;
 }
 
-/// A name that HTTP allows for a header.
+/// True for a name that HTTP allows for a header.
 bool isHeaderName(std::string_view name) {
   constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
   const auto is_allowed = [=](char c) {
@@ -31,7 +32,7 @@ bool isHeaderName(std::string_view name) {
   return !name.empty() && std::all_of(name.begin(), name.end(), is_allowed);
 }
 
-/// A value that stays within its header.
+/// True for a value that cannot end its header.
 bool isHeaderValue(std::string_view value) {
   constexpr unsigned char kFirstPrintable = ' ';
   constexpr unsigned char kDelete = 0x7f;
@@ -41,7 +42,7 @@ bool isHeaderValue(std::string_view value) {
   });
 }
 
-/// Whether a header describes the body, of which only the exporter knows.
+/// True for headers that describe the body, which the exporter sets.
 bool describesBody(const std::string& name) {
   constexpr std::array kNames = {"Content-Type", "Content-Encoding", "Content-Length",
                                  "Transfer-Encoding"};
@@ -49,10 +50,16 @@ bool describesBody(const std::string& name) {
                      [&](const char* other) { return equalsIgnoringCase(name, other); });
 }
 
+/// A value as messages show it.
+std::string quote(const std::string& value) {
+  constexpr size_t kLongest = 100;
+  return '"' + shorten(toUtf8(value), kLongest) + '"';
+}
+
 class Reader {
  public:
-  Reader(const Environment& environment, std::vector<std::string>& warnings)
-      : environment_(environment), warnings_(warnings) {}
+  Reader(const Environment& environment, ConfigProblems& problems)
+      : environment_(environment), problems_(problems) {}
 
   OtlpConfig read(const Attributes& process) {
     OtlpConfig config;
@@ -66,24 +73,28 @@ class Reader {
     config.certificate_file = readForLogs("CERTIFICATE", &Reader::get).value_or("");
     config.client_certificate_file = readForLogs("CLIENT_CERTIFICATE", &Reader::get).value_or("");
     config.client_key_file = readForLogs("CLIENT_KEY", &Reader::get).value_or("");
-    readForLogs("PROTOCOL", &Reader::readProtocol);
+    config.protocol = readProtocol();
     readBatching(config);
     config.resource = readResource(process);
     return config;
   }
 
  private:
-  /// Empty values are as good as none.
+  /// An empty value counts as not set.
   std::optional<std::string> get(const std::string& name) {
     const char* const value = environment_(name.c_str());
     return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
   }
 
   void warn(const std::string& name, const std::string& problem) {
-    warnings_.push_back(name + " " + problem);
+    problems_.warnings.push_back(name + " " + problem);
   }
 
-  /// The variable of log records alone if it holds something that can be used, else that of all.
+  void warnChoice(const std::string& name, const std::string& value, const char* choices) {
+    warn(name, "is " + quote(value) + ", which is neither " + choices + "; ignored");
+  }
+
+  /// The variable for log records if its value can be used, else that for all signals.
   template <typename Value>
   std::optional<Value> readForLogs(const std::string& name,
                                    std::optional<Value> (Reader::*reader)(const std::string&)) {
@@ -98,8 +109,8 @@ class Reader {
     const char* const end = text->data() + text->size();
     const auto [stop, error] = std::from_chars(text->data(), end, number);
     if (error == std::errc() && stop == end && number >= least) return number;
-    warn(name, "is no number from " + std::to_string(least) + " to " + std::to_string(INT_MAX) +
-                   ": ignored");
+    warn(name, "is " + quote(*text) + ", which is not a number from " + std::to_string(least) +
+                   " to " + std::to_string(INT_MAX) + "; ignored");
     return std::nullopt;
   }
 
@@ -115,17 +126,17 @@ class Reader {
     const auto value = get(kName);
     if (!value) return false;
     if (equalsIgnoringCase(*value, "true")) return true;
-    if (!equalsIgnoringCase(*value, "false")) warn(kName, "is neither true nor false: ignored");
+    if (!equalsIgnoringCase(*value, "false")) warnChoice(kName, *value, "true nor false");
     return false;
   }
 
-  /// Whether the one who chooses exporters wants none of them.
+  /// True if exporters are chosen, and none for log records.
   bool readNoExporter() {
     constexpr char kName[] = "OTEL_LOGS_EXPORTER";
     const auto value = get(kName);
     if (!value || equalsIgnoringCase(*value, "otlp")) return false;
     if (equalsIgnoringCase(*value, "none")) return true;
-    warn(kName, "is neither otlp nor none: ignored");
+    warnChoice(kName, *value, "otlp nor none");
     return false;
   }
 
@@ -135,7 +146,9 @@ class Reader {
       const auto value = get(name);
       if (!value) continue;
       if (auto url = toUrl(*value)) return *url;
-      warn(name, "is no HTTP URL: ignored");
+      problems_.errors.push_back(std::string(name) + " is " + quote(withoutSecrets(*value)) +
+                                 ", which is not an HTTP URL; no events are sent");
+      return {};
     }
     return "http://localhost:4318/v1/logs";
   }
@@ -147,11 +160,12 @@ class Reader {
     std::vector<std::pair<std::string, std::string>> headers;
     for (const RawPair& pair : splitPairs(list)) {
       const auto value = decodePercent(pair.value);
-      // An entry without a key may be a secret in the wrong place, so it is not named.
+      // The entry may be a secret in the wrong place, so the warning does not show it.
       if (!isHeaderName(pair.key) || !value || !isHeaderValue(*value)) {
-        warn(name, "has no header as its entry " + std::to_string(pair.position) + ": ignored");
+        warn(name, "has an entry that is not a header, number " + std::to_string(pair.position) +
+                       "; ignored");
       } else if (describesBody(std::string(pair.key))) {
-        warn(name, "must not set " + std::string(pair.key) + ": ignored");
+        warn(name, "must not set " + std::string(pair.key) + "; ignored");
       } else {
         headers.emplace_back(pair.key, *value);
       }
@@ -164,16 +178,23 @@ class Reader {
     if (!value) return std::nullopt;
     if (equalsIgnoringCase(*value, "gzip")) return true;
     if (equalsIgnoringCase(*value, "none")) return false;
-    warn(name, "is neither gzip nor none: ignored");
+    warnChoice(name, *value, "gzip nor none");
     return std::nullopt;
   }
 
-  std::optional<std::string> readProtocol(const std::string& name) {
-    auto value = get(name);
-    if (value && *value != "http/json") {
-      warn(name, "asks for another protocol than http/json, the only one spoken here: ignored");
+  /// The first variable that is set decides, so that there is one warning at most.
+  Protocol readProtocol() {
+    for (const char* name : {"OTEL_EXPORTER_OTLP_LOGS_PROTOCOL", "OTEL_EXPORTER_OTLP_PROTOCOL"}) {
+      const auto value = get(name);
+      if (!value) continue;
+      if (*value == "http/json") return Protocol::HTTP_JSON;
+      if (*value != "http/protobuf") {
+        warn(name, "is " + quote(*value) +
+                       ", which is neither http/protobuf nor http/json; using http/protobuf");
+      }
+      break;
     }
-    return value;
+    return Protocol::HTTP_PROTOBUF;
   }
 
   void readBatching(OtlpConfig& config) {
@@ -188,7 +209,7 @@ class Reader {
     if (const auto size = readNumber(kBatchSize, 1)) {
       config.max_batch_size = static_cast<size_t>(*size);
       if (config.max_batch_size > config.max_queue_size) {
-        warn(kBatchSize, "is more than the queue holds: that many it is");
+        warn(kBatchSize, "exceeds OTEL_BLRP_MAX_QUEUE_SIZE; using the queue size");
       }
     }
     config.max_batch_size = std::min(config.max_batch_size, config.max_queue_size);
@@ -202,9 +223,9 @@ class Reader {
       const auto key = decodePercent(pair.key);
       auto value = decodePercent(pair.value);
       if (!key || key->empty() || !value) {
-        // The rest may be wrong as well: a comma that was not encoded makes two entries of one.
-        warn(kName, "has no attribute as its entry " + std::to_string(pair.position) +
-                        ": all of it is ignored");
+        // Other entries may be wrong, too: a comma that was not encoded makes two entries of one.
+        warn(kName, "has an entry that is not an attribute, number " +
+                        std::to_string(pair.position) + "; all entries are ignored");
         resource = process;
         break;
       }
@@ -217,14 +238,14 @@ class Reader {
   }
 
   const Environment& environment_;
-  std::vector<std::string>& warnings_;
+  ConfigProblems& problems_;
 };
 
 }  // namespace
 
 OtlpConfig readConfig(const Environment& environment, const Attributes& process,
-                      std::vector<std::string>& warnings) {
-  return Reader(environment, warnings).read(process);
+                      ConfigProblems& problems) {
+  return Reader(environment, problems).read(process);
 }
 
 }  // namespace TAMSA::otlp

@@ -1,4 +1,4 @@
-#include "PairList.h"
+#include "modules/otlp/PairList.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-/// Lists of pairs as OpenTelemetry's environment variables hold them: "key=value,key=value".
+/// Parses lists of pairs in OpenTelemetry's environment variables: "key=value,key=value".
 #pragma once
 
 #include <optional>
@@ -9,17 +9,18 @@
 
 namespace TAMSA::otlp {
 
-/// An entry of a list, as it stands there but for the blanks around key and value.
+/// An entry of a list, not decoded, without the blanks around key and value.
 struct RawPair {
-  size_t position;  ///< Of the entry in the list, counted from 1.
+  size_t position;  ///< The number of the entry in the list, from 1.
   std::string_view key;
   std::string_view value;
 };
 
-/// The entries of a list in their order. Empty ones are passed over; one without "=" has no key.
+/// The entries of a list in their order, without empty ones. One without "=" has no key.
 std::vector<RawPair> splitPairs(std::string_view list);
 
-/// The text with every "%XX" replaced by the byte it stands for; nothing if a "%" stands alone.
+/// Replaces every "%XX" by the byte of that hexadecimal number. Nothing if "%" comes without two
+/// digits.
 std::optional<std::string> decodePercent(std::string_view text);
 
 }  // namespace TAMSA::otlp

@@ -1,71 +1,83 @@
-#include "ProcessExport.h"
+#include "modules/otlp/ProcessExport.h"
 
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "ExportLog.h"
-#include "ExportWorker.h"
-#include "OtlpConfig.h"
+#include "modules/otlp/ExportLog.h"
+#include "modules/otlp/ExportWorker.h"
+#include "modules/otlp/OtlpConfig.h"
+#include "modules/otlp/ProcessDescription.h"
+#include "modules/support/LossLog.h"
 
 namespace TAMSA::otlp {
 
 namespace {
 
+/// Never destroyed once it is in use, because events come until the very end of the process.
 struct Export {
-  const pid_t process;
-  ExportWorker* const worker;     ///< Null if export is switched off.
-  const Export* const inherited;  ///< The parent's, in a fork; not ours to use.
+  explicit Export(const Export* parents) : inherited(parents) {}
+
+  const pid_t process = getpid();
+  ExportWorker* worker = nullptr;            ///< Null if nothing is sent.
+  bool has_endpoint = true;                  ///< Otherwise, events are lost.
+  support::LossLog losses{ExportLog::kTag};  ///< Because there is no endpoint.
+  const Export* const inherited;             ///< In a fork, the parent's, which must not be used.
 };
 
-std::atomic<const Export*> current{nullptr};
+std::atomic<Export*> current{nullptr};
 
 bool isOurs(const Export* candidate) {
   return candidate != nullptr && candidate->process == getpid();
 }
 
-ExportWorker* ourWorker() {
-  const Export* const found = current.load(std::memory_order_acquire);
-  return isOurs(found) ? found->worker : nullptr;
+Export* findExport() {
+  Export* const found = current.load(std::memory_order_acquire);
+  return isOurs(found) ? found : nullptr;
 }
 
-void hurryAtExit() {
-  if (ExportWorker* const worker = ourWorker()) worker->hurry();
+void flushAtExit() {
+  Export* const found = findExport();
+  if (found != nullptr && found->worker != nullptr) found->worker->forceFlush();
 }
 
-/// The library's last windows come after exit handlers that were registered later than its own, as
-/// this is; but while these run, more still works of what export needs than at the very end.
+/// The library's exit handler may be older than this one, so its last windows may come later. But
+/// while exit handlers run, more of what export needs still works than at the very end.
 void watchExit() {
-  static const int watching = std::atexit(hurryAtExit);
+  static const int watching = std::atexit(flushAtExit);
   static_cast<void>(watching);
 }
 
-// Run when all exit handlers are through, in those libraries that are closed at last.
+// Runs after all exit handlers, when the loader finalises libraries.
 __attribute__((destructor)) void finishAtTheEnd() {
-  if (ExportWorker* const worker = ourWorker()) worker->finish();
+  Export* const found = findExport();
+  if (found == nullptr) return;
+  if (found->worker != nullptr) found->worker->finish();
+  found->losses.logPending();
 }
 
 std::unique_ptr<Export> makeExport(const Export* inherited) {
-  std::vector<std::string> warnings;
+  ConfigProblems problems;
   const OtlpConfig config =
-      readConfig([](const char* name) { return std::getenv(name); }, describeProcess(), warnings);
-  // A fork has them from its parent.
+      readConfig([](const char* name) { return std::getenv(name); }, describeProcess(), problems);
+  // In a fork, the parent has logged them.
   if (inherited == nullptr) {
-    for (const std::string& warning : warnings) ExportLog::warn(warning);
+    for (const std::string& error : problems.errors) ExportLog::error(error);
+    for (const std::string& warning : problems.warnings) ExportLog::warn(warning);
   }
-  ExportWorker* const worker = config.is_disabled ? nullptr : new ExportWorker(config);
-  return std::make_unique<Export>(Export{getpid(), worker, inherited});
+  auto made = std::make_unique<Export>(inherited);
+  made->has_endpoint = config.is_disabled || !config.url.empty();
+  if (!config.is_disabled && made->has_endpoint) made->worker = new ExportWorker(config);
+  return made;
 }
 
-const Export& ourExport() {
-  const Export* found = current.load(std::memory_order_acquire);
+Export& ourExport() {
+  Export* found = current.load(std::memory_order_acquire);
   if (isOurs(found)) return *found;
-  // Two threads may both come here. What the slower one made stays behind, unused and small.
+  // If two threads come here, the slower one's worker stays behind, unused and small.
   auto made = makeExport(found);
   if (current.compare_exchange_strong(found, made.get())) {
     watchExit();
@@ -78,9 +90,15 @@ const Export& ourExport() {
 
 void prepareExport() { ourExport(); }
 
-bool report(LogRecord record) {
-  ExportWorker* const worker = ourExport().worker;
-  return worker == nullptr || worker->report(std::move(record));
+void report(const support::Event& event, uint64_t source) {
+  Export& ours = ourExport();
+  if (ours.worker != nullptr) {
+    ours.worker->report(event, source);
+  } else if (!ours.has_endpoint) {
+    support::LossTable losses;
+    losses.add({"the endpoint is not an HTTP URL"}, {1, support::reportCount(event.fields())});
+    ours.losses.add(losses, std::chrono::steady_clock::now());
+  }
 }
 
 }  // namespace TAMSA::otlp

@@ -1,16 +1,18 @@
-/// How the handlers of a process reach its export.
+/// The export of this process, shared by its handlers.
 #pragma once
 
-#include "LogRecord.h"
+#include <cstdint>
+
+#include "modules/support/Event.h"
 
 namespace TAMSA::otlp {
 
-/// Reads the configuration, if this is the process's first call, and warns of what is wrong in it.
-/// Throws only for want of memory, as `report` does.
+/// The first call in a process reads the configuration and logs what is wrong in it. Throws only if
+/// memory is short, as `report` does.
 void prepareExport();
 
-/// Hands over a record; false if it is lost already. True without further ado if export is switched
-/// off. A process that was forked exports by itself, and leaves what its parent had queued to that.
-bool report(LogRecord record);
+/// Takes an event of the handler `source`. An event that is lost is counted and logged. A process
+/// that was forked exports its own events, and leaves what its parent had queued to the parent.
+void report(const support::Event& event, uint64_t source);
 
 }  // namespace TAMSA::otlp

@@ -1,21 +1,24 @@
-#include "Reply.h"
+#include "modules/otlp/Reply.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <string_view>
+
+#include "modules/otlp/ReplyBody.h"
+#include "modules/otlp/Utf8.h"
 
 namespace TAMSA::otlp {
 
 namespace {
 
-using nlohmann::json;
+using Verdict = Reply::Verdict;
 
+constexpr long kTooLarge = 413;
 constexpr long kTooManyRequests = 429;
 constexpr long kBadGateway = 502;
 constexpr long kUnavailable = 503;
 constexpr long kGatewayTimeout = 504;
 
-/// Not one of those that only announce an answer.
+/// Statuses below 200 only announce an answer.
 bool isFinal(long status) {
   constexpr long kFirst = 200;
   return status >= kFirst;
@@ -26,13 +29,22 @@ bool isSuccess(long status) {
   return status / kHundred == 2;
 }
 
-bool isRetryable(long status) {
-  return status == kTooManyRequests || status == kBadGateway || status == kUnavailable ||
-         status == kGatewayTimeout;
+Verdict verdictOf(long status) {
+  switch (status) {
+    case kTooLarge:
+      return Verdict::TOO_LARGE;
+    case kTooManyRequests:
+    case kBadGateway:
+    case kUnavailable:
+    case kGatewayTimeout:
+      return Verdict::RETRYABLE;
+    default:
+      return Verdict::REFUSED;
+  }
 }
 
 void mask(std::string& text, std::string_view secret) {
-  // What is shorter is no secret, and would be found everywhere.
+  // Shorter words are not secret, and would be found everywhere.
   constexpr size_t kShortest = 4;
   if (secret.size() < kShortest) return;
   for (size_t at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
@@ -40,10 +52,11 @@ void mask(std::string& text, std::string_view secret) {
   }
 }
 
-/// A text from the other side, made fit for a line of the log.
+/// Makes a text from the collector fit for a line of the log.
 std::string quote(std::string text, const std::vector<std::string>& secrets) {
   constexpr size_t kLongest = 200;
   constexpr unsigned char kFirstPrintable = ' ';
+  constexpr unsigned char kDelete = 0x7f;
   for (const std::string_view secret : secrets) {
     for (size_t begin = 0; begin < secret.size();) {
       const size_t end = std::min(secret.find(' ', begin), secret.size());
@@ -51,70 +64,51 @@ std::string quote(std::string text, const std::vector<std::string>& secrets) {
       begin = end + 1;
     }
   }
-  if (text.size() > kLongest) text.resize(kLongest);
   std::replace_if(
       text.begin(), text.end(),
-      [](char c) { return static_cast<unsigned char>(c) < kFirstPrintable; }, ' ');
-  return text;
-}
-
-const json* findMember(const json& object, const char* name) {
-  const auto member = object.find(name);
-  return member != object.end() ? &*member : nullptr;
-}
-
-std::string textMember(const json& object, const char* name) {
-  const json* const member = findMember(object, name);
-  return member != nullptr && member->is_string() ? member->get<std::string>() : "";
-}
-
-/// The encoding writes 64-bit integers as texts; a number is understood as well.
-uint64_t countMember(const json& object, const char* name) {
-  const json* const member = findMember(object, name);
-  if (member == nullptr) return 0;
-  if (member->is_number_unsigned()) return member->get<uint64_t>();
-  if (!member->is_string()) return 0;
-  const json number = json::parse(member->get<std::string>(), nullptr, false);
-  return number.is_number_unsigned() ? number.get<uint64_t>() : 0;
+      [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < kFirstPrintable || byte == kDelete;
+      },
+      ' ');
+  return shorten(toUtf8(std::move(text)), kLongest);
 }
 
 Reply delivered(const Exchange& exchange, const std::vector<std::string>& secrets) {
+  const PartialSuccess partial = parsePartialSuccess(exchange.content_type, exchange.body);
   Reply reply;
-  reply.verdict = Reply::Verdict::DELIVERED;
-  const json body = json::parse(exchange.body, nullptr, false);
-  const json* const partial = body.is_object() ? findMember(body, "partialSuccess") : nullptr;
-  if (partial == nullptr || !partial->is_object()) return reply;
-  reply.rejected = countMember(*partial, "rejectedLogRecords");
-  reply.reason = quote(textMember(*partial, "errorMessage"), secrets);
+  reply.verdict = Verdict::DELIVERED;
+  reply.is_answer = true;
+  reply.rejected = partial.rejected;
+  reply.detail = quote(partial.message, secrets);
+  if (partial.rejected > 0) {
+    reply.cause = "rejected by the collector";
+  } else if (!reply.detail.empty()) {
+    reply.cause = "advice of the collector";
+  }
   return reply;
-}
-
-/// What the collector says about its refusal.
-std::string message(const Exchange& exchange, const std::vector<std::string>& secrets) {
-  const json body = json::parse(exchange.body, nullptr, false);
-  if (!body.is_object()) return {};
-  const std::string text = quote(textMember(body, "message"), secrets);
-  return text.empty() ? text : " (" + text + ")";
 }
 
 }  // namespace
 
+std::string Reply::reason() const { return detail.empty() ? cause : cause + " (" + detail + ")"; }
+
 Reply judge(const Exchange& exchange, const std::vector<std::string>& secrets) {
-  // The status is what counts: once it says that the events were taken, sending them again because
-  // the rest of the answer is missing would make them come twice.
+  // The status counts even if the rest of the answer is missing: sending again what was taken would
+  // deliver it twice.
   if (isSuccess(exchange.status)) return delivered(exchange, secrets);
 
   Reply reply;
   reply.retry_after = exchange.retry_after;
   if (isFinal(exchange.status)) {
-    reply.verdict =
-        isRetryable(exchange.status) ? Reply::Verdict::TRY_AGAIN : Reply::Verdict::REFUSED;
-    reply.reason = "HTTP status " + std::to_string(exchange.status) + message(exchange, secrets);
+    reply.verdict = verdictOf(exchange.status);
+    reply.is_answer = true;
+    reply.cause = "HTTP status " + std::to_string(exchange.status);
+    reply.detail = quote(parseError(exchange.content_type, exchange.body), secrets);
     return reply;
   }
-  reply.verdict = exchange.end == Exchange::End::IMPOSSIBLE ? Reply::Verdict::REFUSED
-                                                            : Reply::Verdict::TRY_AGAIN;
-  reply.reason = exchange.problem;
+  reply.verdict = exchange.end == Exchange::End::PERMANENT ? Verdict::REFUSED : Verdict::RETRYABLE;
+  reply.cause = exchange.problem.empty() ? "no answer in HTTP" : exchange.problem;
   return reply;
 }
 

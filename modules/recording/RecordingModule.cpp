@@ -1,4 +1,4 @@
-// The module's entry points and the objects that it hands out.
+// The module's entry points, handler and event.
 #include <mutex>
 #include <string>
 #include <thread>

@@ -8,8 +8,9 @@
 #include <cstring>
 #include <string>
 
-#include "modules/jsonl/JsonlEvent.h"
+#include "modules/jsonl/JsonLine.h"
 #include "modules/jsonl/LineAppender.h"
+#include "modules/support/Event.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace TAMSA::tap {
@@ -45,7 +46,7 @@ class Event final : public ITelemetryEvent {
   }
 
   ITelemetryEvent& inner;
-  jsonl::JsonlEvent written;
+  support::Event written;
 };
 
 class Handler final : public ITelemetryHandler {
@@ -60,7 +61,7 @@ class Handler final : public ITelemetryHandler {
   bool reportEvent(ITelemetryEvent* event, int32_t flag) override {
     const auto& reported = *static_cast<const Event*>(event);
     // A line that is lost would pass for an event that was not checked.
-    if (!appender_.append(reported.written.toLine())) std::abort();
+    if (appender_.append(jsonl::toJsonLine(reported.written)) != 0) std::abort();
     return inner.reportEvent(&reported.inner, flag);
   }
 

@@ -1,8 +1,8 @@
-// How lines share their destination with those of other processes and threads, and what a failed
-// write leaves behind.
+// Concurrent writers, failed writes, and streams.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -22,19 +22,21 @@
 #include <vector>
 
 #include "JsonlFixture.h"
+#include "RunProgram.h"
 
 namespace kiv_test {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ElementsAre;
 
 constexpr int kWriters = 4;
 constexpr int kEvents = 500;
 
 class JsonlSharing : public JsonlTest {
  protected:
-  /// Reports as many events as a writer has to, and calls `after` with the number of each; true if
-  /// all were accepted.
+  /// Reports the events of one writer and calls `after` with the number of each. True if all were
+  /// accepted.
   bool reportAll(
       int writer, const std::function<void(int)>& after = [](int) {}) {
     const auto handler = createHandler();
@@ -50,7 +52,7 @@ class JsonlSharing : public JsonlTest {
     return accepted;
   }
 
-  /// Which numbers each writer's lines bear, in all of the files.
+  /// The numbers in each writer's lines, in all of the files.
   static std::map<int, std::multiset<int>> numbersByWriter(const std::vector<fs::path>& paths) {
     std::map<int, std::multiset<int>> numbers;
     for (const fs::path& path : paths) {
@@ -58,7 +60,7 @@ class JsonlSharing : public JsonlTest {
       for (std::string text; std::getline(file, text);) {
         const auto event = nlohmann::json::parse(text, nullptr, false);
         if (event.is_discarded()) {
-          ADD_FAILURE() << "no JSON: " << text;
+          ADD_FAILURE() << "not JSON: " << text;
           continue;
         }
         numbers[event["writer"].get<int>()].insert(event["number"].get<int>());
@@ -78,7 +80,7 @@ class JsonlSharing : public JsonlTest {
 
 class JsonlFailure : public JsonlTest {
  protected:
-  /// Sets how long files may become that this process writes.
+  /// Limits the size of files that this process writes.
   static void limitFileSize(uintmax_t size) {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -89,11 +91,11 @@ class JsonlFailure : public JsonlTest {
 
 class JsonlStream : public JsonlTest {
  protected:
-  bool reportToClosedPipe() {
+  void reportToClosedPipe() {
     setDestination("-");
     StandardOutputPipe output(O_CLOEXEC);
     output.closeReadEnd();
-    return report("e");
+    report("e");
   }
 };
 
@@ -109,7 +111,7 @@ bool isBlocked(int signal) {
   return sigismember(&blocked, signal) == 1;
 }
 
-TEST_F(JsonlSharing, ProcessesLoseAndTearNoLineOfEachOther) {
+TEST_F(JsonlSharing, ProcessesKeepEachOthersLinesWhole) {
   std::list<Child> children;
   for (int writer = 0; writer < kWriters; ++writer) {
     children.emplace_back([=] { return reportAll(writer); });
@@ -119,14 +121,14 @@ TEST_F(JsonlSharing, ProcessesLoseAndTearNoLineOfEachOther) {
   EXPECT_EQ(linesThatPythonReads({path_}), kWriters * kEvents);
 }
 
-TEST_F(JsonlSharing, AFileThatIsRotatedUnderItsWritersLosesAndTearsNoLine) {
+TEST_F(JsonlSharing, RotationByRenamingLosesNoLine) {
   const auto rotated = [this](int i) { return directory_ / ("old " + std::to_string(i)); };
   constexpr int kEventsPerRotation = 50;
   std::list<Child> children;
   for (int writer = 0; writer < kWriters; ++writer) {
     children.emplace_back([=] {
       return reportAll(writer, [=](int number) {
-        // The one who rotates has just written, so there is a file.
+        // This writer has just written, so there is a file.
         if (writer == 0 && number % kEventsPerRotation == 0) fs::rename(path_, rotated(number));
       });
     });
@@ -140,7 +142,24 @@ TEST_F(JsonlSharing, AFileThatIsRotatedUnderItsWritersLosesAndTearsNoLine) {
   EXPECT_EQ(linesThatPythonReads(files), kWriters * kEvents);
 }
 
-TEST_F(JsonlSharing, ThreadsWithHandlersOfTheirOwnLoseAndTearNoLineOfEachOther) {
+TEST_F(JsonlSharing, ALockThatIsHeldWithoutEndDoesNotStopWriters) {
+  EXPECT_TRUE(report("first"));
+  const int reader = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(reader, LOCK_SH), 0);
+  EXPECT_TRUE(report("second"));
+  EXPECT_TRUE(report("third"));
+  EXPECT_EQ(contents(), line("first") + line("second") + line("third"));
+  close(reader);
+}
+
+TEST_F(JsonlSharing, PartOfALineThatAKilledWriterLeftIsEnded) {
+  std::ofstream(path_) << line("first") << "{\"event\":\"kil";
+  EXPECT_TRUE(report("next"));
+  EXPECT_TRUE(report("last"));
+  EXPECT_EQ(contents(), line("first") + "{\"event\":\"kil\n" + line("next") + line("last"));
+}
+
+TEST_F(JsonlSharing, ThreadsKeepEachOthersLinesWhole) {
   bool accepted[kWriters] = {};
   std::vector<std::thread> threads;
   threads.reserve(kWriters);
@@ -152,75 +171,123 @@ TEST_F(JsonlSharing, ThreadsWithHandlersOfTheirOwnLoseAndTearNoLineOfEachOther) 
   EXPECT_EQ(numbersByWriter({path_}), allNumbersOfAllWriters());
 }
 
-TEST_F(JsonlFailure, OfAFullDeviceIsAnswered) {
-  setDestination("/dev/full");
-  EXPECT_FALSE(report("e"));
+/// The line that is logged about one lost event.
+std::string loss(const std::string& path, const std::string& error) {
+  return "TamsaJsonl: lost 1 events (1 reports), 1 in all: 1: cannot write to " + path + ": " +
+         error;
 }
 
-TEST_F(JsonlFailure, OfAPathBelowAFileIsAnswered) {
+TEST_F(JsonlFailure, OfAFullDeviceIsLogged) {
+  EXPECT_THAT(logOfChild([this] {
+                setDestination("/dev/full");
+                report("e");
+              }),
+              ElementsAre(loss("/dev/full", "No space left on device")));
+}
+
+TEST_F(JsonlFailure, IsLoggedOnceForManyEventsWhichAreAllAccepted) {
+  EXPECT_THAT(logOfChild([this] {
+                setDestination("/dev/full");
+                for (int i = 0; i < 1'000; ++i) ASSERT_TRUE(report("e"));
+              }),
+              ElementsAre(loss("/dev/full", "No space left on device")));
+}
+
+TEST_F(JsonlFailure, IsCountedWithTheReportsThatTheEventCombines) {
+  EXPECT_THAT(logOfChild([this] {
+                setDestination("/dev/full");
+                const auto handler = createHandler();
+                const auto event = createEvent(*handler, "e");
+                event->setInt64Field("aggregated_count", 12);
+                handler->reportEvent(event.get(), 1);
+              }),
+              ElementsAre(testing::HasSubstr("lost 1 events (12 reports), 1 in all")));
+}
+
+TEST_F(JsonlFailure, ThatWasNotLoggedYetIsLoggedWhenTheProcessEnds) {
+  setDestination("/dev/full");
+  const ProgramResult result = runProgram({JSONL_LATE_REPORTER, "3"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_THAT(result.err, testing::HasSubstr("lost 1 events (1 reports), 1 in all: "
+                                             "1: cannot write to /dev/full: "));
+  EXPECT_THAT(result.err, testing::HasSubstr("lost 2 events (2 reports), 3 in all: "
+                                             "2: cannot write to /dev/full: "));
+}
+
+TEST_F(JsonlFailure, OfAPathBelowAFileIsLogged) {
   EXPECT_TRUE(report("first"));
-  setDestination(path_ / "events.jsonl");
-  EXPECT_FALSE(report("refused"));
+  EXPECT_THAT(logOfChild([this] {
+                setDestination(path_ / "events.jsonl");
+                report("lost");
+              }),
+              ElementsAre(loss(path_ / "events.jsonl", "Not a directory")));
   EXPECT_EQ(contents(), line("first"));
 }
 
-TEST_F(JsonlFailure, OfAPathThatMayNotBeWrittenIsAnswered) {
+TEST_F(JsonlFailure, OfMissingPermissionsIsLogged) {
   EXPECT_TRUE(report("first"));
-  const auto handler = createHandler();
   fs::permissions(path_, fs::perms::owner_read);
   fs::permissions(directory_, fs::perms::owner_read | fs::perms::owner_exec);
-  EXPECT_TRUE(Child([&] {
-                // Whoever may do everything has to become somebody who may not.
-                constexpr uid_t kNobody = 65534;
-                if (geteuid() == 0 && setuid(kNobody) != 0) return false;
-                const bool existing = report(*handler, "refused");
-                setDestination(directory_ / "new.jsonl");
-                return !existing && !report("refused");
-              }).succeeded());
+  const auto reportWithoutPrivileges = [this](const fs::path& path) {
+    return logOfChild([&] {
+      constexpr uid_t kUnprivileged = 65534;
+      setDestination(path);
+      const auto handler = createHandler();
+      if (geteuid() != 0 || setuid(kUnprivileged) == 0) report(*handler, "lost");
+    });
+  };
+  EXPECT_THAT(reportWithoutPrivileges(path_), ElementsAre(loss(path_, "Permission denied")));
+  EXPECT_THAT(reportWithoutPrivileges(directory_ / "new.jsonl"),
+              ElementsAre(loss(directory_ / "new.jsonl", "Permission denied")));
   fs::permissions(directory_, fs::perms::owner_all);
   EXPECT_EQ(contents(), line("first"));
 }
 
-TEST_F(JsonlFailure, ThatLeavesNothingBehindLeavesNoEmptyLineEither) {
+TEST_F(JsonlFailure, OfOneDestinationLeavesNoEmptyLineInAnother) {
   setDestination("/dev/full");
-  EXPECT_FALSE(report("refused"));
+  report("lost");
   setDestination(path_);
   EXPECT_TRUE(report("next"));
   EXPECT_EQ(contents(), line("next"));
 }
 
 TEST_F(JsonlFailure, OfAShortWriteLeavesNothingOfTheLine) {
-  EXPECT_TRUE(Child([this] {
+  EXPECT_THAT(logOfChild([this] {
                 std::signal(SIGXFSZ, SIG_IGN);
-                const bool first = report("first");
+                report("first");
                 limitFileSize(fs::file_size(path_) + 10);
-                const bool second = report("second");
+                report("second");
                 limitFileSize(RLIM_INFINITY);
-                return first && !second && report("third");
-              }).succeeded());
+                report("third");
+              }),
+              ElementsAre(loss(path_, "File too large")));
   EXPECT_EQ(contents(), line("first") + line("third"));
 }
 
 TEST_F(JsonlFailure, OfAFileAtItsSizeLimitDoesNotEndTheProcess) {
   EXPECT_TRUE(Child([this] {
                 std::signal(SIGXFSZ, SIG_DFL);
-                const bool first = report("first");
+                // The log is a file at its limit, too.
+                const int log = open((directory_ / "log").c_str(), O_WRONLY | O_CREAT, 0600);
+                dup2(log, STDERR_FILENO);
+                report("first");
                 limitFileSize(fs::file_size(path_));
-                return first && !report("second") && !isPending(SIGXFSZ) && !isBlocked(SIGXFSZ);
+                report("second");
+                return !isPending(SIGXFSZ) && !isBlocked(SIGXFSZ);
               }).succeeded());
   EXPECT_EQ(contents(), line("first"));
 }
 
-TEST_F(JsonlFailure, OfAFileThatCannotBeCutLeavesTheNextLineWhole) {
+TEST_F(JsonlFailure, ThatLeavesPartOfALineLeavesTheNextLineWhole) {
   const int file = memfd_create("lines", MFD_CLOEXEC | MFD_ALLOW_SEALING);
   ASSERT_EQ(fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK), 0);
   const std::string path = "/proc/self/fd/" + std::to_string(file);
   setDestination(path);
   EXPECT_TRUE(Child([this] {
                 limitFileSize(10);
-                const bool first = report("first");
+                report("first");
                 limitFileSize(RLIM_INFINITY);
-                return !first && report("second") && report("third");
+                return report("second") && report("third");
               }).succeeded());
   EXPECT_EQ(contents(path), line("first").substr(0, 10) + "\n" + line("second") + line("third"));
   close(file);
@@ -237,28 +304,31 @@ TEST_F(JsonlStream, DashIsTheStandardOutput) {
   EXPECT_EQ(output, line("first") + line("second"));
 }
 
-TEST_F(JsonlStream, OfAClosedPipeIsAnsweredWithoutEndingTheProcess) {
+TEST_F(JsonlStream, OfAClosedPipeIsLoggedWithoutEndingTheProcess) {
+  EXPECT_THAT(logOfChild([this] {
+                std::signal(SIGPIPE, SIG_DFL);
+                reportToClosedPipe();
+              }),
+              ElementsAre(loss("-", "Broken pipe")));
+}
+
+TEST_F(JsonlStream, OfAClosedPipeLeavesNoSignalPending) {
   EXPECT_TRUE(Child([this] {
                 std::signal(SIGPIPE, SIG_DFL);
-                return !reportToClosedPipe();
+                reportToClosedPipe();
+                return !isPending(SIGPIPE) && !isBlocked(SIGPIPE);
               }).succeeded());
 }
 
-TEST_F(JsonlStream, OfAClosedPipeLeavesNoSignalBehind) {
-  EXPECT_TRUE(Child([this] {
-                std::signal(SIGPIPE, SIG_DFL);
-                return !reportToClosedPipe() && !isPending(SIGPIPE) && !isBlocked(SIGPIPE);
-              }).succeeded());
-}
-
-TEST_F(JsonlStream, OfAClosedPipeTakesNoSignalThatWasPendingBefore) {
+TEST_F(JsonlStream, OfAClosedPipeConsumesNoSignalThatWasPendingBefore) {
   EXPECT_TRUE(Child([this] {
                 sigset_t signals;
                 sigemptyset(&signals);
                 sigaddset(&signals, SIGPIPE);
                 pthread_sigmask(SIG_BLOCK, &signals, nullptr);
                 std::raise(SIGPIPE);
-                return !reportToClosedPipe() && isPending(SIGPIPE) && isBlocked(SIGPIPE);
+                reportToClosedPipe();
+                return isPending(SIGPIPE) && isBlocked(SIGPIPE);
               }).succeeded());
 }
 
@@ -266,32 +336,24 @@ TEST_F(JsonlStream, HasTheNextLineWholeAfterOneThatWasCutShort) {
   setDestination("-");
   const auto torn_handler = createHandler();
   const auto handler = createHandler();
-  bool torn = false;
-  bool refused = false;
-  bool next = false;
-  bool last = false;
   std::string name;
   std::string fragment;
   std::string output;
   {
     const StandardOutputPipe pipe(O_CLOEXEC | O_NONBLOCK);
     name.assign(pipe.capacity(), 'x');
-    std::thread([&] { torn = !report(*torn_handler, name.c_str()); }).join();
-    refused = !report(*handler, "refused");
+    std::thread([&] { report(*torn_handler, name.c_str()); }).join();
+    report(*handler, "lost");
     fragment = pipe.read();
-    next = report(*handler, "next");
-    last = report(*handler, "last");
+    report(*handler, "next");
+    report(*handler, "last");
     output = pipe.read();
   }
-  EXPECT_TRUE(torn);
-  EXPECT_TRUE(refused);
-  EXPECT_TRUE(next);
-  EXPECT_TRUE(last);
   EXPECT_EQ(fragment, line(name).substr(0, name.size()));
   EXPECT_EQ(output, "\n" + line("next") + line("last"));
 }
 
-TEST_F(JsonlStream, NeedNotBeTheStandardOutput) {
+TEST_F(JsonlStream, MayBeANamedPipe) {
   ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
   const int reader = open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   EXPECT_TRUE(report("e"));
@@ -301,9 +363,10 @@ TEST_F(JsonlStream, NeedNotBeTheStandardOutput) {
   close(reader);
 }
 
-TEST_F(JsonlStream, WithoutReaderIsRefusedInsteadOfWaitedFor) {
+TEST_F(JsonlStream, WithoutReaderIsNotWaitedFor) {
   ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
-  EXPECT_FALSE(report("e"));
+  EXPECT_THAT(logOfChild([this] { report("e"); }),
+              ElementsAre(loss(path_, "No such device or address")));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// What the module makes of failures that a test cannot get from a healthy system: this program
-// stands between the module and the functions that fail.
+// Failures that a healthy system does not show: this program replaces the functions that fail.
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/syscall.h>
@@ -15,9 +15,11 @@
 
 namespace {
 
-// What the next call does instead of its work.
+// Replacements for the next call of each function.
 ssize_t (*next_write)(int, const void*, size_t) = nullptr;
 int next_flock_error = 0;
+bool is_lock_taken = false;
+int lock_tries = 0;
 int next_close_error = 0;
 
 ssize_t writeForReal(int file, const void* data, size_t size) {
@@ -39,7 +41,8 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* data,
 }
 
 __attribute__((visibility("default"))) int flock(int file, int operation) noexcept {
-  const int error = std::exchange(next_flock_error, 0);
+  ++lock_tries;
+  const int error = is_lock_taken ? EWOULDBLOCK : std::exchange(next_flock_error, 0);
   return error != 0 ? fail(error) : static_cast<int>(syscall(SYS_flock, file, operation));
 }
 
@@ -57,8 +60,12 @@ namespace {
 class JsonlFaults : public JsonlTest {
  protected:
   JsonlFaults() { shared_path = path_.c_str(); }
+  ~JsonlFaults() override {
+    next_write = nullptr;
+    is_lock_taken = false;
+  }
 
-  /// Whether the lock of the test's file is free. May be called from within a call of the module.
+  /// True if the lock of the test's file is free. May be called from within a call of the module.
   static bool isUnlocked() {
     const int file = open(shared_path, O_WRONLY | O_CLOEXEC);
     const bool unlocked = flock(file, LOCK_EX | LOCK_NB) == 0;
@@ -116,7 +123,50 @@ TEST_F(JsonlFaults, AnInterruptedLockIsRepeated) {
   EXPECT_TRUE(was_locked);
 }
 
-TEST_F(JsonlFaults, AFileSystemWithoutLocksTakesLinesAllTheSame) {
+TEST_F(JsonlFaults, ALockThatIsNotReleasedIsWaitedForOnce) {
+  const auto handler = createHandler();
+  is_lock_taken = true;
+  lock_tries = 0;
+  EXPECT_TRUE(report(*handler, "first"));
+  EXPECT_GT(std::exchange(lock_tries, 0), 1);
+  EXPECT_TRUE(report(*handler, "second"));
+  EXPECT_EQ(lock_tries, 1);
+  EXPECT_EQ(contents(), line("first") + line("second"));
+}
+
+TEST_F(JsonlFaults, AShortWriteWithoutTheLockLeavesOtherLinesAlone) {
+  const auto handler = createHandler();
+  is_lock_taken = true;
+  next_write = [](int file, const void* data, size_t) {
+    const ssize_t taken = writeForReal(file, data, 3);
+    // Another writer.
+    const int other = open(shared_path, O_WRONLY | O_APPEND | O_CLOEXEC);
+    writeForReal(other, "\nother\n", 7);
+    close(other);
+    return taken;
+  };
+  EXPECT_THAT(logOfChild([&] { report(*handler, "lost"); }),
+              testing::ElementsAre(testing::HasSubstr("lost 1 events")));
+  EXPECT_EQ(contents(), line("lost").substr(0, 3) + "\nother\n");
+}
+
+TEST_F(JsonlFaults, AShortWriteWithTheLockLeavesLinesOfWritersWithoutItAlone) {
+  const auto handler = createHandler();
+  next_write = [](int file, const void* data, size_t) {
+    const ssize_t taken = writeForReal(file, data, 3);
+    next_write = [](int, const void*, size_t) -> ssize_t {
+      const int other = open(shared_path, O_WRONLY | O_APPEND | O_CLOEXEC);
+      writeForReal(other, "\nother\n", 7);
+      close(other);
+      return fail(ENOSPC);
+    };
+    return taken;
+  };
+  report(*handler, "lost");
+  EXPECT_EQ(contents(), line("lost").substr(0, 3) + "\nother\n");
+}
+
+TEST_F(JsonlFaults, AFileSystemWithoutLocksGetsLines) {
   const auto handler = createHandler();
   EXPECT_TRUE(report(*handler, "first"));
   next_flock_error = ENOLCK;
@@ -124,7 +174,7 @@ TEST_F(JsonlFaults, AFileSystemWithoutLocksTakesLinesAllTheSame) {
   EXPECT_EQ(contents(), line("first") + line("second"));
 }
 
-TEST_F(JsonlFaults, AChildForkedMeanwhileDoesNotKeepTheLock) {
+TEST_F(JsonlFaults, AChildForkedDuringAWriteDoesNotHoldTheLock) {
   const auto handler = createHandler();
   ASSERT_EQ(pipe2(until_closed, O_CLOEXEC), 0);
   next_write = [](int file, const void* data, size_t size) {
@@ -145,13 +195,16 @@ TEST_F(JsonlFaults, AChildForkedMeanwhileDoesNotKeepTheLock) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(JsonlFaults, AFailureThatOnlyTheCloseTellsIsAnswered) {
+TEST_F(JsonlFaults, AFailureThatOnlyTheCloseReportsIsLogged) {
   const auto handler = createHandler();
-  next_close_error = EIO;
-  EXPECT_FALSE(report(*handler, "e"));
+  EXPECT_THAT(logOfChild([&] {
+                next_close_error = EIO;
+                report(*handler, "e");
+              }),
+              testing::ElementsAre(testing::HasSubstr(": Input/output error")));
 }
 
-TEST_F(JsonlFaults, AnEventThatLostAFieldForWantOfMemoryIsRefused) {
+TEST_F(JsonlFaults, AnEventThatLostAFieldIsRefused) {
   const auto handler = createHandler();
   const auto event = createEvent(*handler, "e");
   {
@@ -171,7 +224,7 @@ TEST_F(JsonlFaults, AReportWithoutMemoryIsRefused) {
   EXPECT_EQ(contents(), line("e"));
 }
 
-TEST_F(JsonlFaults, WithoutMemoryThereAreNeitherHandlersNorEvents) {
+TEST_F(JsonlFaults, WithoutMemoryThereAreNoHandlersAndNoEvents) {
   const auto handler = createHandler();
   EXPECT_EQ(withoutMemory([&] { return module_.createTelemetryHandler(9); }), nullptr);
   EXPECT_EQ(withoutMemory([&] { return handler->createEvent("e"); }), nullptr);

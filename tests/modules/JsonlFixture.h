@@ -1,4 +1,4 @@
-/// What tests of the JSON Lines module share.
+/// The fixture and helpers for tests of the JSON Lines module.
 #pragma once
 
 #include <fcntl.h>
@@ -17,11 +17,12 @@
 #include <vector>
 
 #include "LoadedModule.h"
+#include "LogCapture.h"
 
 namespace kiv_test {
 
-/// A test with a directory of its own, which disappears with it. The module's events go to the file
-/// `path_` there unless the test says otherwise.
+/// A test with a temporary directory. The module writes to the file `path_` in it unless the test
+/// sets another destination.
 class JsonlTest : public testing::Test {
  protected:
   JsonlTest() : directory_(makeDirectory()), path_(directory_ / "events.jsonl") {
@@ -32,7 +33,7 @@ class JsonlTest : public testing::Test {
     std::filesystem::remove_all(directory_);
   }
 
-  /// Where handlers that are created from now on write to.
+  /// Sets the destination of handlers that are created from now on.
   static void setDestination(const std::string& value) {
     setenv("TAMSA_JSONL_PATH", value.c_str(), 1);
   }
@@ -77,7 +78,7 @@ class Child {
     if (id_ == 0) _exit(body() ? 0 : 1);
   }
 
-  /// Waits for its end; true if it came by itself and the function had returned true.
+  /// Waits for its end. True if it exited and the function returned true.
   bool succeeded() const {
     int status = -1;
     return waitpid(id_, &status, 0) == id_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
@@ -87,7 +88,34 @@ class Child {
   const pid_t id_;
 };
 
-/// What a shell command writes to its standard output.
+/// Runs a function in a child process and returns the texts of the lines that it logs.
+template <typename Body>
+std::vector<std::string> logOfChild(Body body) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const Child child([&] {
+    const LogCapture log;
+    body();
+    std::string text;
+    for (const LogLine& line : log.lines()) text += line.tag + ": " + line.text + "\n";
+    return ::write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  });
+  ::close(ends[1]);
+  std::vector<std::string> lines;
+  std::string line;
+  for (char c = 0; ::read(ends[0], &c, 1) == 1;) {
+    if (c != '\n') {
+      line.push_back(c);
+    } else {
+      lines.push_back(std::exchange(line, {}));
+    }
+  }
+  ::close(ends[0]);
+  EXPECT_TRUE(child.succeeded());
+  return lines;
+}
+
+/// Runs a shell command and returns its standard output.
 inline std::string outputOf(const std::string& command) {
   std::FILE* const stream = popen(command.c_str(), "r");
   std::string output;
@@ -98,8 +126,8 @@ inline std::string outputOf(const std::string& command) {
   return output;
 }
 
-/// How many lines of files an independent parser takes for what they should be: JSON objects in
-/// UTF-8, without what the standard does not know. -1 if there is one that it does not.
+/// Counts the lines of files with an independent parser: each must be a JSON object in UTF-8,
+/// without extensions of the JSON standard. -1 if one is not.
 inline int linesThatPythonReads(const std::vector<std::filesystem::path>& paths) {
   std::string command = PYTHON R"( -c '
 import json, sys
@@ -107,7 +135,7 @@ def refuse(constant): raise ValueError(constant)
 lines = 0
 for path in sys.argv[1:]:
   text = open(path, encoding="utf-8", newline="\n").read()
-  if text and text[-1] != "\n": raise ValueError("the last line has no end")
+  if text and text[-1] != "\n": raise ValueError("the last line has no newline")
   for line in text.split("\n")[:-1]:
     lines += isinstance(json.loads(line, parse_constant=refuse), dict)
 print(lines)')";
@@ -116,10 +144,10 @@ print(lines)')";
   return output.empty() ? -1 : std::stoi(output);
 }
 
-/// A pipe in the place of the standard output while it lives.
+/// Scope guard that replaces the standard output with a pipe.
 class StandardOutputPipe {
  public:
-  /// `flags` as of pipe2.
+  /// Takes the flags of pipe2.
   explicit StandardOutputPipe(int flags) {
     std::fflush(stdout);
     saved_ = dup(STDOUT_FILENO);
@@ -144,7 +172,7 @@ class StandardOutputPipe {
 
   size_t capacity() const { return static_cast<size_t>(fcntl(read_end_, F_GETPIPE_SZ)); }
 
-  /// What one read brings.
+  /// Reads once, as much as there is.
   std::string read() const {
     std::string text(capacity(), '\0');
     const ssize_t length = ::read(read_end_, text.data(), text.size());

@@ -1,4 +1,6 @@
-// Reports an event when the static destructors of the module have already run.
+// Reports an event when the static destructors of the module have already run, or, with a number as
+// argument, that many events before a normal exit.
+#include <android/log.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -10,21 +12,29 @@ namespace {
 
 kiv_test::ITelemetryHandler* handler = nullptr;
 
+bool report(kiv_test::ITelemetryEvent& event, const char* text) {
+  event.setStringField("text", text);
+  return handler->reportEvent(&event, 1);
+}
+
 void reportAtExit() {
-  if (handler == nullptr) return;
-  auto* const event = handler->createEvent("late");
-  event->setStringField("text", "said at exit");
-  _exit(handler->reportEvent(event, 1) ? 0 : 1);
+  if (handler != nullptr) _exit(report(*handler->createEvent("late"), "said at exit") ? 0 : 1);
 }
 
 }  // namespace
 
-int main() try {
-  // Registered before the module is there, so that it runs after all that the module registers.
-  if (std::atexit(reportAtExit) != 0) return 1;
+int main(int argc, char** argv) try {
+  __android_log_set_logger(__android_log_stderr_logger);
+  const bool is_late = argc == 1;
+  // Registered before the module is loaded, so it runs after all that the module registers.
+  if (is_late && std::atexit(reportAtExit) != 0) return 1;
   const kiv_test::LoadedModule module(JSONL_MODULE);
   handler = module.createHandler().release();
-  return 1;
+  if (is_late) return 1;
+  for (int count = std::atoi(argv[1]); count > 0; --count) {
+    if (!report(*module.createEvent(*handler, "early"), "said before the exit")) return 1;
+  }
+  return 0;
 } catch (const std::exception&) {
   return 1;
 }

@@ -1,4 +1,4 @@
-// What the module exports, the lines it writes and where it writes them.
+// Exports, lines and destinations of the module.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -78,7 +78,7 @@ TEST_F(JsonlLine, HasTheFieldsSortedByNameAfterTheEventName) {
             "{\"event\":\"named\",\"Upper\":2,\"alpha\":1,\"middle\":2.5,\"zeta\":\"last\"}\n");
 }
 
-TEST_F(JsonlLine, HasTheEventNameEvenIfItIsEmpty) {
+TEST_F(JsonlLine, HasAnEmptyEventName) {
   EXPECT_TRUE(report(""));
   EXPECT_EQ(contents(), "{\"event\":\"\"}\n");
 }
@@ -136,7 +136,7 @@ TEST_F(JsonlLine, KeepsUtf8AndReplacesOtherBytes) {
             "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd \xef\xbf\xbd\"}\n");
 }
 
-TEST_F(JsonlLine, IsReadByAnotherParserWhateverTheTextsAndNumbers) {
+TEST_F(JsonlLine, IsReadByAnotherParser) {
   std::string every_byte;
   for (int byte = 1; byte < 256; ++byte) every_byte.push_back(static_cast<char>(byte));
   // Surrogates, overlong, cut short, and beyond the last code point.
@@ -167,7 +167,7 @@ TEST_F(JsonlLine, HasOnlyTheLastValueOfAFieldWhateverItsType) {
   EXPECT_EQ(contents(), "{\"event\":\"\",\"a\":2,\"b\":2}\n");
 }
 
-TEST_F(JsonlLine, KeepsTheEventNameFromAFieldOfThatName) {
+TEST_F(JsonlLine, KeepsTheEventNameIfAFieldHasTheNameEvent) {
   const auto handler = createHandler();
   const auto event = createEvent(*handler, "name");
   event->setStringField("event", "field");
@@ -185,7 +185,7 @@ TEST_F(JsonlLine, IsWrittenByEveryReportOfAnEvent) {
   EXPECT_EQ(contents(), "{\"event\":\"again\",\"a\":1}\n{\"event\":\"again\",\"a\":1,\"b\":2}\n");
 }
 
-TEST_F(JsonlLine, HoldsTextsThatTheCallerNoLongerHas) {
+TEST_F(JsonlLine, HoldsCopiesOfTexts) {
   const auto handler = createHandler();
   std::string name = "name";
   std::string field = "field";
@@ -215,7 +215,7 @@ TEST_F(JsonlPath, IsTheDefaultIfTheVariableIsEmpty) {
   EXPECT_EQ(contents(directory_ / "telemetry.jsonl"), line("e"));
 }
 
-TEST_F(JsonlPath, StaysWhereItWasWhenTheWorkingDirectoryChanges) {
+TEST_F(JsonlPath, DoesNotFollowTheWorkingDirectory) {
   fs::create_directory(directory_ / "elsewhere");
   EXPECT_TRUE(Child([this] {
                 setDestination("relative.jsonl");
@@ -228,21 +228,35 @@ TEST_F(JsonlPath, StaysWhereItWasWhenTheWorkingDirectoryChanges) {
   EXPECT_TRUE(fs::is_empty(directory_ / "elsewhere"));
 }
 
-TEST_F(JsonlPath, CannotBeRelativeToADirectoryThatIsGone) {
-  const fs::path gone = directory_ / "gone";
-  fs::create_directory(gone);
-  EXPECT_TRUE(Child([&] {
+TEST_F(JsonlPath, CannotBeRelativeToADirectoryThatWasRemoved) {
+  const fs::path removed = directory_ / "removed";
+  fs::create_directory(removed);
+  EXPECT_THAT(logOfChild([&] {
                 setDestination("relative.jsonl");
-                fs::current_path(gone);
-                fs::remove(gone);
+                fs::current_path(removed);
+                fs::remove(removed);
                 const auto handler = createHandler();
                 fs::current_path(directory_);
-                return !report(*handler, "e");
-              }).succeeded());
+                report(*handler, "e");
+              }),
+              testing::ElementsAre(
+                  testing::HasSubstr("cannot write to relative.jsonl: No such file or directory")));
   EXPECT_TRUE(fs::is_empty(directory_));
 }
 
-TEST_F(JsonlPath, IsThatOfTheTimeWhenTheHandlerWasCreated) {
+TEST_F(JsonlPath, IsLoggedWithItsDirectoryEvenIfItIsTheDefault) {
+  const fs::path path = directory_ / "telemetry.jsonl";
+  EXPECT_THAT(logOfChild([&] {
+                unsetenv("TAMSA_JSONL_PATH");
+                fs::current_path(directory_);
+                fs::create_directory(path);
+                report("e");
+              }),
+              testing::ElementsAre(
+                  testing::HasSubstr("cannot write to " + path.string() + ": Is a directory")));
+}
+
+TEST_F(JsonlPath, IsReadWhenAHandlerIsCreated) {
   const auto early_handler = createHandler();
   setDestination(directory_ / "later.jsonl");
   const auto late_handler = createHandler();
@@ -258,12 +272,12 @@ TEST_F(JsonlPath, IsNotTheStandardOutputIfItOnlyEndsInADash) {
   EXPECT_EQ(contents(directory_ / "-"), line("e"));
 }
 
-TEST_F(JsonlPath, GetsAFileThatAllMayReadAndTheOwnerMayWrite) {
+TEST_F(JsonlPath, GetsAFileThatTheOwnerMayWriteAndTheGroupMayRead) {
   EXPECT_TRUE(Child([this] {
                 umask(0);
                 return report("e");
               }).succeeded());
-  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0644));
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0640));
 }
 
 TEST_F(JsonlPath, KeepsWhatTheFileHoldsAlready) {
@@ -272,7 +286,7 @@ TEST_F(JsonlPath, KeepsWhatTheFileHoldsAlready) {
   EXPECT_EQ(contents(), line("first") + line("second"));
 }
 
-TEST_F(JsonlPath, GetsANewFileAfterTheOldOneWasRemoved) {
+TEST_F(JsonlPath, GetsANewFileAfterItWasRemoved) {
   const auto handler = createHandler();
   EXPECT_TRUE(report(*handler, "first"));
   fs::remove(path_);
@@ -280,7 +294,7 @@ TEST_F(JsonlPath, GetsANewFileAfterTheOldOneWasRemoved) {
   EXPECT_EQ(contents(), line("second"));
 }
 
-TEST_F(JsonlPath, GetsANewFileAfterTheOldOneWasRenamed) {
+TEST_F(JsonlPath, GetsANewFileAfterItWasRenamed) {
   const auto handler = createHandler();
   EXPECT_TRUE(report(*handler, "first"));
   fs::rename(path_, directory_ / "old.jsonl");
@@ -289,7 +303,7 @@ TEST_F(JsonlPath, GetsANewFileAfterTheOldOneWasRenamed) {
   EXPECT_EQ(contents(), line("second"));
 }
 
-TEST_F(JsonlPath, GoesOnWhereItBeginsAfterItWasCut) {
+TEST_F(JsonlPath, IsWrittenFromItsBeginningAfterItWasTruncated) {
   const auto handler = createHandler();
   EXPECT_TRUE(report(*handler, "first"));
   fs::resize_file(path_, 0);
@@ -297,20 +311,20 @@ TEST_F(JsonlPath, GoesOnWhereItBeginsAfterItWasCut) {
   EXPECT_EQ(contents(), line("second"));
 }
 
-TEST_F(JsonlPath, IsTriedAnewAfterItsDirectoryWasMissing) {
+TEST_F(JsonlPath, IsTriedAgainAfterItsDirectoryWasMissing) {
   const fs::path path = directory_ / "missing" / "events.jsonl";
   setDestination(path);
   const auto handler = createHandler();
-  EXPECT_FALSE(report(*handler, "first"));
+  report(*handler, "first");
   fs::create_directory(directory_ / "missing");
   EXPECT_TRUE(report(*handler, "second"));
   EXPECT_EQ(contents(path), line("second"));
 }
 
-TEST_F(JsonlPath, IsTriedAnewAfterItWasADirectory) {
+TEST_F(JsonlPath, IsTriedAgainAfterItWasADirectory) {
   fs::create_directory(path_);
   const auto handler = createHandler();
-  EXPECT_FALSE(report(*handler, "first"));
+  report(*handler, "first");
   fs::remove(path_);
   EXPECT_TRUE(report(*handler, "second"));
   EXPECT_EQ(contents(), line("second"));

@@ -1,5 +1,4 @@
-/// A telemetry module as the library sees it: opened from its file, and known by its exported
-/// functions and its interfaces only.
+/// Loads a telemetry module as the library does: from its file, by its exported functions.
 #pragma once
 
 #include <dlfcn.h>
@@ -26,7 +25,7 @@ struct DestroyInModule {
 using HandlerPtr = std::unique_ptr<ITelemetryHandler, DestroyInModule<ITelemetryHandler>>;
 using EventPtr = std::unique_ptr<ITelemetryEvent, DestroyInModule<ITelemetryEvent>>;
 
-/// Stays open when it is gone, as the library never closes its module either.
+/// Never closes the module, like the library.
 class LoadedModule {
  public:
   explicit LoadedModule(const char* path) : library_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {

@@ -37,6 +37,9 @@ PROGRAMS = {
     "jsonl_test": "tests/modules",
     "jsonl_faults_test": "tests/modules",
     "testing_test": "tests/testing",
+    "module_support_test": "tests/modules",
+    "otlp_test": "tests/modules/otlp",
+    "otlp_module_test": "tests/modules/otlp",
 }
 
 # The programs whose tests may kill a mutant in this room, the room's own first.
@@ -51,7 +54,9 @@ ROOMS = {
         "tamsa_test", "tamsa_absent_module_test", "tamsa_android_loader_test", "telemetry_test",
         "system_test",
     ],
-    "modules/jsonl/": ["jsonl_test", "jsonl_faults_test", "system_test"],
+    "modules/support/": ["module_support_test", "jsonl_test", "jsonl_faults_test"],
+    "modules/jsonl/": ["jsonl_test", "jsonl_faults_test"],
+    "modules/otlp/": ["otlp_test", "otlp_module_test"],
     "modules/recording/": ["tamsa_test", "telemetry_test", "model_test"],
     "testing/": ["testing_test"],
 }
@@ -119,7 +124,6 @@ class Tree:
             "CMAKE_CXX_FLAGS_DEBUG": "-O0",  # No debug information: faster to build.
             "CMAKE_LINK_DEPENDS_NO_SHARED": "ON",
             "KIV_BUILD_EXAMPLES": "OFF",
-            "KIV_BUILD_OTLP": "OFF",
         }
         if shutil.which("ccache"):
             options["CMAKE_CXX_COMPILER_LAUNCHER"] = "ccache"

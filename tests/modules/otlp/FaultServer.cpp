@@ -53,14 +53,15 @@ HttpRequest parseHead(const std::string& head) {
     const size_t end = std::min(head.find("\r\n", begin), head.size());
     const size_t colon = head.find(':', begin);
     const size_t value = head.find_first_not_of(' ', colon + 1);
-    request.headers[lower(head.substr(begin, colon - begin))] =
-        value < end ? head.substr(value, end - value) : "";
+    std::string& header = request.headers[lower(head.substr(begin, colon - begin))];
+    if (!header.empty()) header += ", ";
+    header += value < end ? head.substr(value, end - value) : "";
     begin = end + 2;
   }
   return request;
 }
 
-/// The next request of a connection; what was read beyond it stays in the buffer.
+/// Reads the next request of a connection; more that was read stays in the buffer.
 std::optional<HttpRequest> readRequest(int connection, std::string& buffer) {
   size_t end = std::string::npos;
   while ((end = buffer.find("\r\n\r\n")) == std::string::npos) {
@@ -88,9 +89,11 @@ void sendAll(int connection, const std::string& bytes) {
 
 }  // namespace
 
-Reaction answer(int status, const std::string& body, const std::string& more_headers) {
-  return {"HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Type: application/json\r\n" +
-          more_headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body};
+Reaction answer(int status, const std::string& body, const std::string& more_headers,
+                const std::string& content_type) {
+  return {"HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Type: " + content_type +
+          "\r\n" + more_headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+          body};
 }
 
 FaultServer::FaultServer(std::deque<Reaction> script) : FaultServer(NotYet()) {

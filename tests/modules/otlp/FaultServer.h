@@ -1,4 +1,4 @@
-/// A receiver that misbehaves on demand.
+/// A receiver that fails on demand.
 #pragma once
 
 #include <condition_variable>
@@ -13,26 +13,28 @@
 namespace kiv_test {
 
 struct HttpRequest {
-  std::string target;                          ///< "POST /v1/logs"
-  std::map<std::string, std::string> headers;  ///< By names in lower case.
-  std::string body;                            ///< Unpacked, if it was compressed.
+  std::string target;  ///< "POST /v1/logs"
+  std::map<std::string, std::string>
+      headers;       ///< By names in lower case; repeated ones are joined.
+  std::string body;  ///< Not compressed.
 };
 
-/// What the server does with a request.
+/// The server's reaction to a request.
 struct Reaction {
   enum class Then {
-    KEEP,        ///< The connection waits for another request.
+    KEEP,        ///< The connection waits for the next request.
     CLOSE,       ///< It is closed.
     HALF_CLOSE,  ///< It is closed for writing only.
-    HANG,        ///< It stays open, and nothing more comes.
+    HANG,        ///< It stays open, and nothing is sent.
   };
 
-  std::string bytes;  ///< Of the answer, as they are.
+  std::string bytes;  ///< The answer.
   Then then = Then::KEEP;
 };
 
-/// A whole answer.
-Reaction answer(int status, const std::string& body = "{}", const std::string& more_headers = "");
+/// A complete answer.
+Reaction answer(int status, const std::string& body = "{}", const std::string& more_headers = "",
+                const std::string& content_type = "application/json");
 
 /// Listens on a free port of this machine. Requests get the scripted reactions in the order of
 /// their arrival, and after these a success each.
@@ -44,7 +46,7 @@ class FaultServer {
   FaultServer(const FaultServer&) = delete;
   FaultServer& operator=(const FaultServer&) = delete;
 
-  /// A port on which nobody listens, until `listen`.
+  /// Reserves a port; connections are refused until `listen`.
   struct NotYet {};
   explicit FaultServer(NotYet);
   void listen();
@@ -52,7 +54,7 @@ class FaultServer {
   /// "http://127.0.0.1:PORT"
   std::string url() const;
 
-  /// Blocks until so many requests have come.
+  /// Blocks until `count` requests have arrived.
   std::vector<HttpRequest> waitForRequests(size_t count);
   std::vector<HttpRequest> requests();
 

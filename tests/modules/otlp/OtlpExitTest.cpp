@@ -1,6 +1,8 @@
-// What is sent when a process ends or forks. That nothing hangs shows in the tests' coming to an
-// end.
+// Export when a process ends or forks. A process that hangs is found by the time limit of the
+// tests.
 #include <gmock/gmock.h>
+
+#include <cstdio>
 
 #include "OtlpTest.h"
 
@@ -22,7 +24,7 @@ constexpr bool kCannotFork = false;
 class OtlpExit : public OtlpTest {
  protected:
   FaultServer server_;
-  /// Long enough that only the end of the process can be why something is sent.
+  /// So long that events are sent only because the process ends.
   const Environment patient_ = {{"OTEL_BLRP_SCHEDULE_DELAY", "3600000"}};
 };
 
@@ -31,54 +33,71 @@ TEST_F(OtlpExit, SendsWhatIsQueued) {
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(10));
 }
 
-TEST_F(OtlpExit, SendsWhatIsReportedInExitHandlersThatAreOlderThanTheModule) {
+TEST_F(OtlpExit, SendsReportsOfExitHandlersThatAreOlderThanTheModule) {
   const ProgramResult result = report(server_.url(), 10, "late", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(20));
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(OtlpExit, SendsWhatIsReportedOnlyThen) {
+TEST_F(OtlpExit, SendsReportsOfExitHandlersOnly) {
   report(server_.url(), 10, "late-only", patient_);
   EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
 }
 
-TEST_F(OtlpExit, SendsWhatIsReportedWhenTheModuleIsLoadedOnlyThen) {
+TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedByAnExitHandler) {
   report(server_.url(), 10, "load-late", patient_);
   EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
 }
 
-TEST_F(OtlpExit, SendsWhatIsReportedAfterAllLibrariesWereFinalised) {
+TEST_F(OtlpExit, SendsReportsAfterAllLibrariesWereFinalised) {
   const ProgramResult result = report(server_.url(), 10, "after-everything", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(20));
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(OtlpExit, WithoutReportsSendsNothing) {
+TEST_F(OtlpExit, DoesNotFillTheQueueWithOneLargeWindow) {
+  for (const char* way : {"late-window", "load-late-window"}) {
+    const ProgramResult result = report(server_.url(), 17'000, way, patient_);
+    EXPECT_THAT(result.out, HasSubstr("taken 17000, refused 0")) << way;
+    EXPECT_THAT(result.err, testing::Not(HasSubstr("the queue is full"))) << way;
+    std::printf("FIGURES | %s | 17000 | lost %d |\n", way, lost(result));
+    std::fflush(stdout);
+  }
+}
+
+TEST_F(OtlpExit, SendsLossesOfTheLastEvents) {
+  FaultServer refusing({answer(400)});
+  report(refusing.url(), 10, "exit", patient_);
+  EXPECT_EQ(reportedLosses(refusing.requests()),
+            (std::map<std::string, int>{{"HTTP status 400", 10}}));
+}
+
+TEST_F(OtlpExit, SendsNothingWithoutReports) {
   report(server_.url(), 0, "create", patient_);
   EXPECT_THAT(server_.requests(), IsEmpty());
 }
 
-TEST_F(OtlpExit, IsNotHeldUpByReportsThatFlowOn) {
+TEST_F(OtlpExit, IsNotDelayedByReportsThatContinue) {
   report(server_.url(), 10, "flow", patient_);
   EXPECT_THAT(numbers(server_.requests()), IsSupersetOf(numbersBelow(10)));
 }
 
-TEST_F(OtlpExit, DoesNotHangWhenNobodyAnswers) {
+TEST_F(OtlpExit, DoesNotHangWithoutAnswers) {
   for (const char* way : {"late", "late-only", "load-late", "after-everything", "flow"}) {
     FaultServer silent(std::deque<Reaction>(100, {"", Reaction::Then::HANG}));
     const ProgramResult result = report(silent.url(), 10, way, patient_);
-    EXPECT_THAT(result.err, AllOf(HasSubstr("TamsaOtlp"), HasSubstr("dropped"))) << way;
+    EXPECT_THAT(result.err, AllOf(HasSubstr("TamsaOtlp"), HasSubstr("lost"))) << way;
   }
 }
 
-TEST_F(OtlpExit, TakesNoLongerThanAnExportMay) {
+TEST_F(OtlpExit, IsLimitedByTheTimeOfAnExport) {
   FaultServer silent(std::deque<Reaction>(100, {"", Reaction::Then::HANG}));
   const ProgramResult result =
       report(silent.url(), 10, "late", {{"OTEL_BLRP_EXPORT_TIMEOUT", "1"}});
-  EXPECT_THAT(result.err, HasSubstr("dropped"));
+  EXPECT_THAT(result.err, HasSubstr("lost"));
 }
 
-TEST_F(OtlpExit, ThatSkipsHandlersLeavesTheQueueUnsent) {
+TEST_F(OtlpExit, WithoutExitHandlersSendsNothing) {
   auto reporter = reportMeanwhile(server_.url(), 10, "abrupt", patient_);
   reporter.finish();
   EXPECT_THAT(server_.requests(), IsEmpty());
@@ -98,12 +117,12 @@ TEST_F(OtlpExit, OfAForkThatReportsSendsThat) {
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(OtlpExit, OfAForkDoesNotHangWhenNobodyAnswers) {
+TEST_F(OtlpExit, OfAForkDoesNotHangWithoutAnswers) {
   if (kCannotFork) GTEST_SKIP() << "the sanitizer's own locks may stay locked in the child";
   for (const char* way : {"fork", "fork-to-report"}) {
     FaultServer silent(std::deque<Reaction>(100, {"", Reaction::Then::HANG}));
     const ProgramResult result = report(silent.url(), 10, way, patient_);
-    EXPECT_EQ(dropped(result), 10) << way;
+    EXPECT_EQ(lost(result), 10) << way;
   }
 }
 

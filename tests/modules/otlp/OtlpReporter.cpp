@@ -1,5 +1,5 @@
-// Reports numbered events to the module, in the way and the numbers that its arguments name, and
-// says how many were taken.
+// Reports numbered events to the module in the way that its first argument names, and prints how
+// many were taken.
 #include <android/log.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -26,10 +26,11 @@ namespace {
 
 int count = 0;
 int late_count = 0;
+bool is_one_window = false;
 // Outlives static destructors, unlike a string.
 const char* way_name = "";
 
-/// The handler is left behind, as the library may leave it.
+/// The handler is never destroyed, as may happen in the library.
 kiv_test::ITelemetryHandler& handler() {
   static kiv_test::ITelemetryHandler* const made =
       kiv_test::LoadedModule(OTLP_MODULE).createHandler().release();
@@ -42,7 +43,7 @@ bool report(int64_t number) {
   constexpr int64_t kSomeTime = 1'700'000'000'000;
   constexpr int64_t kSeverities = 4;
   event->setInt64Field("start_time_since_epoch", kSomeTime - 5'000);
-  event->setInt64Field("end_time_since_epoch", kSomeTime + number);
+  event->setInt64Field("end_time_since_epoch", kSomeTime + (is_one_window ? 0 : number));
   event->setInt64Field("severity", number % kSeverities);
   event->setInt64Field("number", number);
   event->setInt64Field("reporter", getpid());
@@ -63,7 +64,7 @@ void reportAll() { report(0, count); }
 
 void reportMore() { report(count, count + late_count); }
 
-/// Waits for somebody to open the named pipe and to close it.
+/// Waits until the named pipe was opened for writing and closed.
 void waitForPipe() {
   const int pipe = open(std::getenv("REPORTER_PIPE"), O_RDONLY | O_CLOEXEC);
   char byte = 0;
@@ -72,15 +73,15 @@ void waitForPipe() {
   close(pipe);
 }
 
-/// Lets the one who waits at a named pipe know that events cannot be delivered.
-void tellOfTrouble(const __android_logger_data* data, const char* message) {
+/// Opens a named pipe, for which the test waits, when events cannot be delivered.
+void signalTrouble(const __android_logger_data* data, const char* message) {
   __android_log_stderr_logger(data, message);
   const char* const pipe = std::getenv("REPORTER_TROUBLE");
   if (pipe == nullptr || std::strstr(message, "cannot deliver") == nullptr) return;
   close(open(pipe, O_WRONLY | O_CLOEXEC));
 }
 
-/// Has OpenSSL tear itself down in an exit handler that is older than the module.
+/// Makes OpenSSL shut itself down in an exit handler that is older than the module.
 void useOpenSslFirst() {
   void* const library = dlopen("libcrypto.so.3", RTLD_NOW);
   void* const function = library != nullptr ? dlsym(library, "OPENSSL_init_crypto") : nullptr;
@@ -96,7 +97,7 @@ void reportAndStay() {
   waitForPipe();
 }
 
-/// The rest comes when the first part has been sent already.
+/// Reports the rest when the first part has been sent.
 void reportTwice() {
   reportAndStay();
   reportMore();
@@ -107,7 +108,7 @@ void reportAndEndAbruptly() {
   _exit(0);
 }
 
-/// Says which signals the module's thread does not take.
+/// Prints which signals the module's thread blocks.
 void reportAndShowSignals() {
   reportAll();
   std::string output;
@@ -164,10 +165,26 @@ void reportLateAfterOpenSsl() {
   reportAll();
 }
 
-/// As the library: its exit handler was registered before the module was there.
+/// Like the library, whose exit handler was registered before the module was loaded.
 void reportLate() { reportAll(); }
 
-// Called before any library is initialised, so what it registers is called when all are finalised.
+void reportOneWindow() {
+  is_one_window = true;
+  reportAndStay();
+}
+
+void prepareOneWindow() {
+  is_one_window = true;
+  handler();
+}
+
+/// Removes its own program, as an update does while the program runs.
+void unlinkAndReport() {
+  std::filesystem::remove(std::filesystem::read_symlink("/proc/self/exe"));
+  reportAll();
+}
+
+// Called before any library is initialised, so its handler runs after all are finalised.
 using Initialiser = void (*)(int, char**, char**);
 [[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first = [](int, char**,
                                                                                     char**) {
@@ -188,6 +205,10 @@ int main(int argc, char** argv) try {
       {"late-after-openssl", reportLateAfterOpenSsl},
       {"late-only", createOnly},
       {"load-late", [] {}},
+      {"window", reportOneWindow},
+      {"late-window", prepareOneWindow},
+      {"load-late-window", [] { is_one_window = true; }},
+      {"unlink", unlinkAndReport},
       {"after-everything", reportLate},
       {"stay-late", reportAndStay},
       {"fork", reportAndFork},
@@ -202,9 +223,10 @@ int main(int argc, char** argv) try {
   way_name = argv[1];
   count = std::atoi(argv[2]);
   late_count = argc == 4 ? std::atoi(argv[3]) : count;
-  __android_log_set_logger(tellOfTrouble);
+  __android_log_set_logger(signalTrouble);
   std::atexit([] {
-    for (const char* late : {"late", "late-after-openssl", "late-only", "load-late", "stay-late"})
+    for (const char* late : {"late", "late-after-openssl", "late-only", "load-late", "stay-late",
+                             "late-window", "load-late-window"})
       reportInHandler(late);
   });
   way->second();

@@ -1,4 +1,4 @@
-/// What tests of the whole module share: a program that reports, and what of it arrived.
+/// The fixture for tests of the whole module: a program that reports, and what arrives of it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "DecodeRequest.h"
 #include "FaultServer.h"
 #include "RunProgram.h"
 
@@ -30,7 +31,7 @@ class OtlpTest : public testing::Test {
     }
   }
 
-  /// Has the reporter report so many events, and waits for its end, which must be a good one.
+  /// Makes the reporter report `count` events, and waits for its end, which must be a normal one.
   ProgramResult report(const std::string& url, int count, const std::string& way = "exit",
                        Environment more = {}) {
     more.emplace("OTEL_EXPORTER_OTLP_ENDPOINT", url);
@@ -45,7 +46,7 @@ class OtlpTest : public testing::Test {
     Meanwhile(std::string pipe, std::future<ProgramResult> result)
         : pipe_(std::move(pipe)), result_(std::move(result)) {}
 
-    /// Lets a reporter go on that stays.
+    /// Lets a reporter continue that waits.
     ProgramResult finish() {
       std::ofstream(pipe_).put('\n');
       return result_.get();
@@ -56,7 +57,7 @@ class OtlpTest : public testing::Test {
     std::future<ProgramResult> result_;
   };
 
-  /// Does the same without waiting.
+  /// Like `report`, without waiting.
   Meanwhile reportMeanwhile(const std::string& url, int count, const std::string& way = "stay",
                             Environment more = {}) {
     const std::string pipe = directory_.file("pipe-" + std::to_string(++pipes_));
@@ -65,8 +66,8 @@ class OtlpTest : public testing::Test {
     return {pipe, std::async(std::launch::async, [=] { return report(url, count, way, more); })};
   }
 
-  /// Has the reporter report so many events as one batch, and lets it end when so many requests
-  /// have come.
+  /// Makes the reporter report `count` events as one batch, and lets it end when `requests`
+  /// requests have arrived.
   ProgramResult reportUntil(FaultServer& server, size_t requests, int count,
                             Environment more = {}) {
     more.emplace("OTEL_BLRP_MAX_EXPORT_BATCH_SIZE", std::to_string(count));
@@ -76,7 +77,7 @@ class OtlpTest : public testing::Test {
     return reporter.finish();
   }
 
-  /// Blocks until so many events have come.
+  /// Blocks until `count` events have arrived.
   static std::vector<HttpRequest> waitForEvents(FaultServer& server, size_t count) {
     std::vector<HttpRequest> requests;
     for (size_t events = 0, seen = 0; events < count; ++seen) {
@@ -86,15 +87,34 @@ class OtlpTest : public testing::Test {
     return requests;
   }
 
-  static std::vector<nlohmann::json> records(const HttpRequest& request) {
+  static nlohmann::json body(const HttpRequest& request) {
+    return decodeRequest(request.headers.at("content-type"), request.body);
+  }
+
+  /// The records of events, or of losses.
+  static std::vector<nlohmann::json> records(const HttpRequest& request, bool of_losses = false) {
     std::vector<nlohmann::json> all;
-    const auto body = nlohmann::json::parse(request.body);
-    for (const auto& resource : body["resourceLogs"]) {
+    const auto decoded = body(request);
+    for (const auto& resource : decoded["resourceLogs"]) {
       for (const auto& scope : resource["scopeLogs"]) {
-        for (const auto& record : scope["logRecords"]) all.push_back(record);
+        for (const auto& record : scope["logRecords"]) {
+          if ((record["eventName"] == "kiv.telemetry.loss") == of_losses) all.push_back(record);
+        }
       }
     }
     return all;
+  }
+
+  /// The events that requests report as lost, by cause.
+  static std::map<std::string, int> reportedLosses(const std::vector<HttpRequest>& requests) {
+    std::map<std::string, int> losses;
+    for (const HttpRequest& request : requests) {
+      for (const auto& record : records(request, true)) {
+        losses[attribute(record, "kiv.telemetry.loss.cause")["stringValue"]] += std::stoi(
+            attribute(record, "kiv.telemetry.loss.events")["intValue"].get<std::string>());
+      }
+    }
+    return losses;
   }
 
   static nlohmann::json attribute(const nlohmann::json& object, const std::string& key) {
@@ -120,8 +140,8 @@ class OtlpTest : public testing::Test {
     return all;
   }
 
-  /// The last count in the log of what was dropped; 0 if it says nothing.
-  static int dropped(const ProgramResult& result) {
+  /// The last count of lost events in the log; 0 if there is none.
+  static int lost(const ProgramResult& result) {
     const size_t end = result.err.rfind(" in all: ");
     if (end == std::string::npos) return 0;
     return std::stoi(result.err.substr(result.err.rfind(' ', end - 1) + 1));

@@ -1,8 +1,8 @@
-// Lists of pairs as they stand in environment variables.
+// Lists of pairs in environment variables.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "PairList.h"
+#include "modules/otlp/PairList.h"
 
 namespace TAMSA::otlp {
 namespace {
@@ -25,12 +25,12 @@ TEST(PairList, KeepsBlanksAndEqualsSignsWithinAValue) {
               ElementsAre(FieldsAre(1, "Authorization", "Basic a b==")));
 }
 
-TEST(PairList, PassesOverEmptyEntriesButCountsThem) {
+TEST(PairList, SkipsEmptyEntriesButCountsThem) {
   EXPECT_THAT(splitPairs(",a=1, ,b=2,"),
               ElementsAre(FieldsAre(2, "a", "1"), FieldsAre(4, "b", "2")));
 }
 
-TEST(PairList, OfNothingHasNoEntries) { EXPECT_THAT(splitPairs(""), IsEmpty()); }
+TEST(PairList, HasNoEntriesIfItIsEmpty) { EXPECT_THAT(splitPairs(""), IsEmpty()); }
 
 TEST(PairList, GivesNoKeyToAnEntryWithoutEqualsSign) {
   EXPECT_THAT(splitPairs("lonely"), ElementsAre(FieldsAre(1, "", "lonely")));

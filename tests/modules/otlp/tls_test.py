@@ -15,7 +15,7 @@ REPORTER = sys.argv.pop(1)
 
 
 class Receiver(http.server.ThreadingHTTPServer):
-    """Notes the numbers of the events that arrive, and counts the connections that are tried."""
+    """Records the numbers of the events that arrive, and counts the attempts to connect."""
 
     def __init__(self, certificate, clients=None):
         super().__init__(("127.0.0.1", 0), Handler)
@@ -35,7 +35,7 @@ class Receiver(http.server.ThreadingHTTPServer):
         return super().get_request()
 
     def handle_error(self, request, client_address):
-        pass  # Handshakes fail here because they have to.
+        pass  # Some handshakes must fail.
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -45,7 +45,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         body = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
         for record in body["resourceLogs"][0]["scopeLogs"][0]["logRecords"]:
             values = {a["key"]: a["value"] for a in record["attributes"]}
-            self.server.numbers.append(int(values["number"]["intValue"]))
+            if "number" in values:
+                self.server.numbers.append(int(values["number"]["intValue"]))
         self.send_response(200)
         self.send_header("Content-Length", "2")
         self.end_headers()
@@ -65,7 +66,7 @@ class TlsTest(unittest.TestCase):
 
     @classmethod
     def make_certificate(cls, name, subject):
-        """A file of both key and certificate; each stands in one of its own as well."""
+        """Makes a file with key and certificate, and one for each of them."""
         path = os.path.join(cls.directory.name, name)
         subprocess.run(
             ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}",
@@ -78,13 +79,14 @@ class TlsTest(unittest.TestCase):
 
     def report(self, receiver, way, **variables):
         environment = {k: v for k, v in os.environ.items() if not k.lower().endswith("_proxy")}
-        environment.update(variables, OTEL_EXPORTER_OTLP_ENDPOINT=receiver.url)
+        environment.update(variables, OTEL_EXPORTER_OTLP_ENDPOINT=receiver.url,
+                           OTEL_EXPORTER_OTLP_PROTOCOL="http/json")
         result = subprocess.run([REPORTER, way, "10"], env=environment, text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.assertEqual(result.returncode, 0, result.stderr)
         return result.stderr
 
-    def test_a_receiver_that_is_trusted_gets_all_even_after_exit_handlers(self):
+    def test_a_trusted_receiver_gets_everything_even_after_exit_handlers(self):
         receiver = Receiver(self.certificate)
         log = self.report(receiver, "late", OTEL_EXPORTER_OTLP_CERTIFICATE=self.certificate)
         self.assertEqual(sorted(receiver.numbers), list(range(20)))
@@ -110,38 +112,38 @@ class TlsTest(unittest.TestCase):
         self.assertEqual(receiver.numbers, [])
         self.assertIn("10 in all", log)
 
-    def report_to_one_who_asks(self, **variables):
-        """Reports to a receiver that wants a certificate; returns it, and the log."""
+    def report_to_receiver_that_asks(self, **variables):
+        """Reports to a receiver that requires a certificate. Returns the receiver and the log."""
         receiver = Receiver(self.certificate, clients=self.client)
         log = self.report(receiver, "exit", OTEL_EXPORTER_OTLP_CERTIFICATE=self.certificate,
                           **variables)
         return receiver, log
 
     def test_a_receiver_that_asks_for_a_certificate_is_shown_one(self):
-        receiver, log = self.report_to_one_who_asks(
+        receiver, log = self.report_to_receiver_that_asks(
             OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client + ".crt",
             OTEL_EXPORTER_OTLP_CLIENT_KEY=self.client + ".key")
         self.assertEqual(sorted(receiver.numbers), list(range(10)))
         self.assertEqual(log, "")
 
     def test_a_certificate_may_have_its_key_in_the_same_file(self):
-        receiver, _ = self.report_to_one_who_asks(
+        receiver, _ = self.report_to_receiver_that_asks(
             OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client)
         self.assertEqual(sorted(receiver.numbers), list(range(10)))
 
     def test_a_receiver_that_asks_for_a_certificate_takes_nothing_without(self):
-        receiver, log = self.report_to_one_who_asks()
+        receiver, log = self.report_to_receiver_that_asks()
         self.assertEqual(receiver.numbers, [])
         self.assertIn("10 in all", log)
 
     def test_a_receiver_that_asks_for_a_certificate_takes_nothing_from_a_stranger(self):
-        receiver, log = self.report_to_one_who_asks(
+        receiver, log = self.report_to_receiver_that_asks(
             OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.stranger)
         self.assertEqual(receiver.numbers, [])
         self.assertIn("10 in all", log)
 
     def test_a_key_that_is_not_the_certificate_s_is_not_tried_again(self):
-        receiver, log = self.report_to_one_who_asks(
+        receiver, log = self.report_to_receiver_that_asks(
             OTEL_EXPORTER_OTLP_CLIENT_CERTIFICATE=self.client + ".crt",
             OTEL_EXPORTER_OTLP_CLIENT_KEY=self.stranger + ".key")
         self.assertEqual(receiver.numbers, [])
@@ -149,7 +151,7 @@ class TlsTest(unittest.TestCase):
         self.assertIn("Problem with the local SSL certificate", log)
         self.assertIn("10 in all", log)
 
-    def test_a_process_that_has_torn_tls_down_loses_only_what_comes_later(self):
+    def test_a_process_that_has_shut_tls_down_loses_only_later_events(self):
         receiver = Receiver(self.certificate)
         log = self.report(receiver, "late-after-openssl",
                           OTEL_EXPORTER_OTLP_CERTIFICATE=self.certificate)

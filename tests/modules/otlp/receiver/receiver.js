@@ -1,10 +1,10 @@
-// A test receiver of OpenTelemetry's protocol, behind a recorder of what comes in. Prints the URL
-// that it listens at, and runs until its standard input is closed.
+// A test receiver of OpenTelemetry's protocol, behind a recorder of requests. Prints the URL at which
+// it listens, and runs until its standard input is closed.
 //
 //   node receiver.js DIRECTORY
 //
-// Writes there, one a line: bodies.jsonl, every body as it came; logs.jsonl, what the receiver
-// made of each.
+// Writes files with one line for each request there: bodies.jsonl, with media type and body in
+// base64; logs.jsonl, as the receiver decoded it.
 'use strict';
 
 const fs = require('fs');
@@ -38,7 +38,8 @@ const recorder = http.createServer((request, response) => {
   request.on('data', (chunk) => chunks.push(chunk));
   request.on('end', () => {
     const body = Buffer.concat(chunks);
-    append('bodies.jsonl', body.toString('utf8'));
+    const type = request.headers['content-type'];
+    append('bodies.jsonl', JSON.stringify({type, body: body.toString('base64')}));
     forward(request, body, response);
   });
 });

@@ -1,5 +1,6 @@
 """Runs the test receiver and reads what it received."""
 
+import base64
 import json
 import os
 import pathlib
@@ -10,7 +11,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 
 
 def protocol(installation):
-    """Where the receiver keeps its copy of the protocol's .proto files."""
+    """The directory of the receiver's copy of the protocol's .proto files."""
     return packages(installation) / "@elastic" / "mockotlpserver"
 
 
@@ -19,7 +20,7 @@ def packages(installation):
 
 
 class Receiver:
-    """Listens within a `with` statement; what came can be read after it as well."""
+    """Listens within a `with` statement. The requests can be read during and after it."""
 
     def __init__(self, installation):
         self.packages = packages(installation)
@@ -44,7 +45,7 @@ class Receiver:
         self.directory.cleanup()
 
     def environment(self, **variables):
-        """For a program that is to send here."""
+        """The environment of a program that sends to this receiver."""
         ours = {k: v for k, v in os.environ.items()
                 if not k.startswith("OTEL_") and not k.lower().endswith("_proxy")}
         return dict(ours, OTEL_EXPORTER_OTLP_ENDPOINT=self.url, **variables)
@@ -57,15 +58,16 @@ class Receiver:
         return content[:content.rfind(b"\n") + 1].decode().splitlines()
 
     def bodies(self):
-        """Every body as it came."""
-        return self.lines("bodies.jsonl")
+        """Media type and body of each request."""
+        lines = [json.loads(line) for line in self.lines("bodies.jsonl")]
+        return [(line["type"], base64.b64decode(line["body"])) for line in lines]
 
     def logs(self):
-        """What the receiver made of each body: attributes are plain members there."""
+        """Each request as the receiver decoded it: attributes are plain members."""
         return [json.loads(line) for line in self.lines("logs.jsonl")]
 
     def records(self):
-        """Every record with the resource it came from."""
+        """Every record with the attributes of its resource."""
         return [(resource["resource"]["attributes"], record)
                 for logs in self.logs() for resource in logs["resourceLogs"]
                 for scope in resource["scopeLogs"] for record in scope["logRecords"]]

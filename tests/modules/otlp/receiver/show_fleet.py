@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the rendering service as three hosts would, and shows what arrives at one receiver.
+"""Runs the rendering service like three hosts, and shows what arrives at one receiver.
 
 Usage: show_fleet.py RECEIVER BUILD
 
@@ -26,7 +26,7 @@ FEW = 3
 
 
 def start(host, sounds, build, receiver, directory):
-    """Each host gets other sounds, and one file that is missing."""
+    """Each host renders different sounds, and one file that is missing."""
     environment = receiver.environment(
         LD_LIBRARY_PATH=str(build / "lib" / "tamsa" / "otlp"),
         RENDER_SERVICE_SUMMARY=f"{directory}/{host}.json",
@@ -46,10 +46,10 @@ def print_summary(records):
     rows = collections.defaultdict(lambda: [0, 0])
     for resource, record in records:
         attributes = record["attributes"]
-        name = attributes["event.name"] or "(audio latency)"
+        name = attributes["event.name"] or "kiv.audio_latency"
         row = rows[resource["host.name"], name, record["severityText"]]
         row[0] += 1
-        row[1] += int(attributes["aggregated_count"])
+        row[1] += int(attributes.get("aggregated_count", 0))
     print(COLUMNS.format("host", "event", "severity", "records", "reports"))
     for key, counts in sorted(rows.items()):
         print(COLUMNS.format(*key, *counts))
@@ -75,7 +75,7 @@ def main():
     records = receiver.records()
     print(f"{len(receiver.bodies())} requests arrived:\n")
     print_summary(records)
-    arrived = sum(int(record["attributes"]["aggregated_count"]) for _, record in records)
+    arrived = sum(int(record["attributes"].get("aggregated_count", 0)) for _, record in records)
     print(f"\n{made:,} reports were made, and {arrived:,} are accounted for.")
     worst_first = sorted(records, key=lambda r: -r[1]["severityNumber"])
     print("\nA few of the records, the worst first:")

@@ -1,0 +1,78 @@
+#include "modules/jsonl/JsonlSink.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "modules/jsonl/JsonLine.h"
+#include "modules/jsonl/WriteSignalBlock.h"
+#include "modules/support/LossLog.h"
+
+namespace TAMSA::jsonl {
+
+namespace {
+
+using support::LossCause;
+using support::LossCount;
+using support::LossTable;
+
+/// Never destroyed, because events come until the very end of the process.
+struct ProcessLosses {
+  const pid_t process = getpid();
+  support::LossLog log{"TamsaJsonl"};
+};
+
+std::atomic<ProcessLosses*> process_losses{nullptr};
+
+bool isOurs(const ProcessLosses* losses) {
+  return losses != nullptr && losses->process == getpid();
+}
+
+support::LossLog& ourLossLog() {
+  ProcessLosses* known = process_losses.load(std::memory_order_acquire);
+  if (isOurs(known)) return known->log;
+  // A fork gets a log of its own: a thread of the parent may have held the lock of the copy.
+  auto made = std::make_unique<ProcessLosses>();
+  if (process_losses.compare_exchange_strong(known, made.get())) return made.release()->log;
+  return known->log;
+}
+
+std::string pathFromEnvironment() {
+  const char* const path = std::getenv("TAMSA_JSONL_PATH");
+  return path != nullptr && *path != '\0' ? path : "telemetry.jsonl";
+}
+
+// Runs after all exit handlers, so after the library has submitted its last windows.
+__attribute__((destructor)) void logPendingLosses() {
+  ProcessLosses* const losses = process_losses.load(std::memory_order_acquire);
+  const WriteSignalBlock signals;
+  if (isOurs(losses)) losses->log.logPending();
+}
+
+}  // namespace
+
+bool JsonlSink::take(const support::Event& event) {
+  const int error = appender_.append(toJsonLine(event));
+  if (error == 0) return true;
+  LossTable losses;
+  losses.add(LossCause{"cannot write to " + appender_.path() + ": " + std::strerror(error)},
+             LossCount{1, support::reportCount(event.fields())});
+  // The log may be a file or a pipe with the same problem.
+  const WriteSignalBlock signals;
+  ourLossLog().add(losses, std::chrono::steady_clock::now());
+  return true;
+}
+
+}  // namespace TAMSA::jsonl
+
+namespace TAMSA::support {
+
+std::unique_ptr<EventSink> createEventSink() {
+  return std::make_unique<jsonl::JsonlSink>(jsonl::pathFromEnvironment());
+}
+
+}  // namespace TAMSA::support
