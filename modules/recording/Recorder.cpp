@@ -1,8 +1,8 @@
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
 
 #include <utility>
 
-#include "RecorderState.h"
+#include "modules/recording/RecorderState.h"
 
 namespace TAMSA::recording {
 

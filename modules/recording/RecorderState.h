@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Recorder.h"
+#include "modules/recording/Recorder.h"
 
 namespace TAMSA::recording {
 

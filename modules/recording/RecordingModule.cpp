@@ -4,8 +4,8 @@
 #include <thread>
 #include <utility>
 
-#include "Recorder.h"
-#include "RecorderState.h"
+#include "modules/recording/Recorder.h"
+#include "modules/recording/RecorderState.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace TAMSA::recording {

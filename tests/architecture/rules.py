@@ -79,14 +79,6 @@ OUTSIDE_INTERNAL = {
         "defines the members of public class templates",
 }
 
-# TO BE REMOVED, line by line, with the change that gives these files includes from the root.
-LOCAL_INCLUDES_FOR_NOW = (
-    "modules/",
-    "tests/examples/",
-    "tests/modules/",
-)
-SOURCES_WITHOUT_HEADER_FOR_NOW = ("modules/otlp/ProcessDescription.cpp",)
-
 # An example is a project of its own, whose root is its directory.
 LOCAL_INCLUDES = ("examples/",)
 
@@ -173,7 +165,7 @@ def not_by_path_from_root(tree):
     names = {posixpath.basename(path) for path in tree}
     found = []
     for path, text in sorted(tree.items()):
-        if not is_ours(path) or path.startswith(LOCAL_INCLUDES + LOCAL_INCLUDES_FOR_NOW):
+        if not is_ours(path) or path.startswith(LOCAL_INCLUDES):
             continue
         for bracket, name in INCLUDE.findall(text):
             target = resolve(tree, path, name)
@@ -220,7 +212,7 @@ def circles(tree):
 
 
 def sources_without_header(tree):
-    listed = set(SOURCES_WITHOUT_HEADER) | set(SOURCES_WITHOUT_HEADER_FOR_NOW)
+    listed = set(SOURCES_WITHOUT_HEADER)
     found = []
     headers = {(room_of(path), posixpath.basename(path)) for path in tree if is_public(path)}
     for path in sorted(tree):

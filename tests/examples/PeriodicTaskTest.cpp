@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "Latch.h"
-#include "PeriodicTask.h"
+#include "examples/render_service/PeriodicTask.h"
+#include "tests/support/Latch.h"
 
 namespace {
 

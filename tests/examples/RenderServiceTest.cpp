@@ -23,11 +23,11 @@
 #include <utility>
 #include <vector>
 
-#include "BinauralRenderer.h"
-#include "JsonEvents.h"
-#include "LinearResampler.h"
-#include "RunProgram.h"
-#include "RunningProgram.h"
+#include "examples/render_service/BinauralRenderer.h"
+#include "examples/render_service/LinearResampler.h"
+#include "tests/examples/RunningProgram.h"
+#include "tests/support/JsonEvents.h"
+#include "tests/support/RunProgram.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "RunningProgram.h"
+#include "tests/examples/RunningProgram.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

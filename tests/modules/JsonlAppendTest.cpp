@@ -21,8 +21,8 @@
 #include <thread>
 #include <vector>
 
-#include "JsonlFixture.h"
-#include "RunProgram.h"
+#include "tests/modules/JsonlFixture.h"
+#include "tests/support/RunProgram.h"
 
 namespace kiv_test {
 namespace {

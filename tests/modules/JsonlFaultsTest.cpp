@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
-#include "JsonlFixture.h"
-#include "MemoryShortage.h"
+#include "tests/modules/JsonlFixture.h"
+#include "tests/support/MemoryShortage.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
-#include "LoadedModule.h"
-#include "LogCapture.h"
+#include "tests/modules/LoadedModule.h"
+#include "tests/support/LogCapture.h"
 
 namespace kiv_test {
 

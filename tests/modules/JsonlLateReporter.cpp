@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <exception>
 
-#include "LoadedModule.h"
+#include "tests/modules/LoadedModule.h"
 
 namespace {
 

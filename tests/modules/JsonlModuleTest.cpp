@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "JsonlFixture.h"
-#include "RunProgram.h"
+#include "tests/modules/JsonlFixture.h"
+#include "tests/support/RunProgram.h"
 
 namespace kiv_test {
 namespace {

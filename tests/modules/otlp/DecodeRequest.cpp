@@ -1,4 +1,4 @@
-#include "DecodeRequest.h"
+#include "tests/modules/otlp/DecodeRequest.h"
 
 #include <protozero/pbf_reader.hpp>
 #include <stdexcept>

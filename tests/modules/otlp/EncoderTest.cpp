@@ -7,8 +7,8 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "DecodeRequest.h"
 #include "modules/otlp/Encoder.h"
+#include "tests/modules/otlp/DecodeRequest.h"
 
 namespace TAMSA::otlp {
 namespace {

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "LogCapture.h"
 #include "modules/otlp/ExportLog.h"
+#include "tests/support/LogCapture.h"
 
 namespace TAMSA::otlp {
 namespace {

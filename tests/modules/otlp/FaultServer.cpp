@@ -1,4 +1,4 @@
-#include "FaultServer.h"
+#include "tests/modules/otlp/FaultServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

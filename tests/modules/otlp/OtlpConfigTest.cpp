@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "RunProgram.h"
 #include "modules/otlp/OtlpConfig.h"
 #include "modules/otlp/ProcessDescription.h"
+#include "tests/support/RunProgram.h"
 
 namespace TAMSA::otlp {
 namespace {

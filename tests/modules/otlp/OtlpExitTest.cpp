@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "OtlpTest.h"
+#include "tests/modules/otlp/OtlpTest.h"
 
 namespace kiv_test {
 namespace {

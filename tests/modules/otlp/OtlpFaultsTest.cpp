@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <protozero/pbf_writer.hpp>
 
-#include "OtlpTest.h"
+#include "tests/modules/otlp/OtlpTest.h"
 
 namespace kiv_test {
 namespace {

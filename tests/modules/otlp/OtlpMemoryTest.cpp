@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 
-#include "LoadedModule.h"
-#include "MemoryShortage.h"
+#include "tests/modules/LoadedModule.h"
+#include "tests/support/MemoryShortage.h"
 
 namespace kiv_test {
 namespace {

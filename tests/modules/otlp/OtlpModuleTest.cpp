@@ -4,8 +4,8 @@
 #include <csignal>
 #include <filesystem>
 
-#include "LoadedModule.h"
-#include "OtlpTest.h"
+#include "tests/modules/LoadedModule.h"
+#include "tests/modules/otlp/OtlpTest.h"
 
 namespace kiv_test {
 namespace {

@@ -20,7 +20,7 @@
 #include <string>
 #include <thread>
 
-#include "LoadedModule.h"
+#include "tests/modules/LoadedModule.h"
 
 namespace {
 

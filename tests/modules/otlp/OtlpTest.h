@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "DecodeRequest.h"
-#include "FaultServer.h"
-#include "RunProgram.h"
+#include "tests/modules/otlp/DecodeRequest.h"
+#include "tests/modules/otlp/FaultServer.h"
+#include "tests/support/RunProgram.h"
 
 namespace kiv_test {
 
