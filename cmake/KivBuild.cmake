@@ -39,6 +39,18 @@ function(kiv_library_options target)
   target_compile_options(${target} PRIVATE -fno-exceptions -ffunction-sections -fdata-sections)
 endfunction()
 
+# Lets no exception pass. One that the standard library throws when memory ends, or that a client's
+# function throws, finds no handler behind a frame of the library, so the process ends at once instead
+# of going on with the library's work half done. Debuggers have tables of their own; sanitizers would
+# lose their stacks.
+function(kiv_no_unwinding target)
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    set(options -fno-unwind-tables -fno-asynchronous-unwind-tables)
+    target_compile_options(${target} PRIVATE ${options})
+    target_link_options(${target} PRIVATE ${options})
+  endif()
+endfunction()
+
 # Limits what a shared library exports to what is both marked for export and matched by `map`.
 function(kiv_export_only target map)
   target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -31,7 +32,8 @@ class TaskQueue {
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
-  /// Appends a task; drops it when the queue is closed. The worker looks at it within kLinger.
+  /// Appends a task; drops it when the queue is closed, or holds kMaxQueued tasks already. The
+  /// worker looks at it within kLinger.
   void post(std::function<void()> task);
 
   /// Appends a task and waits for its end, as `TaskRunner::postTaskAndWait` promises.
@@ -40,8 +42,12 @@ class TaskQueue {
   /// Refuses tasks from now on. The worker ends once those already queued have run.
   void close();
 
-  /// Returns when every task that is queued now has run; on the worker itself, runs them here.
-  void runPending();
+  /// Waits until every task that is queued now has run, but not beyond `deadline`; on the worker
+  /// itself, runs them here. Returns how many tasks are still queued if the deadline has passed.
+  std::optional<size_t> runPending(std::chrono::steady_clock::time_point deadline);
+
+  /// Waits until `run()` has ended. False if `deadline` passes first.
+  bool waitForEnd(std::chrono::steady_clock::time_point deadline);
 
   /// Called by the thread that ends the process, before it waits for the queue. From now on other
   /// threads get only so many tasks in: those that never stop posting must not keep the process.
@@ -50,7 +56,7 @@ class TaskQueue {
   /// The worker's whole life. Returns when the queue is closed and empty.
   void run();
 
-  /// True on the thread that is inside `run()`.
+  /// True on the thread that is inside `run()`. False on its copy in a forked process.
   bool isRunningOnCurrentThread() const;
 
   /// False in a forked process. What the worker held at that moment stays locked there for ever.
@@ -60,6 +66,12 @@ class TaskQueue {
   /// if there are none by then does it sleep until it is woken, which costs its waker a system
   /// call.
   static constexpr std::chrono::microseconds kLinger{500};
+
+  /// A queue that holds more tasks than this says so in the log, and again whenever it has doubled.
+  static constexpr uint32_t kFirstMark = 65536;
+
+  /// Tasks beyond this number are dropped, unless a caller waits for them.
+  static constexpr uint32_t kMaxQueued = 4194304;
 
   /// How many tasks other threads may post while one ends the process.
   static constexpr unsigned kTasksDuringExit = 10000;
@@ -87,6 +99,17 @@ class TaskQueue {
   /// False when the queue is closed.
   bool append(std::function<void()> task, Urgency urgency);
 
+  /// Called for a task at a place in the order of all tasks at which the queue may have outgrown
+  /// its mark. False when it has outgrown its capacity.
+  bool admitsBeyondMark(uint32_t place);
+
+  /// On the worker, when the queue is empty: logs that a queue that had outgrown a mark has
+  /// drained.
+  void resetMark();
+
+  /// How many tasks are queued now.
+  uint32_t size() const;
+
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
   /// that stood in posted_.
   uintptr_t takePosted();
@@ -102,6 +125,13 @@ class TaskQueue {
   /// The newest posted task, and the flags that TaskQueue.cpp names.
   std::atomic<uintptr_t> posted_{0};
 
+  // Counted with each post, beside the word that a post changes anyway. Counters wrap around: only
+  // their differences mean anything.
+  std::atomic<uint32_t> accepted_{0};
+  std::atomic<uint32_t> check_at_{kFirstMark};  // no queue outgrows its mark before this many
+  std::atomic<uint32_t> mark_{kFirstMark};      // the size above which the next line is logged
+  std::atomic<uint32_t> dropped_{0};            // since the queue was empty
+
   std::atomic<bool> exiting_{false};
   std::thread::id exiting_thread_;  // constant once exiting_ is set
   std::atomic<unsigned> posted_during_exit_{0};
@@ -111,6 +141,7 @@ class TaskQueue {
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
   bool lingers_ = false;
+  std::atomic<uint32_t> started_{0};  // tasks; written by the worker only
 
   Semaphore woken_;  // where the worker sleeps
 

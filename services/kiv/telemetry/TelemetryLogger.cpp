@@ -4,7 +4,6 @@
 #include <functional>
 #include <utility>
 
-#include "services/kiv/telemetry/ScopedManagerRef.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
 
@@ -34,21 +33,21 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                      submission_model != TelemetrySubmissionModel::LOCKING_IMMEDIATE,
                      "The TelemetryLogger constructor without logger managers should be used for a "
                      "submission model of LOCKING_IMMEDIATE");
-  startInternal();
+  startOnConstruction();
 }
 
 TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
-    const ScopedManagerRef manager;
-    error_code_manager_ = manager->error_code_manager_;
-    stream_event_manager_ = manager->stream_event_manager_;
-    audio_latency_manager_ = manager->audio_latency_manager_;
-    int64_event_manager_ = manager->int64_event_manager_;
-    float_event_manager_ = manager->float_event_manager_;
-    string_event_manager_ = manager->string_event_manager_;
-    task_runner_thread_ = manager->task_runner_thread_;
+    const TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
+    error_code_manager_ = manager.error_code_manager_;
+    stream_event_manager_ = manager.stream_event_manager_;
+    audio_latency_manager_ = manager.audio_latency_manager_;
+    int64_event_manager_ = manager.int64_event_manager_;
+    float_event_manager_ = manager.float_event_manager_;
+    string_event_manager_ = manager.string_event_manager_;
+    task_runner_thread_ = manager.task_runner_thread_;
     task_runner_.emplace(task_runner_thread_);
   } else {
     error_code_manager_ = makeErrorCodeManager();
@@ -58,10 +57,10 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
     float_event_manager_ = makeNumericEventManager<float>();
     string_event_manager_ = makeStringEventManager();
   }
-  startInternal();
+  startOnConstruction();
 }
 
-TelemetryLogger::TelemetryLogger() : TelemetryLogger(*ScopedManagerRef()) {}
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(TelemetryLoggerManager::getInstance()) {}
 
 TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
     : TelemetryLogger(manager.session_id_, std::string(), manager.task_runner_thread_,
@@ -82,7 +81,7 @@ bool TelemetryLogger::start() {
 
 bool TelemetryLogger::stop() {
   ensureLoggerRespectsTelemetrySubmissionModel();
-  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::stop);
+  if (!worksOnCurrentThread()) return submitOnWorker(&TelemetryLogger::stop);
   // Every manager is stopped, whatever the others answered.
   bool stopped = error_code_manager_->stop();
   stopped = stream_event_manager_->stop() && stopped;
@@ -94,7 +93,7 @@ bool TelemetryLogger::stop() {
 
 bool TelemetryLogger::flush() {
   ensureLoggerRespectsTelemetrySubmissionModel();
-  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::flush);
+  if (!worksOnCurrentThread()) return submitOnWorker(&TelemetryLogger::flush);
   bool flushed = error_code_manager_->flush();
   flushed = stream_event_manager_->flush() && flushed;
   flushed = audio_latency_manager_->flush() && flushed;

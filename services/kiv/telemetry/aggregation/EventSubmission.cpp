@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
 #include "tamsa/Ptr.h"
 
 namespace android::kiv {
@@ -54,6 +55,8 @@ NestedSubmission::NestedSubmission() { ++submissions; }
 
 NestedSubmission::~NestedSubmission() { --submissions; }
 
+bool NestedSubmission::isUnderWay() { return submissions > 0; }
+
 bool NestedSubmission::isDeepest() { return submissions == kDeepestSubmission; }
 
 long long toEpochMilliseconds(std::chrono::system_clock::time_point time) {
@@ -105,7 +108,10 @@ void submitTable(ITelemetryHandler& handler, const AggregateTable& table, const 
   const KivSessionId* session = nullptr;
   std::string session_text;
   EventFields fields;
+  const unsigned forks = internal::forkCount();
   table.visitInOrder([&](const AggregationKey& key, const AggregateTable::Aggregate& aggregate) {
+    // The module has forked: this is a copy, and the rest is its parent's to submit.
+    if (internal::forkCount() != forks) return;
     if (key.session != session) {
       session = key.session;
       session_text = session->toString();

@@ -27,6 +27,9 @@ class NestedSubmission {
   NestedSubmission(const NestedSubmission&) = delete;
   NestedSubmission& operator=(const NestedSubmission&) = delete;
 
+  /// Whether the calling thread is inside one.
+  static bool isUnderWay();
+
   /// Whether no further one may begin.
   static bool isDeepest();
 };

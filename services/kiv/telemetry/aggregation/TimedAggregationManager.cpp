@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 
+#include <thread>
 #include <utility>
 
 #include "kiv/KivAudioLatencyAggregator.h"
@@ -21,14 +22,27 @@ TimedAggregationManager<Event>::TimedAggregationManager(
 
 template <typename Event>
 TimedAggregationManager<Event>::~TimedAggregationManager() {
-  if (window_.has_value()) stop();
+  if (window_.isOpen()) stop();
 }
 
 template <typename Event>
 void TimedAggregationManager<Event>::start() {
-  if (window_.has_value()) return;
+  // Only while a logger is being constructed on another thread, and for a moment.
+  while (!window_.claimFirst() && window_.isClaimed()) std::this_thread::yield();
+  if (!window_.isOpen()) begin();
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::startIfNew() {
+  if (!window_.claimFirst()) return window_.isOpen();
+  begin();
+  return true;
+}
+
+template <typename Event>
+void TimedAggregationManager<Event>::begin() {
   aggregator_->reset();
-  window_ = openWindow();
+  window_.open(openWindow());
 }
 
 template <typename Event>
@@ -47,30 +61,36 @@ bool TimedAggregationManager<Event>::addReport(const AggregationKey& key,
 
 template <typename Event>
 bool TimedAggregationManager<Event>::flush() {
-  if (!window_.has_value()) {
+  if (!window_.isOpen()) {
     __android_log_print(ANDROID_LOG_ERROR, nullptr,
                         "%s: TimedAggregationManager not running! Cannot flush.", "flush");
     return false;
   }
-  rollOver();
-  return true;
+  return rollOverFor("flush");
 }
 
 template <typename Event>
 bool TimedAggregationManager<Event>::stop() {
-  if (!window_.has_value()) {
+  if (!window_.isOpen()) {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "%s: TimedAggregationManager not running!",
                         "stop");
     return false;
   }
-  rollOver();
-  window_.reset();
+  if (!rollOverFor("stop")) return false;
+  window_.close();
   return true;
 }
 
 template <typename Event>
+void TimedAggregationManager<Event>::finish() {
+  if (window_.isOpen()) flush();
+  // The module that ends the process from inside a submission is still using its handler.
+  if (!NestedSubmission::isUnderWay()) aggregator_ = std::make_shared<TableAggregator<Event>>();
+}
+
+template <typename Event>
 bool TimedAggregationManager<Event>::rollOverIfExpired() {
-  if (!window_.has_value()) {
+  if (!window_.isOpen()) {
     __android_log_print(ANDROID_LOG_ERROR, nullptr,
                         "%s: TimedAggregationManager not running! Cannot add.", "add");
     return false;
@@ -87,14 +107,22 @@ typename TimedAggregationManager<Event>::Window TimedAggregationManager<Event>::
 }
 
 template <typename Event>
-void TimedAggregationManager<Event>::rollOver() {
-  if (NestedSubmission::isDeepest()) return;
+bool TimedAggregationManager<Event>::rollOver() {
+  if (NestedSubmission::isDeepest()) return false;
   const NestedSubmission level;
   const auto start = window_->started_system;
-  // Assigned in place: emplacing would leave the optional empty for an instant, and a logger that
-  // is being constructed on another thread would take the manager for a stopped one.
   *window_ = openWindow();
   aggregator_->flush(start, window_->started_system);
+  return true;
+}
+
+template <typename Event>
+bool TimedAggregationManager<Event>::rollOverFor(const char* operation) {
+  if (rollOver()) return true;
+  __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                      "%s: Too many submissions inside each other! The window stays open.",
+                      operation);
+  return false;
 }
 
 template class TimedAggregationManager<KivErrorCodeEvent>;

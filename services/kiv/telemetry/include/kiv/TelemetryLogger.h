@@ -37,6 +37,10 @@ namespace android::kiv {
 
 class TelemetryLoggerManager;
 
+namespace internal {
+class ExitProgress;
+}  // namespace internal
+
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
   NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
@@ -213,6 +217,12 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
 
   KIV_HIDDEN bool startInternal();
 
+  /// Starts what is not running, for a constructor on any thread.
+  KIV_HIDDEN void startOnConstruction();
+
+  /// Whether the calling thread may wait for the worker. See LoggerWaits.cpp.
+  KIV_HIDDEN static bool mayWaitForWorker();
+
   /// Ends the process if the model needs a worker and there is none.
   KIV_HIDDEN void ensureLoggerRespectsTelemetrySubmissionModel();
 
@@ -224,6 +234,9 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
 
   /// Has the worker call `operation` on this logger, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
+
+  /// The same for an operation that may need the telemetry module.
+  KIV_HIDDEN bool submitOnWorker(bool (TelemetryLogger::*operation)());
 
   /// Takes a report into its window, which in `LOCKING_IMMEDIATE` is submitted at once.
   template <typename Event, typename MakeEvent>
@@ -278,9 +291,9 @@ void TelemetryLogger::logKivEvent(const std::string& name, const T& value,
 /// The order of the data members is part of the binary interface.
 class KIV_EXPORT TelemetryLoggerManager {
  public:
-  /// The manager of the process, created on first use, from any thread. At process exit it submits
-  /// what is still aggregated. A call after that gets a manager that takes reports and submits
-  /// none.
+  /// The manager of the process, created on first use, from any thread, and never destroyed. At
+  /// process exit it submits what is still aggregated. Reports after that are taken and submitted
+  /// nowhere.
   static TelemetryLoggerManager& getInstance();
 
   TelemetryLoggerManager();
@@ -297,11 +310,15 @@ class KIV_EXPORT TelemetryLoggerManager {
   friend class TelemetryEnv;
   friend class TelemetryLogger;
   friend class TelemetryLoggerManagerTestPeer;
+  friend struct SubmissionAtExit;
   friend bool isTelemetryEnabled();
   friend void disableTelemetryForTesting();
 
-  /// On the worker: submits the windows of aggregations that others keep beyond this manager's end.
-  KIV_HIDDEN void submitKeptWindows();
+  /// At process exit: has the worker submit the open windows, and waits for it within a limit.
+  KIV_HIDDEN void submitAtExit();
+
+  /// On the worker: submits the open windows, from the last kind to the first, and counts them.
+  KIV_HIDDEN void submitOpenWindows(internal::ExitProgress& progress);
 
   /// A logger on the shared resources, under a fresh session whose parent is a copy of
   /// `session_id`.

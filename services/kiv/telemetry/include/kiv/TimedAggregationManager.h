@@ -1,9 +1,10 @@
 /// Puts an aggregator under a time window.
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "kiv/Export.h"
 #include "kiv/KivBaseAggregator.h"
@@ -11,6 +12,42 @@
 namespace android::kiv {
 
 struct AggregationKey;
+
+namespace internal {
+
+/// The open window of a manager, if any. Laid out as a std::optional, but any thread may ask for
+/// its state.
+template <typename Window>
+class WindowSlot {
+ public:
+  bool isOpen() const { return isIn(State::OPEN); }
+
+  /// True for the one thread that opens the first window now.
+  bool claimFirst() {
+    State before = State::NEW;
+    return state_.compare_exchange_strong(before, State::CLAIMED, std::memory_order_acquire);
+  }
+  bool isClaimed() const { return isIn(State::CLAIMED); }
+
+  void open(const Window& window) {
+    window_ = window;
+    state_.store(State::OPEN, std::memory_order_release);
+  }
+  void close() { state_.store(State::CLOSED, std::memory_order_release); }
+
+  Window& operator*() { return window_; }
+  Window* operator->() { return &window_; }
+
+ private:
+  enum class State : uint8_t { NEW, CLAIMED, OPEN, CLOSED };
+
+  bool isIn(State state) const { return state_.load(std::memory_order_acquire) == state; }
+
+  Window window_{};
+  std::atomic<State> state_{State::NEW};
+};
+
+}  // namespace internal
 
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
@@ -22,8 +59,7 @@ inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 /// the steady clock; its reported start and end are wall-clock times, and one window ends exactly
 /// where the next begins.
 ///
-/// Not synchronised: operations are called by one thread at a time. The one exception is `start()`
-/// on a running manager, which only looks whether it runs and may be called at any time.
+/// Not synchronised: operations are called by one thread at a time.
 ///
 /// Instantiated in the library for its own kinds of events.
 template <typename Event>
@@ -50,15 +86,22 @@ class KIV_EXPORT TimedAggregationManager {
   /// if that takes a record, because the aggregator is none of the library's own.
   KIV_HIDDEN bool addReport(const AggregationKey& key, NumericAggregationType method, float sample);
 
-  /// For the library's own end: `flush()` where there is a window, and nothing where there is none.
-  KIV_HIDDEN void flushIfRunning() {
-    if (window_.has_value()) flush();
-  }
+  /// For loggers that are constructed on any thread, while the owner's thread may call everything
+  /// else: `start()` on a manager that was never started. False if it was stopped since, so that
+  /// only its owner may start it.
+  KIV_HIDDEN bool startIfNew();
 
-  /// Submits the open window and opens the next. False, with an error log line, while stopped.
+  /// For the library's own end: submits the open window, if any, and releases the telemetry
+  /// module's handler. Reports are taken afterwards as before.
+  KIV_HIDDEN void finish();
+
+  /// Submits the open window and opens the next. False, with an error log line, while stopped, and
+  /// inside too many submissions that lie within each other.
   bool flush();
 
-  /// Submits the open window and stops. False, with a debug log line, if already stopped.
+  /// Submits the open window and stops. False, with a debug log line, if already stopped. Inside
+  /// too many submissions that lie within each other, false, with an error log line, and it goes
+  /// on.
   bool stop();
 
  private:
@@ -71,16 +114,22 @@ class KIV_EXPORT TimedAggregationManager {
 
   KIV_HIDDEN static Window openWindow();
 
+  /// Empties the aggregator and opens a window.
+  KIV_HIDDEN void begin();
+
   /// Makes sure that the open window is not over. False, with an error log line, while stopped.
   KIV_HIDDEN bool rollOverIfExpired();
 
   /// Opens the next window and submits the one before it. Only while running. In the depth of
-  /// submissions that lie within each other it leaves the window as it is.
-  KIV_HIDDEN void rollOver();
+  /// submissions that lie within each other it leaves the window as it is, and returns false.
+  KIV_HIDDEN bool rollOver();
+
+  /// The same, with an error log line for an operation that fails.
+  KIV_HIDDEN bool rollOverFor(const char* operation);
 
   std::shared_ptr<KivAggregator<Event>> aggregator_;
   std::chrono::milliseconds aggregation_period_;
-  std::optional<Window> window_;  // has a value exactly while running
+  internal::WindowSlot<Window> window_;  // open exactly while running
 };
 
 }  // namespace android::kiv
