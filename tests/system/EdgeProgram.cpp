@@ -150,7 +150,7 @@ int faultOnWorker() {
 
 // Exit behind threads that make loggers.
 
-int exitBehindMakers() {
+int exitBehindMakers(size_t kind) {
   const TelemetryEnv telemetry("Edge");
   const std::vector<std::function<void()>> makers = {
       [] { const TelemetryEnv made("x"); }, [] { TelemetryLoggerManager::getInstance(); },
@@ -159,7 +159,7 @@ int exitBehindMakers() {
   constexpr size_t kThreads = 8;
   Latch making(kThreads);
   for (size_t i = 0; i < kThreads; ++i) {
-    std::thread([&, make = makers[i % makers.size()]] {
+    std::thread([&, make = makers.at(kind)] {
       make();
       making.countDown();
       for (;;) make();
@@ -412,7 +412,7 @@ int main(int argc, char** argv) {
       {"signalfd", readSignalFromDescriptor},
       {"closed-pipe", logToClosedPipe},
       {"fault", faultOnWorker},
-      {"makers", exitBehindMakers},
+      {"makers", [&] { return exitBehindMakers(static_cast<size_t>(std::atoi(argv[2]))); }},
       {"cancel", exitAfterCancellation},
       {"first-use", firstUseDuringExit},
       {"plugin", loadPlugin},

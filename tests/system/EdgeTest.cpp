@@ -31,16 +31,17 @@ ProgramResult run(const std::string& way, Environment environment = {},
 }
 
 /// Runs a process that has to end well.
-ProgramResult endsWell(const std::string& way, const Environment& environment = {}) {
-  const ProgramResult result = run(way, environment);
+ProgramResult endsWell(const std::string& way, const Environment& environment = {},
+                       const std::string& number = "") {
+  const ProgramResult result = run(way, environment, number);
   EXPECT_EQ(result.exit_code, 0) << "signal " << result.signal << "\n" << result.err;
   return result;
 }
 
 /// Does it as often as asked for, because it depends on the order of threads.
-void endsWellAgainAndAgain(const std::string& way, const Environment& environment = {}) {
+void endsWellAgainAndAgain(const std::string& way, const std::string& number = "") {
   const size_t runs = fromEnvironment("KIV_EXIT_RUNS", 10);
-  for (size_t i = 1; i <= runs && !testing::Test::HasFailure(); ++i) endsWell(way, environment);
+  for (size_t i = 1; i <= runs && !testing::Test::HasFailure(); ++i) endsWell(way, {}, number);
 }
 
 size_t count(const std::string& text, const std::string& part) {
@@ -62,7 +63,19 @@ TEST(WorkerSignals, AFaultOfTheWorkerReachesTheProgramsHandler) {
   EXPECT_THAT(endsWell("fault").err, HasSubstr("handled"));
 }
 
-TEST(ExitBehindMakers, IsNotDelayedByThreadsThatMakeLoggers) { endsWellAgainAndAgain("makers"); }
+TEST(ExitBehindMakers, IsNotDelayedByThreadsThatMakeLoggers) {
+  endsWellAgainAndAgain("makers", "0");
+}
+
+TEST(ExitBehindMakers, IsNotDelayedByThreadsThatAskForTheManager) {
+  endsWellAgainAndAgain("makers", "1");
+}
+
+TEST(ExitBehindMakers, IsNotDelayedByThreadsThatTrace) { endsWellAgainAndAgain("makers", "2"); }
+
+TEST(ExitBehindMakers, IsNotDelayedByThreadsThatMakeHandlers) {
+  endsWellAgainAndAgain("makers", "3");
+}
 
 TEST(ExitBehindMakers, EndsAfterThreadsThatMadeLoggersWereCancelled) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
