@@ -140,12 +140,14 @@ TEST(TaskRunnerThreadTeardown, AThreadThatHasEndedLeavesNothingBehind) {
 
 #endif
 
-TEST(TaskRunnerStartLimit, ANegativeOneIsNone) {
+TEST(TaskRunnerStartLimit, ANegativeOneIsZero) {
   alarm(kHangsAfterSeconds);
-  const auto thread = TaskRunnerThread::create(std::chrono::milliseconds(-5));
-  TaskRunner runner(thread);
-  const WorkerHold hold(runner);
-  EXPECT_EQ(runner.postTaskAndWait([] {}).code(), android::TIMED_OUT);
+  for (const auto limit : {std::chrono::milliseconds(-1500), std::chrono::milliseconds::min()}) {
+    const auto thread = TaskRunnerThread::create(limit);
+    TaskRunner runner(thread);
+    const WorkerHold hold(runner);
+    EXPECT_EQ(runner.postTaskAndWait([] {}).code(), android::TIMED_OUT);
+  }
   alarm(0);
 }
 
