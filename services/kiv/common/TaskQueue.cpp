@@ -120,12 +120,7 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   const uint32_t place = accepted_.fetch_add(1, std::memory_order_relaxed);
   if (static_cast<int32_t>(place - check_at_.load(std::memory_order_relaxed)) >= 0 &&
       !admitsBeyondMark(place) && urgency == Urgency::CAN_LINGER) {
-    accepted_.fetch_sub(1, std::memory_order_relaxed);
-    if (dropped_.fetch_add(1, std::memory_order_relaxed) == 0) {
-      __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%u tasks are queued: dropping further ones",
-                          kMaxQueued);
-    }
-    return false;
+    return drop();
   }
   auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
   const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
@@ -159,6 +154,15 @@ void TaskQueue::close() {
   if (!hasWorker()) return;
   const uintptr_t posted = posted_.fetch_or(kClosed, std::memory_order_release);
   if ((posted & (kAsleep | kLingering)) != 0) woken_.signal();
+}
+
+bool TaskQueue::drop() {
+  accepted_.fetch_sub(1, std::memory_order_relaxed);
+  if (dropped_.fetch_add(1, std::memory_order_relaxed) == 0) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%u tasks are queued: dropping further ones",
+                        kMaxQueued);
+  }
+  return false;
 }
 
 bool TaskQueue::admitsBeyondMark(uint32_t place) {

@@ -101,7 +101,10 @@ class TaskQueue {
 
   /// Called for a task at a place in the order of all tasks at which the queue may have outgrown
   /// its mark. False when it has outgrown its capacity.
-  bool admitsBeyondMark(uint32_t place);
+  [[gnu::noinline]] bool admitsBeyondMark(uint32_t place);
+
+  /// Takes back the count of a task that is dropped. False.
+  [[gnu::noinline]] bool drop();
 
   /// On the worker, when the queue is empty: logs that a queue that had outgrown a mark has
   /// drained.

@@ -20,13 +20,19 @@ constexpr char kLogTag[] = "KivTelemetry";
 /// The Android log's own limit for a formatted line, behind which it cuts.
 constexpr size_t kLogLimit = 1024;
 
-/// The owner that a queued report shares. Without one the report would have nothing to be taken by.
-std::shared_ptr<TelemetryLogger> ownerOf(TelemetryLogger& logger) {
-  auto owner = logger.weak_from_this().lock();
-  if (owner == nullptr) {
-    __android_log_assert("owner", kLogTag,
-                         "A TelemetryLogger that no std::shared_ptr owns cannot queue a report");
-  }
+[[noreturn, gnu::noinline]] void abortWithoutOwner() {
+  __android_log_assert("owner", kLogTag,
+                       "A TelemetryLogger that no std::shared_ptr owns cannot queue a report");
+}
+
+/// The owner that a queued report shares. As `shared_from_this()`, which ends the process without a
+/// line in the log. `weak_from_this()` would copy the weak pointer first, and count that twice.
+[[gnu::always_inline]] inline std::shared_ptr<TelemetryLogger> ownerOf(TelemetryLogger& logger) {
+  using Base = std::enable_shared_from_this<TelemetryLogger>;
+  using Weak = std::weak_ptr<TelemetryLogger>;
+  static_assert(sizeof(Base) == sizeof(Weak), "the base is a weak pointer and nothing else");
+  auto owner = reinterpret_cast<const Weak&>(static_cast<const Base&>(logger)).lock();
+  if (owner == nullptr) abortWithoutOwner();
   return owner;
 }
 
