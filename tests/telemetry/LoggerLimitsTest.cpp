@@ -131,7 +131,7 @@ TEST_F(LoggerLimitsTest, LoggersMayBeMadeWhileWhatTheyShareIsStoppedAndStarted) 
   std::vector<std::thread> makers;
   for (int i = 0; i < 2; ++i) {
     makers.emplace_back([&] {
-      while (!over) makeLogger(Model::NON_BLOCKING)->logKivEvent<long long>("n", 1, Type::SUM);
+      while (!over) makeLogger(Model::BLOCKING)->logKivEvent<long long>("n", 1, Type::SUM);
     });
   }
   for (int i = 0; i < kRounds; ++i) {
