@@ -39,6 +39,17 @@ function(kiv_library_options target)
   target_compile_options(${target} PRIVATE -fno-exceptions -ffunction-sections -fdata-sections)
 endfunction()
 
+# Stops exceptions: without unwind tables, an exception that the standard library or a client's
+# function throws finds no handler beyond a frame of this target, so the process ends at once.
+# Debuggers use tables of their own. Sanitizers need these tables for their stack traces.
+function(kiv_no_unwinding target)
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    set(options -fno-unwind-tables -fno-asynchronous-unwind-tables)
+    target_compile_options(${target} PRIVATE ${options})
+    target_link_options(${target} PRIVATE ${options})
+  endif()
+endfunction()
+
 # Limits the exports of a shared library to symbols that are marked for export and listed in `map`.
 function(kiv_export_only target map)
   target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")

@@ -1,5 +1,6 @@
 #include "tamsa/UnifiedTelemetry.h"
 
+#include "tamsa/ModuleReadiness.h"
 #include "tamsa/Ptr.h"
 
 namespace TAMSA::UnifiedTelemetry {
@@ -12,6 +13,7 @@ Ptr<v7::ITelemetryEvent> v7::ITelemetryEvent::rawToPtr(ITelemetryEvent* event) {
 Ptr<v9::ITelemetryHandler> v9::createTelemetryHandlerPtr() {
   using Factory = internal::PtrFactory<ITelemetryHandler, Symbol::kDestroyTelemetryHandler,
                                        ITelemetryHandler::kVersion>;
+  prepareModule();
   auto* const create = Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
   if (create == nullptr) return {};
   void* const handler = create(ITelemetryHandler::kVersion);

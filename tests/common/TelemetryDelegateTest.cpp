@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "kiv/TelemetryDelegate.h"
 
@@ -49,6 +50,20 @@ TEST_F(TelemetryDelegateTest, MakesHandlersByTheRegisteredFactory) {
       nullptr, [](const std::string& name) { return std::make_unique<NamedHandler>(name); });
   const auto handler = delegate.createHandler("mixer");
   EXPECT_EQ(dynamic_cast<NamedHandler&>(*handler).name, "mixer");
+}
+
+/// Uses the delegate when it is destroyed.
+struct LateUser {
+  ~LateUser() { TelemetryDelegate::getInstance().getHandler(); }
+};
+
+TEST_F(TelemetryDelegateTest, AFactoryThatGoesMayUseTheDelegate) {
+  constexpr unsigned kHangsAfterSeconds = 30;
+  alarm(kHangsAfterSeconds);
+  delegate.registerHandler(
+      nullptr, [user = std::make_shared<LateUser>()](const std::string&) { return nullptr; });
+  delegate.registerHandler(nullptr, nullptr);
+  alarm(0);
 }
 
 TEST_F(TelemetryDelegateTest, ReplacesAnEarlierRegistration) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <thread>
 
@@ -55,18 +56,19 @@ TEST(ThreadLocalScratch, EachThreadHasItsOwn) {
   std::thread([] { EXPECT_EQ(ThreadLocalScratch<Object<5>>(1, makeFresh<5>)->value, 0); }).join();
 }
 
-/// Uses a spare object when the thread ends, after what that thread had kept is gone.
-struct LateUser {
-  ~LateUser() { *seen = ThreadLocalScratch<Object<6>>(1, makeFresh<6>)->value; }
-  int* seen = nullptr;
-};
+/// Uses a spare object when the thread ends, after what that thread had kept is gone: destructors
+/// of thread-specific values run in the order in which their keys were made.
+void useLate(void* seen) {
+  *static_cast<int*>(seen) = ThreadLocalScratch<Object<6>>(1, makeFresh<6>)->value;
+}
 
 TEST(ThreadLocalScratch, IsThereForDestructorsAtAThreadsEnd) {
   int seen = -1;
   std::thread([&] {
-    static thread_local LateUser user;
-    user.seen = &seen;
     ThreadLocalScratch<Object<6>>(1, makeFresh<6>)->value = 7;
+    pthread_key_t key{};
+    ASSERT_EQ(pthread_key_create(&key, useLate), 0);
+    ASSERT_EQ(pthread_setspecific(key, &seen), 0);
   }).join();
   EXPECT_EQ(seen, 0);
 }

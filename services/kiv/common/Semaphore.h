@@ -29,14 +29,18 @@ class Semaphore {
 
   /// False when `limit` passes first.
   bool waitFor(std::chrono::nanoseconds limit) {
-    using std::chrono::duration_cast;
-    timespec end{};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    const auto time = std::chrono::nanoseconds(end.tv_nsec) + limit;
-    const auto seconds = duration_cast<std::chrono::seconds>(time);
-    end.tv_sec += static_cast<time_t>(seconds.count());
-    end.tv_nsec = static_cast<long>((time - seconds).count());
-    while (sem_clockwait(&signals_, CLOCK_MONOTONIC, &end) != 0) {
+    return waitUntil(std::chrono::steady_clock::now() + limit);
+  }
+
+  /// False when `end` comes first. The steady clock counts from the same moment as the system's
+  /// monotonic one.
+  bool waitUntil(std::chrono::steady_clock::time_point end) {
+    const auto time = end.time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    timespec system_end{};
+    system_end.tv_sec = static_cast<time_t>(seconds.count());
+    system_end.tv_nsec = static_cast<long>(std::chrono::nanoseconds(time - seconds).count());
+    while (sem_clockwait(&signals_, CLOCK_MONOTONIC, &system_end) != 0) {
       if (errno == ETIMEDOUT) return false;
     }
     return true;

@@ -1,5 +1,6 @@
 #include "services/kiv/common/TaskQueue.h"
 
+#include <android/log.h>
 #include <pthread.h>
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 namespace android::kiv::internal {
 
 namespace {
+
+constexpr char kLogTag[] = "KivTaskRunner";
 
 thread_local const TaskQueue* running_queue = nullptr;
 
@@ -68,7 +71,8 @@ struct TaskQueue::Waited {
 };
 
 TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
-    : start_limit_(start_limit), fork_generation_(watchForks()) {
+    : start_limit_(std::max(start_limit, std::chrono::milliseconds::zero())),
+      fork_generation_(watchForks()) {
   static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ > kFlags, "flags have no room beside a pointer");
 }
 
@@ -113,11 +117,19 @@ void TaskQueue::runWaited(Waited& waited) {
 bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
   if (!hasWorker()) return false;
   if (exiting_.load(std::memory_order_acquire) && !admitsDuringExit()) return false;
+  const uint32_t place = accepted_.fetch_add(1, std::memory_order_relaxed);
+  if (static_cast<int32_t>(place - check_at_.load(std::memory_order_relaxed)) >= 0 &&
+      !admitsBeyondMark(place) && urgency == Urgency::CAN_LINGER) {
+    return drop();
+  }
   auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
   const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
   uintptr_t posted = posted_.load(std::memory_order_relaxed);
   do {
-    if ((posted & kClosed) != 0) return false;
+    if ((posted & kClosed) != 0) {
+      accepted_.fetch_sub(1, std::memory_order_relaxed);
+      return false;
+    }
     newest->next = newestOf(posted);
     // The flags that make us the waker are cleared, so that nobody else is.
   } while (!posted_.compare_exchange_weak(
@@ -144,18 +156,65 @@ void TaskQueue::close() {
   if ((posted & (kAsleep | kLingering)) != 0) woken_.signal();
 }
 
-void TaskQueue::runPending() {
-  if (!hasWorker()) return;
+bool TaskQueue::drop() {
+  accepted_.fetch_sub(1, std::memory_order_relaxed);
+  if (dropped_.fetch_add(1, std::memory_order_relaxed) == 0) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%u tasks are queued: dropping further ones",
+                        kMaxQueued);
+  }
+  return false;
+}
+
+bool TaskQueue::admitsBeyondMark(uint32_t place) {
+  const uint32_t started = started_.load(std::memory_order_relaxed);
+  const uint32_t queued = place + 1 - started;
+  uint32_t mark = mark_.load(std::memory_order_relaxed);
+  while (queued > mark && mark < kMaxQueued) {
+    if (!mark_.compare_exchange_weak(mark, mark * 2, std::memory_order_relaxed)) continue;
+    __android_log_print(ANDROID_LOG_WARN, kLogTag, "More than %u tasks are queued", mark);
+    mark *= 2;
+  }
+  check_at_.store(started + mark, std::memory_order_relaxed);
+  return queued <= kMaxQueued;
+}
+
+void TaskQueue::resetMark() {
+  if (mark_.load(std::memory_order_relaxed) == kFirstMark) return;
+  mark_.store(kFirstMark, std::memory_order_relaxed);
+  check_at_.store(started_.load(std::memory_order_relaxed) + kFirstMark, std::memory_order_relaxed);
+  __android_log_print(ANDROID_LOG_WARN, kLogTag, "The queue is empty again; %u tasks were dropped",
+                      dropped_.exchange(0, std::memory_order_relaxed));
+}
+
+uint32_t TaskQueue::size() const {
+  return accepted_.load(std::memory_order_relaxed) - started_.load(std::memory_order_relaxed);
+}
+
+std::optional<size_t> TaskQueue::runPending(std::chrono::steady_clock::time_point deadline) {
+  if (!hasWorker()) return std::nullopt;
   if (isRunningOnCurrentThread()) {
     takePosted();
     size_t pending = 0;
     for (const Task* task = batch_; task != nullptr; task = task->next) ++pending;
-    for (; pending > 0 && batch_ != nullptr; --pending) runFirst();
-    return;
+    for (; pending > 0 && batch_ != nullptr; --pending) {
+      if (std::chrono::steady_clock::now() >= deadline) return pending;
+      runFirst();
+    }
+    return std::nullopt;
   }
-  if (postAndWait([] {}, std::nullopt).ok()) return;
+  const auto reached = std::make_shared<Semaphore>();
+  if (append([reached] { reached->signal(); }, Urgency::AT_ONCE)) {
+    if (reached->waitUntil(deadline)) return std::nullopt;
+    // Not counting the task that marks the end of the others.
+    return std::max<size_t>(size(), 1) - 1;
+  }
+  if (waitForEnd(deadline)) return std::nullopt;
+  return size();
+}
+
+bool TaskQueue::waitForEnd(std::chrono::steady_clock::time_point deadline) {
   std::unique_lock lock(mutex_);
-  ended_changed_.wait(lock, [this] { return ended_; });
+  return ended_changed_.wait_until(lock, deadline, [this] { return ended_; });
 }
 
 void TaskQueue::run() {
@@ -163,9 +222,13 @@ void TaskQueue::run() {
   for (;;) {
     const uintptr_t flags = takePosted();
     if (batch_ != nullptr) {
-      while (batch_ != nullptr) runFirst();
+      while (batch_ != nullptr && hasWorker()) runFirst();
+      // In a forked process this is the copy of a worker whose task has forked: the rest is its
+      // parent's.
+      if (!hasWorker()) return;
       continue;
     }
+    resetMark();
     if ((flags & kClosed) != 0) break;
 
     // Only an empty list makes way for the flag. If a task has come meanwhile, it is taken instead.
@@ -214,6 +277,7 @@ void TaskQueue::runFirst() {
   const std::unique_ptr<Task> task(std::exchange(batch_, batch_->next));
   lingers_ = true;
   ++tasks_since_sleep_;
+  started_.store(started_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   if (batch_ != nullptr) {
     // Most of a long queue has left the processor's cache. The next ones return while this runs.
     __builtin_prefetch(batch_->next);
@@ -222,7 +286,7 @@ void TaskQueue::runFirst() {
   task->work();
 }
 
-bool TaskQueue::isRunningOnCurrentThread() const { return running_queue == this; }
+bool TaskQueue::isRunningOnCurrentThread() const { return running_queue == this && hasWorker(); }
 
 bool TaskQueue::hasWorker() const { return fork_generation_ == fork_generation; }
 

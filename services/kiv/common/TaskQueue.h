@@ -32,8 +32,8 @@ class TaskQueue {
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
-  /// Appends a task; drops it when the queue is closed. The worker takes it within kLongestLinger
-  /// if it is free.
+  /// Appends a task; drops it when the queue is closed, or holds kMaxQueued tasks already. The
+  /// worker takes it within kLongestLinger if it is free.
   void post(std::function<void()> task);
 
   /// Appends a task and waits for its end, as `TaskRunner::postTaskAndWait` promises.
@@ -42,8 +42,12 @@ class TaskQueue {
   /// Refuses tasks from now on. The worker ends once those already queued have run.
   void close();
 
-  /// Returns when every task that is queued now has run; on the worker itself, runs them here.
-  void runPending();
+  /// Waits until every task that is queued now has run, but not beyond `deadline`; on the worker
+  /// itself, runs them here. Returns how many tasks are still queued if the deadline has passed.
+  std::optional<size_t> runPending(std::chrono::steady_clock::time_point deadline);
+
+  /// Waits until `run()` has ended. False if `deadline` passes first.
+  bool waitForEnd(std::chrono::steady_clock::time_point deadline);
 
   /// Called by the thread that ends the process, before it waits for the queue. From now on other
   /// threads get only so many tasks in: those that never stop posting must not keep the process.
@@ -52,7 +56,7 @@ class TaskQueue {
   /// The worker's whole life. Returns when the queue is closed and empty.
   void run();
 
-  /// True on the thread that is inside `run()`.
+  /// True on the thread that is inside `run()`. False on its copy in a forked process.
   bool isRunningOnCurrentThread() const;
 
   /// False in a forked process. What the worker held at that moment stays locked there for ever.
@@ -67,6 +71,12 @@ class TaskQueue {
 
   /// From so many on, tasks that have gathered are not few.
   static constexpr size_t kManyTasks = 64;
+
+  /// A queue that holds more tasks than this says so in the log, and again whenever it has doubled.
+  static constexpr uint32_t kFirstMark = 65536;
+
+  /// Tasks beyond this number are dropped, unless a caller waits for them.
+  static constexpr uint32_t kMaxQueued = 4194304;
 
   /// How many tasks other threads may post while one ends the process.
   static constexpr unsigned kTasksDuringExit = 10000;
@@ -94,6 +104,20 @@ class TaskQueue {
   /// False when the queue is closed.
   bool append(std::function<void()> task, Urgency urgency);
 
+  /// Called for a task at a place in the order of all tasks at which the queue may have outgrown
+  /// its mark. False when it has outgrown its capacity.
+  [[gnu::noinline]] bool admitsBeyondMark(uint32_t place);
+
+  /// Takes back the count of a task that is dropped. False.
+  [[gnu::noinline]] bool drop();
+
+  /// On the worker, when the queue is empty: logs that a queue that had outgrown a mark has
+  /// drained.
+  void resetMark();
+
+  /// How many tasks are queued now.
+  uint32_t size() const;
+
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
   /// that stood in posted_.
   uintptr_t takePosted();
@@ -112,6 +136,13 @@ class TaskQueue {
   /// The newest posted task, and the flags that TaskQueue.cpp names.
   std::atomic<uintptr_t> posted_{0};
 
+  // Counted with each post, beside the word that a post changes anyway. Counters wrap around: only
+  // their differences mean anything.
+  std::atomic<uint32_t> accepted_{0};
+  std::atomic<uint32_t> check_at_{kFirstMark};  // no queue outgrows its mark before this many
+  std::atomic<uint32_t> mark_{kFirstMark};      // the size above which the next line is logged
+  std::atomic<uint32_t> dropped_{0};            // since the queue was empty
+
   std::atomic<bool> exiting_{false};
   std::thread::id exiting_thread_;  // constant once exiting_ is set
   std::atomic<unsigned> posted_during_exit_{0};
@@ -123,6 +154,7 @@ class TaskQueue {
   bool lingers_ = false;
   std::chrono::microseconds linger_ = kShortestLinger;  // the next one
   size_t tasks_since_sleep_ = 0;
+  std::atomic<uint32_t> started_{0};  // tasks; written by the worker only
 
   Semaphore woken_;  // where the worker sleeps
 

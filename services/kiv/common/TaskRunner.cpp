@@ -1,11 +1,18 @@
 #include "kiv/TaskRunner.h"
 
+#include <android/log.h>
 #include <pthread.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "services/kiv/common/TaskQueue.h"
@@ -15,6 +22,17 @@ namespace android::kiv {
 namespace {
 
 using internal::TaskQueue;
+
+constexpr char kLogTag[] = "KivTaskRunner";
+
+/// An empty task is an error of its caller, who is still on the stack here.
+void requireTask(const std::function<void()>& task) {
+  if (task) return;
+  __android_log_assert("task", kLogTag, "An empty task was posted");
+}
+
+/// How long process exit waits for workers, in all.
+constexpr std::chrono::seconds kExitPatience{10};
 
 /// The queues whose worker has not ended, so that what they hold can be run at process exit.
 class LiveQueues {
@@ -35,14 +53,18 @@ class LiveQueues {
     queues_.erase(std::remove(queues_.begin(), queues_.end(), queue), queues_.end());
   }
 
-  void runPending() {
-    std::vector<std::shared_ptr<TaskQueue>> queues;
-    {
-      std::lock_guard lock(mutex_);
-      queues = queues_;
-    }
-    for (const auto& queue : queues) queue->beginExit();
-    for (const auto& queue : queues) queue->runPending();
+  /// True once the process has begun to exit.
+  bool isExiting() const { return exiting_; }
+
+  /// Calls `wait` with the deadline that is left to process exit, and takes the time that passes
+  /// meanwhile off the rest.
+  template <typename Wait>
+  auto waitDuringExit(Wait wait) {
+    using std::chrono::steady_clock;
+    const auto begin = steady_clock::now();
+    const auto result = wait(begin + steady_clock::duration(patience_));
+    patience_ -= (steady_clock::now() - begin).count();
+    return result;
   }
 
  private:
@@ -58,16 +80,73 @@ class LiveQueues {
                    });
   }
 
+  void runPending() {
+    std::vector<std::shared_ptr<TaskQueue>> queues;
+    {
+      std::lock_guard lock(mutex_);
+      queues = queues_;
+    }
+    exiting_ = true;
+    for (const auto& queue : queues) queue->beginExit();
+    size_t given_up = 0;
+    const bool all_ran = waitDuringExit([&](auto deadline) {
+      bool none_given_up = true;
+      for (const auto& queue : queues) {
+        const std::optional<size_t> left = queue->runPending(deadline);
+        if (!left.has_value()) continue;
+        none_given_up = false;
+        given_up += *left;
+        // Whatever comes now would come too late, and its caller would wait in vain.
+        queue->close();
+      }
+      return none_given_up;
+    });
+    if (all_ran) return;
+    __android_log_print(
+        ANDROID_LOG_ERROR, kLogTag,
+        "Gave up %zu queued tasks at process exit: the one before them does not end", given_up);
+  }
+
   std::mutex mutex_;
   std::vector<std::shared_ptr<TaskQueue>> queues_;  // guarded by mutex_
+  std::atomic<bool> exiting_{false};
+  std::atomic<std::chrono::steady_clock::rep> patience_{
+      std::chrono::steady_clock::duration(kExitPatience).count()};
 };
 
-std::thread startWorker(const std::shared_ptr<TaskQueue>& queue) {
+void* runWorker(void* argument) {
+  const std::unique_ptr<std::shared_ptr<TaskQueue>> queue(
+      static_cast<std::shared_ptr<TaskQueue>*>(argument));
+  (*queue)->run();
+  LiveQueues::getInstance().remove(*queue);
+  return nullptr;
+}
+
+/// Every signal but those that report a fault of the running thread itself.
+sigset_t asynchronousSignals() {
+  sigset_t signals;
+  sigfillset(&signals);
+  for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+    sigdelset(&signals, fault);
+  }
+  return signals;
+}
+
+/// Starts a worker that takes no signals: they are for the threads of the program, which may have
+/// blocked them on purpose, and a log that has lost its reader must not end the process.
+pthread_t startWorker(const std::shared_ptr<TaskQueue>& queue) {
+  const sigset_t blocked = asynchronousSignals();
+  sigset_t before;
+  pthread_sigmask(SIG_SETMASK, &blocked, &before);
+  pthread_t worker{};
+  const int error = pthread_create(&worker, nullptr, runWorker, new std::shared_ptr(queue));
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (error != 0) {
+    __android_log_assert("pthread_create", kLogTag, "Cannot start a worker thread: %s",
+                         std::strerror(error));
+  }
   LiveQueues::getInstance().add(queue);
-  return std::thread([queue] {
-    queue->run();
-    LiveQueues::getInstance().remove(queue);
-  });
+  return worker;
 }
 
 }  // namespace
@@ -78,10 +157,15 @@ TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds start_limit)
 TaskRunnerThread::~TaskRunnerThread() {
   queue_->close();
   // A worker cannot join itself, and a forked process has no worker to join.
-  if (queue_->isRunningOnCurrentThread() || !queue_->hasWorker()) {
-    worker_.detach();
+  bool joins = queue_->hasWorker() && !queue_->isRunningOnCurrentThread();
+  LiveQueues& queues = LiveQueues::getInstance();
+  if (joins && queues.isExiting()) {
+    joins = queues.waitDuringExit([this](auto deadline) { return queue_->waitForEnd(deadline); });
+  }
+  if (joins) {
+    pthread_join(worker_, nullptr);
   } else {
-    worker_.join();
+    pthread_detach(worker_);
   }
 }
 
@@ -92,10 +176,12 @@ TaskRunner::TaskRunner(std::weak_ptr<TaskRunnerThread> thread) : thread_(std::mo
 TaskRunner::~TaskRunner() = default;
 
 void TaskRunner::postTask(std::function<void()> task) {
+  requireTask(task);
   if (queue_ != nullptr) queue_->post(std::move(task));
 }
 
 KivStatus TaskRunner::postTaskAndWait(std::function<void()> task) {
+  requireTask(task);
   return queue_ != nullptr ? queue_->postAndWait(std::move(task)) : KivStatus(DEAD_OBJECT);
 }
 

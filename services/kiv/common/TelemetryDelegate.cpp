@@ -20,9 +20,12 @@ TelemetryDelegate& TelemetryDelegate::getInstance() {
 }
 
 void TelemetryDelegate::registerHandler(TelemetryHandler* handler, HandlerFactory factory) {
-  std::lock_guard lock(mutex_);
-  handler_ = handler;
-  factory_ = std::move(factory);
+  {
+    std::lock_guard lock(mutex_);
+    handler_ = handler;
+    factory_.swap(factory);
+  }
+  // The old factory goes here, outside the lock: what it owns may use the delegate itself.
 }
 
 TelemetryHandler* TelemetryDelegate::getHandler() const {

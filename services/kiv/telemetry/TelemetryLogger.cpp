@@ -4,7 +4,6 @@
 #include <functional>
 #include <utility>
 
-#include "services/kiv/telemetry/ScopedManagerRef.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/vocabulary/KivFatalCheck.h"
 
@@ -31,24 +30,24 @@ TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::stri
                      submission_model != TelemetrySubmissionModel::LOCKING_IMMEDIATE,
                      "The TelemetryLogger constructor without logger managers should be used for a "
                      "submission model of LOCKING_IMMEDIATE");
-  startInternal();
+  startOnConstruction();
 }
 
 TelemetryLogger::TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                                  TelemetrySubmissionModel submission_model)
     : session_id_(session_id), logger_name_(name), submission_model_(submission_model) {
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) {
-    const internal::ScopedManagerRef manager;
-    managers_ = manager->managers_;
-    task_runner_thread_ = manager->task_runner_thread_;
+    const TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
+    managers_ = manager.managers_;
+    task_runner_thread_ = manager.task_runner_thread_;
     task_runner_.emplace(task_runner_thread_);
   } else {
     managers_ = internal::makeAggregationManagers();
   }
-  startInternal();
+  startOnConstruction();
 }
 
-TelemetryLogger::TelemetryLogger() : TelemetryLogger(*internal::ScopedManagerRef()) {}
+TelemetryLogger::TelemetryLogger() : TelemetryLogger(TelemetryLoggerManager::getInstance()) {}
 
 TelemetryLogger::TelemetryLogger(TelemetryLoggerManager& manager)
     : TelemetryLogger(
@@ -70,7 +69,7 @@ bool TelemetryLogger::start() {
 
 bool TelemetryLogger::stop() {
   ensureLoggerRespectsTelemetrySubmissionModel();
-  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::stop);
+  if (!worksOnCurrentThread()) return submitOnWorker(&TelemetryLogger::stop);
   bool stopped = true;
   // Every manager is stopped, whatever the others return.
   internal::forEachManager(managers_,
@@ -80,7 +79,7 @@ bool TelemetryLogger::stop() {
 
 bool TelemetryLogger::flush() {
   ensureLoggerRespectsTelemetrySubmissionModel();
-  if (!worksOnCurrentThread()) return callOnWorker(&TelemetryLogger::flush);
+  if (!worksOnCurrentThread()) return submitOnWorker(&TelemetryLogger::flush);
   bool flushed = true;
   internal::forEachManager(managers_,
                            [&flushed](auto& manager) { flushed = manager.flush() && flushed; });

@@ -1,21 +1,28 @@
 // The process-wide manager, the handle by which clients reach it, and the telemetry switch.
-#include <pthread.h>
+#include <android/log.h>
 
+#include <atomic>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 #include "kiv/TelemetryLogger.h"
-#include "services/kiv/telemetry/ScopedManagerRef.h"
+#include "services/kiv/telemetry/ProcessExit.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
+#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
-using internal::ScopedManagerRef;
 using internal::WindowAccess;
 
 namespace {
+
+constexpr char kLogTag[] = "KivTelemetry";
+
+/// The kinds of events, each of which has a window.
+constexpr int kKinds = 6;
 
 /// How long a waited lifecycle call may stand in the shared worker's queue before it is given up.
 constexpr std::chrono::milliseconds kTaskStartLimit{1000};
@@ -23,65 +30,12 @@ constexpr std::chrono::milliseconds kTaskStartLimit{1000};
 std::once_flag manager_once;
 std::once_flag env_once;
 
-/// The manager while its switch can be read. That includes its destruction, during which it submits
-/// the last windows.
-std::atomic<TelemetryLoggerManager*> manager_with_switch{nullptr};
+/// The process's manager, once there is one. Never destroyed, because threads go on reporting while
+/// a process exits, and static destructors may report at any time: only its windows are submitted.
+std::atomic<TelemetryLoggerManager*> process_manager{nullptr};
 
-/// Whether the manager's end has begun. Loggers that are made from then on take nothing from it.
-bool manager_ended = false;
-
-// Guards manager_ended, and is held shared while a thread takes something from the manager, so that
-// the manager does not end meanwhile. A plain lock, because unlike a std::shared_mutex it needs no
-// destructor, after which it could not be used any more.
-pthread_rwlock_t manager_lifetime = PTHREAD_RWLOCK_INITIALIZER;
-
-/// True in a process forked from the one that made the manager. What the manager holds there is a
-/// copy of what the worker was working on at that moment: it is the parent's to submit, and left
-/// alone.
-bool is_forked_copy = false;
-
-void becomeForkedCopy() {
-  is_forked_copy = true;
-  manager_lifetime = PTHREAD_RWLOCK_INITIALIZER;
-}
-
-union ManagerAtExit {
-  constexpr ManagerAtExit() : manager(std::nullopt) {}
-  ~ManagerAtExit() {
-    if (is_forked_copy) return;
-    pthread_rwlock_wrlock(&manager_lifetime);
-    manager_ended = true;
-    pthread_rwlock_unlock(&manager_lifetime);
-    manager.~optional();
-    manager_with_switch = nullptr;
-  }
-
-  ManagerAtExit(const ManagerAtExit&) = delete;
-  ManagerAtExit& operator=(const ManagerAtExit&) = delete;
-
-  std::optional<TelemetryLoggerManager> manager;
-};
-
-// The library's only object that is destroyed at process exit.
-ManagerAtExit manager_at_exit;
-
-/// The manager, created on first need. It may have ended.
-TelemetryLoggerManager& findManager() {
-  static TelemetryLoggerManager* manager = nullptr;
-  std::call_once(manager_once, [] {
-    manager = &manager_at_exit.manager.emplace();
-    manager_with_switch = manager;
-    pthread_atfork(nullptr, nullptr, becomeForkedCopy);
-  });
-  return *manager;
-}
-
-/// The manager for those who ask for one after the end of the real one. Leaked on purpose: nothing
-/// is left that could destroy it in order.
-TelemetryLoggerManager& postExitManager() {
-  static TelemetryLoggerManager& afterlife = *new TelemetryLoggerManager;
-  return afterlife;
-}
+/// Set when the last windows have been submitted, or given up.
+std::atomic<bool> submission_is_over{false};
 
 std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, const std::string& name,
                                             const std::shared_ptr<TaskRunnerThread>& thread,
@@ -93,24 +47,36 @@ std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, cons
       managers.string_event_manager_, model);
 }
 
-/// Submits what a manager holds, if somebody else keeps it beyond the process manager's end: nobody
-/// will do it then. `owners` are the ones that let go of it now. One that was stopped holds
-/// nothing, and that is no fault to be logged.
-template <typename Event>
-void submitIfKept(const TelemetryLogger::Manager<Event>& manager, long owners) {
-  if (manager.use_count() > owners && WindowAccess::isRunning(*manager)) manager->flush();
-}
+}  // namespace
+
+/// Submits what the manager holds when the process exits: the library's only object with a static
+/// destructor.
+struct SubmissionAtExit {
+  ~SubmissionAtExit() {
+    TelemetryLoggerManager* const manager = process_manager;
+    // What a forked process has inherited is its parent's to submit.
+    if (manager != nullptr && internal::forkCount() == 0) manager->submitAtExit();
+    submission_is_over = true;
+  }
+};
+
+namespace {
+
+const SubmissionAtExit submission_at_exit;
 
 }  // namespace
 
-internal::ScopedManagerRef::ScopedManagerRef() : manager_(&findManager()) {
-  pthread_rwlock_rdlock(&manager_lifetime);
-  if (manager_ended) manager_ = &postExitManager();
+TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
+  std::call_once(manager_once, [] {
+    const internal::ScopedNoCancellation no_cancellation;
+    internal::watchForks();
+    // Around the exit handler that the common library registers with its first worker.
+    internal::ExitBudget::registerEnd();
+    process_manager = new TelemetryLoggerManager;
+    internal::ExitBudget::registerBegin();
+  });
+  return *process_manager;
 }
-
-internal::ScopedManagerRef::~ScopedManagerRef() { pthread_rwlock_unlock(&manager_lifetime); }
-
-TelemetryLoggerManager& TelemetryLoggerManager::getInstance() { return *ScopedManagerRef(); }
 
 TelemetryLoggerManager::TelemetryLoggerManager()
     : session_id_(nullptr),
@@ -119,32 +85,46 @@ TelemetryLoggerManager::TelemetryLoggerManager()
       telemetry_logger_(makeLogger(session_id_, std::string(), task_runner_thread_, managers_,
                                    TelemetrySubmissionModel::NON_BLOCKING)) {}
 
-TelemetryLoggerManager::~TelemetryLoggerManager() {
-  // Static objects that were destroyed just before may have reported: once the resources below are
-  // dropped, nobody would wait for the worker to take those reports. Each attempt lasts as long as
-  // a task may stand in the queue; behind a slow telemetry module it takes several.
+TelemetryLoggerManager::~TelemetryLoggerManager() { task_runner_thread_.reset(); }
+
+void TelemetryLoggerManager::submitAtExit() {
+  // Shared with the task, which may outlive the wait.
+  const auto progress = std::make_shared<internal::ExitProgress>(kKinds);
   TaskRunner task_runner(task_runner_thread_);
-  while (task_runner.postTaskAndWait([this] { submitKeptWindows(); }).code() == TIMED_OUT) {
+  if (task_runner.isRunningOnCurrentThread()) {
+    submitOpenWindows(*progress);
+    return;
   }
-  task_runner_thread_.reset();
+  {
+    // Called when the task is released, whether it ran or not.
+    const std::shared_ptr<void> end(nullptr, [progress](void* /*none*/) { progress->end(); });
+    task_runner.postTask([this, progress, end] { submitOpenWindows(*progress); });
+  }
+  progress->waitForEnd(internal::ExitBudget::deadline());
+  if (const int left = progress->left(); left > 0) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag,
+                        "Gave up %d of %d windows at process exit: the telemetry module is busy",
+                        left, kKinds);
+  }
 }
 
-void TelemetryLoggerManager::submitKeptWindows() {
-  // The default logger and this manager own each aggregation; a default logger that is kept keeps
-  // them all.
-  const long owners = telemetry_logger_.use_count() > 1 ? 0 : 2;
-  submitIfKept(managers_.string_event_manager_, owners);
-  submitIfKept(managers_.float_event_manager_, owners);
-  submitIfKept(managers_.int64_event_manager_, owners);
-  submitIfKept(managers_.audio_latency_manager_, owners);
-  submitIfKept(managers_.stream_event_manager_, owners);
-  submitIfKept(managers_.error_code_manager_, owners);
+void TelemetryLoggerManager::submitOpenWindows(internal::ExitProgress& progress) {
+  const auto submit = [&progress](const auto& manager) {
+    WindowAccess::finish(*manager);
+    progress.advance();
+  };
+  submit(managers_.string_event_manager_);
+  submit(managers_.float_event_manager_);
+  submit(managers_.int64_event_manager_);
+  submit(managers_.audio_latency_manager_);
+  submit(managers_.stream_event_manager_);
+  submit(managers_.error_code_manager_);
+  // Reports behind this task belong to windows that nothing submits.
+  submission_is_over = true;
 }
 
 std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::getTelemetryLoggerInstance() {
-  // Through a use of its own: the caller may have got its reference before the manager's end.
-  const ScopedManagerRef manager;
-  return this == &findManager() ? manager->telemetry_logger_ : telemetry_logger_;
+  return telemetry_logger_;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
@@ -157,32 +137,28 @@ std::shared_ptr<TelemetryLogger> TelemetryLoggerManager::createLogger(std::strin
 }
 
 bool isTelemetryEnabled() {
-  findManager();
-  const TelemetryLoggerManager* const manager = manager_with_switch;
-  return manager != nullptr && manager->telemetry_enabled_;
+  const TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
+  return manager.telemetry_enabled_ && !submission_is_over;
 }
 
 void disableTelemetryForTesting() {
-  findManager();
-  if (TelemetryLoggerManager* const manager = manager_with_switch) {
-    manager->telemetry_enabled_ = false;
-  }
+  TelemetryLoggerManager::getInstance().telemetry_enabled_ = false;
 }
 
 TelemetryEnv::TelemetryEnv() {
   ensureInitialized();
-  logger_ = ScopedManagerRef()->telemetry_logger_;
+  logger_ = TelemetryLoggerManager::getInstance().telemetry_logger_;
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name) {
   ensureInitialized();
-  const ScopedManagerRef manager;
-  logger_ = manager->createLogger(name, manager->telemetry_logger_->session_id_, false);
+  TelemetryLoggerManager& manager = TelemetryLoggerManager::getInstance();
+  logger_ = manager.createLogger(name, manager.telemetry_logger_->session_id_, false);
 }
 
 TelemetryEnv::TelemetryEnv(const std::string& name, const KivSessionId& session_id) {
   ensureInitialized();
-  logger_ = ScopedManagerRef()->createLogger(name, session_id, false);
+  logger_ = TelemetryLoggerManager::getInstance().createLogger(name, session_id, false);
 }
 
 TelemetryEnv::TelemetryEnv(std::shared_ptr<TelemetryLogger> logger) : logger_(std::move(logger)) {
@@ -197,8 +173,8 @@ void TelemetryEnv::init() {
   const auto default_logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();
   TelemetryDelegate::getInstance().registerHandler(
       default_logger.get(), [](const std::string& name) -> std::unique_ptr<TelemetryHandler> {
-        return std::make_unique<TelemetryLogger>(ScopedManagerRef()->session_id_, name,
-                                                 TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+        return std::make_unique<TelemetryLogger>(TelemetryLoggerManager::getInstance().session_id_,
+                                                 name, TelemetrySubmissionModel::LOCKING_IMMEDIATE);
       });
 }
 

@@ -27,18 +27,38 @@ using internal::ValueReport;
 
 namespace {
 
+constexpr char kLogTag[] = "KivTelemetry";
+
+/// The Android log's own limit for a formatted line, behind which it cuts.
+constexpr size_t kLogLimit = 1024;
+
+[[noreturn, gnu::noinline]] void abortWithoutOwner() {
+  __android_log_assert("owner", kLogTag,
+                       "A TelemetryLogger that no std::shared_ptr owns cannot queue a report");
+}
+
+/// The owner that a queued report shares. `shared_from_this()` would abort without a log line.
+std::shared_ptr<TelemetryLogger> ownerOf(TelemetryLogger& logger) {
+  auto owner = logger.weak_from_this().lock();
+  if (owner == nullptr) abortWithoutOwner();
+  return owner;
+}
+
 /// Writes "API - CODE". The log formats the line when it is complete: that takes fewer instructions
 /// than giving it the two texts.
 void writeErrorLine(const std::string& tag, const std::string& api, const std::string& error_code) {
-  // The Android log's own limit for a formatted line, behind which it cuts.
-  char line[1024];
+  char line[kLogLimit];
   char* end = line;
   for (const char* text : {api.c_str(), " - ", error_code.c_str()}) {
     const auto room = static_cast<size_t>(std::end(line) - end) - 1;
     end = std::copy_n(text, std::min(std::strlen(text), room), end);
   }
   *end = '\0';
-  __android_log_print(ANDROID_LOG_ERROR, tag.c_str(), "%s", line);
+  if (tag.size() < kLogLimit) {
+    __android_log_print(ANDROID_LOG_ERROR, tag.c_str(), "%s", line);
+  } else {
+    __android_log_print(ANDROID_LOG_ERROR, tag.substr(0, kLogLimit - 1).c_str(), "%s", line);
+  }
 }
 
 }  // namespace
@@ -47,7 +67,7 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
 
 void TelemetryLogger::postToWorker(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
-    task_runner_->postTaskAndWait(std::move(task));
+    if (mayWaitForWorker()) task_runner_->postTaskAndWait(std::move(task));
   } else {
     task_runner_->postTask(std::move(task));
   }
@@ -65,7 +85,7 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     postToWorker(
-        [self = shared_from_this(), packed = TaskStrings{error_code, api, kiv_class}, severity] {
+        [self = ownerOf(*this), packed = TaskStrings{error_code, api, kiv_class}, severity] {
           const ScratchStrings texts(packed);
           self->logErrorCode(texts[0], texts[1], severity, texts[2]);
         });
@@ -110,7 +130,7 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker([self = shared_from_this(), pcm_info, stream_type, packed = TaskStrings{event}] {
+    postToWorker([self = ownerOf(*this), pcm_info, stream_type, packed = TaskStrings{event}] {
       self->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(packed)[0]);
     });
     return;
@@ -138,9 +158,10 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
   if (!worksOnCurrentThread()) {
     // Latency samples come from audio callbacks of loggers that outlive their streams: unlike the
     // other reports they do not share in owning the logger.
-    task_runner_->postTask(submission_model_ == TelemetrySubmissionModel::BLOCKING,
-                           &TelemetryLogger::logAudioLatencyInternal, this, pcm_info, stream_type,
-                           latency);
+    const bool waits = submission_model_ == TelemetrySubmissionModel::BLOCKING;
+    if (waits && !mayWaitForWorker()) return;
+    task_runner_->postTask(waits, &TelemetryLogger::logAudioLatencyInternal, this, pcm_info,
+                           stream_type, latency);
     return;
   }
   recordReport(*managers_.audio_latency_manager_,
@@ -154,16 +175,16 @@ void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     if constexpr (std::is_same_v<T, std::string>) {
-      postToWorker([self = shared_from_this(), packed = TaskStrings({name, value}, prefix),
-                    aggregation_type] {
-        const ScratchStrings texts(packed);
-        self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
-      });
+      postToWorker(
+          [self = ownerOf(*this), packed = TaskStrings({name, value}, prefix), aggregation_type] {
+            const ScratchStrings texts(packed);
+            self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
+          });
     } else {
-      postToWorker([self = shared_from_this(), packed = TaskStrings({name}, prefix), value,
-                    aggregation_type] {
-        self->logKivEvent<T>(ScratchStrings(packed)[0], value, aggregation_type);
-      });
+      postToWorker(
+          [self = ownerOf(*this), packed = TaskStrings({name}, prefix), value, aggregation_type] {
+            self->logKivEvent<T>(ScratchStrings(packed)[0], value, aggregation_type);
+          });
     }
     return;
   }

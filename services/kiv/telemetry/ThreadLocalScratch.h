@@ -1,7 +1,10 @@
 /// Memory that serves one report after the other.
 #pragma once
 
+#include <pthread.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -18,11 +21,12 @@ class ThreadLocalScratch {
   /// `size` says how much it is going to hold; `make` gives a fresh one.
   template <typename Make>
   ThreadLocalScratch(size_t size, Make make) : keeps_(size <= kMaxKept) {
-    if (!thread_ended) object_ = std::move(kept().object);
+    if (kept != nullptr) object_.reset(std::exchange(kept, nullptr));
     if (object_ == nullptr) object_ = std::make_unique<T>(make());
   }
   ~ThreadLocalScratch() {
-    if (keeps_ && !thread_ended) kept().object = std::move(object_);
+    if (!keeps_ || !isReleasedAtThreadEnd()) return;
+    delete std::exchange(kept, object_.release());
   }
 
   ThreadLocalScratch(const ThreadLocalScratch&) = delete;
@@ -32,18 +36,36 @@ class ThreadLocalScratch {
   T* operator->() const { return object_.get(); }
 
  private:
-  struct Kept {
-    ~Kept() { thread_ended = true; }
-    std::unique_ptr<T> object;
+  enum class Release : uint8_t { NONE, REGISTERED, DONE };
+
+  struct Key {
+    static void release(void* /*anything*/) {
+      delete std::exchange(kept, nullptr);
+      ThreadLocalScratch::release = Release::DONE;
+    }
+
+    pthread_key_t key{};
+    const bool made = pthread_key_create(&key, &Key::release) == 0;
   };
 
-  static Kept& kept() {
-    static thread_local Kept kept;
-    return kept;
+  /// Has what the thread keeps released when the thread ends. False if that is over: a thread may
+  /// report until its very end, from destructors that run after ours.
+  ///
+  /// A thread_local object with a destructor would do that too, but registering that destructor
+  /// takes the loader's lock, for which a worker must not wait.
+  static bool isReleasedAtThreadEnd() {
+    if (release == Release::NONE) {
+      static const Key key;
+      static const char anything = 0;
+      // Without a key the object is not kept.
+      if (!key.made || pthread_setspecific(key.key, &anything) != 0) return false;
+      release = Release::REGISTERED;
+    }
+    return release == Release::REGISTERED;
   }
 
-  // A thread may report until its very end: from destructors that run after ours.
-  static inline thread_local bool thread_ended = false;
+  static inline thread_local T* kept = nullptr;
+  static inline thread_local Release release = Release::NONE;
 
   std::unique_ptr<T> object_;
   const bool keeps_;

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
 #include "tamsa/Ptr.h"
 
 namespace android::kiv::internal {
@@ -52,6 +53,8 @@ void setFields(ITelemetryEvent& event, const EventFields& fields) {
 NestedSubmission::NestedSubmission() { ++nested_submissions; }
 
 NestedSubmission::~NestedSubmission() { --nested_submissions; }
+
+bool NestedSubmission::isActive() { return nested_submissions > 0; }
 
 bool NestedSubmission::limitReached() { return nested_submissions == kNestingLimit; }
 
@@ -104,7 +107,10 @@ void submitTable(ITelemetryHandler& handler, AggregateTable& table, const EventS
   const KivSessionId* session = nullptr;
   std::string session_text;
   EventFields fields;
+  const unsigned forks = internal::forkCount();
   table.visitInOrder([&](const AggregationKey& key, const AggregateTable::Aggregate& aggregate) {
+    // The module has forked: this is a copy, and the rest is its parent's to submit.
+    if (internal::forkCount() != forks) return;
     if (key.session != session) {
       session = key.session;
       session_text = session->toString();

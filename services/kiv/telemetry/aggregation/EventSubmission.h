@@ -26,6 +26,9 @@ class NestedSubmission {
   NestedSubmission(const NestedSubmission&) = delete;
   NestedSubmission& operator=(const NestedSubmission&) = delete;
 
+  /// True if this thread is inside a submission.
+  static bool isActive();
+
   /// True if no further submission may begin on this thread.
   static bool limitReached();
 };

@@ -2,6 +2,8 @@
 
 #include <android/log.h>
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "kiv/KivAudioLatencyAggregator.h"
@@ -17,18 +19,19 @@ using internal::WindowAccess;
 template <typename Event>
 TimedAggregationManager<Event>::TimedAggregationManager(
     std::shared_ptr<KivAggregator<Event>> aggregator, std::chrono::milliseconds aggregation_period)
-    : aggregator_(std::move(aggregator)), aggregation_period_(aggregation_period) {}
+    : aggregator_(std::move(aggregator)),
+      aggregation_period_(std::min(aggregation_period, internal::kLongestPeriod)) {}
 
 template <typename Event>
 TimedAggregationManager<Event>::~TimedAggregationManager() {
-  if (window_.has_value()) stop();
+  if (window_.isOpen()) stop();
 }
 
 template <typename Event>
 void TimedAggregationManager<Event>::start() {
-  if (window_.has_value()) return;
-  aggregator_->reset();
-  window_ = WindowAccess::open<Event>();
+  // Loops only while a logger is being constructed on another thread.
+  while (!window_.claimFirst() && window_.isClaimed()) std::this_thread::yield();
+  if (!window_.isOpen()) WindowAccess::begin(*this);
 }
 
 template <typename Event>
@@ -38,24 +41,23 @@ void TimedAggregationManager<Event>::add(const Event& event) {
 
 template <typename Event>
 bool TimedAggregationManager<Event>::flush() {
-  if (!window_.has_value()) {
+  if (!window_.isOpen()) {
     __android_log_print(ANDROID_LOG_ERROR, nullptr,
                         "%s: TimedAggregationManager not running! Cannot flush.", "flush");
     return false;
   }
-  WindowAccess::rollOver(*this);
-  return true;
+  return WindowAccess::rollOverFor(*this, "flush");
 }
 
 template <typename Event>
 bool TimedAggregationManager<Event>::stop() {
-  if (!window_.has_value()) {
+  if (!window_.isOpen()) {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "%s: TimedAggregationManager not running!",
                         "stop");
     return false;
   }
-  WindowAccess::rollOver(*this);
-  window_.reset();
+  if (!WindowAccess::rollOverFor(*this, "stop")) return false;
+  window_.close();
   return true;
 }
 

@@ -4,6 +4,8 @@
 
 #include <android/log.h>
 
+#include <chrono>
+
 #include "kiv/TimedAggregationManager.h"
 #include "services/kiv/telemetry/aggregation/Clock.h"
 #include "services/kiv/telemetry/aggregation/EventSubmission.h"
@@ -11,16 +13,35 @@
 
 namespace android::kiv::internal {
 
+/// The longest period that can be compared with an age, in nanoseconds: some 292 years.
+inline constexpr std::chrono::milliseconds kLongestPeriod =
+    std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::nanoseconds::max());
+
 struct WindowAccess {
+  /// Starts a manager that was never started, for a logger that is constructed on any thread while
+  /// the owner's thread may call every other operation. False if the manager was stopped since, so
+  /// that only its owner may start it.
   template <typename Event>
-  static auto open() {
-    const auto steady = steadyNow();
-    return typename TimedAggregationManager<Event>::Window{steady, systemNow()};
+  static bool startIfNew(TimedAggregationManager<Event>& manager) {
+    if (!manager.window_.claimFirst()) return manager.window_.isOpen();
+    begin(manager);
+    return true;
   }
 
+  /// Empties the aggregator and opens a window.
   template <typename Event>
-  static bool isRunning(const TimedAggregationManager<Event>& manager) {
-    return manager.window_.has_value();
+  static void begin(TimedAggregationManager<Event>& manager) {
+    manager.aggregator_->reset();
+    manager.window_.open(newWindow<Event>());
+  }
+
+  /// Submits the open window, if any, and releases the telemetry module's handler. The manager
+  /// takes further reports. Only for the library's own aggregators.
+  template <typename Event>
+  static void finish(TimedAggregationManager<Event>& manager) {
+    if (manager.window_.isOpen()) manager.flush();
+    // A module that ends the process from inside a submission is still using its handler.
+    if (!NestedSubmission::isActive()) manager.aggregator_ = TableAggregator<Event>::make();
   }
 
   /// Does what `TimedAggregationManager::add` does with the report's event, which is made only for
@@ -39,7 +60,7 @@ struct WindowAccess {
   /// Closes the open window if its period is over. False, with an error log line, while stopped.
   template <typename Event>
   static bool rollOverIfExpired(TimedAggregationManager<Event>& manager) {
-    if (!manager.window_.has_value()) {
+    if (!manager.window_.isOpen()) {
       __android_log_print(ANDROID_LOG_ERROR, nullptr,
                           "%s: TimedAggregationManager not running! Cannot add.", "add");
       return false;
@@ -49,17 +70,32 @@ struct WindowAccess {
     return true;
   }
 
-  /// Opens the next window and submits the one before it. Only while running. Once the limit of
-  /// nested submissions is reached, leaves the window open.
+  /// Rolls over; if it cannot, logs an error line with the operation's name and returns false.
   template <typename Event>
-  static void rollOver(TimedAggregationManager<Event>& manager) {
-    if (NestedSubmission::limitReached()) return;
+  static bool rollOverFor(TimedAggregationManager<Event>& manager, const char* operation) {
+    if (rollOver(manager)) return true;
+    __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                        "%s: Too many nested submissions! The window stays open.", operation);
+    return false;
+  }
+
+ private:
+  template <typename Event>
+  static auto newWindow() {
+    const auto steady = steadyNow();
+    return typename TimedAggregationManager<Event>::Window{steady, systemNow()};
+  }
+
+  /// Opens the next window and submits the one before it. Only while running. False, and the window
+  /// stays open, if the limit of nested submissions is reached.
+  template <typename Event>
+  static bool rollOver(TimedAggregationManager<Event>& manager) {
+    if (NestedSubmission::limitReached()) return false;
     const NestedSubmission nested;
     const auto start = manager.window_->started_system;
-    // Assigned in place: emplacing would leave the optional empty for an instant, and a logger that
-    // is being constructed on another thread would take the manager for a stopped one.
-    *manager.window_ = open<Event>();
+    *manager.window_ = newWindow<Event>();
     manager.aggregator_->flush(start, manager.window_->started_system);
+    return true;
   }
 };
 

@@ -1,9 +1,15 @@
 #include "kiv/KivSessionId.h"
 
+#include <pthread.h>
 #include <uuid/uuid.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
+#include <mutex>
 #include <utility>
+
+#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
@@ -12,9 +18,46 @@ namespace {
 // Of the two libraries that bring this header, Android's has no name for the length.
 constexpr size_t kUuidTextSize = 37;
 
+using internal::ScopedNoCancellation;
+
+// Trivially destructible: loggers are made until the very end of a process.
+std::mutex generating;
+
+/// Keeps the host's `random()` and `rand()` as they are: libuuid seeds them anew with each
+/// identifier. One at a time, or two would give each other's state back.
+class ScopedRandomState {
+ public:
+  ScopedRandomState() {
+    static const int watching = pthread_atfork(
+        [] { generating.lock(); }, [] { generating.unlock(); }, [] { generating.unlock(); });
+    static_cast<void>(watching);
+    generating.lock();
+    constexpr unsigned kAnySeed = 1;
+    before_ = initstate(kAnySeed, ours, sizeof(ours));
+  }
+  ~ScopedRandomState() {
+    setstate(before_);
+    generating.unlock();
+  }
+
+  ScopedRandomState(const ScopedRandomState&) = delete;
+  ScopedRandomState& operator=(const ScopedRandomState&) = delete;
+
+ private:
+  static inline char ours[32];
+
+  const ScopedNoCancellation no_cancellation_;
+  char* before_;
+};
+
+void generate(uuid_t& uuid) {
+  const ScopedRandomState state;
+  uuid_generate_random(uuid);
+}
+
 std::string generateId() {
   uuid_t uuid;
-  uuid_generate_random(uuid);
+  generate(uuid);
   char text[kUuidTextSize];
   uuid_unparse(uuid, text);
   return text;
@@ -26,7 +69,18 @@ KivSessionId::KivSessionId(std::shared_ptr<KivSessionId> parent)
     : id_(generateId()), parent_(std::move(parent)) {}
 
 std::string KivSessionId::toString() const {
-  return parent_ != nullptr ? parent_->toString() + "." + id_ : id_;
+  // Not recursive: a chain may be longer than the stack.
+  size_t size = id_.size();
+  for (const KivSessionId* one = parent_.get(); one != nullptr; one = one->parent_.get()) {
+    size += one->id_.size() + 1;
+  }
+  std::string text(size, '.');
+  auto begin = text.end();
+  for (const KivSessionId* one = this;; one = one->parent_.get()) {
+    begin = std::copy_backward(one->id_.begin(), one->id_.end(), begin);
+    if (one->parent_ == nullptr) return text;
+    --begin;
+  }
 }
 
 int KivSessionId::compare(const KivSessionId& other) const {

@@ -9,11 +9,12 @@
 ///  - Any thread may post, hold and drop handles.
 #pragma once
 
+#include <pthread.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <thread>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -30,11 +31,15 @@ class TaskQueue;
 /// Owns a worker thread. Held by shared pointers only; work is posted through a `TaskRunner`.
 ///
 /// Tasks still queued when the process exits are run before the static objects go that were there
-/// when the first `TaskRunnerThread` was made.
+/// when the first `TaskRunnerThread` was made. Exit waits for them for ten seconds in all; tasks
+/// that have not run by then are given up, with a line in the log.
+///
+/// The worker blocks all signals except those that its own faults raise.
 class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
  public:
   /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
-  /// starts; it does not bound how long a task runs.
+  /// starts; it does not bound how long a task runs. A negative limit is taken for zero. If there
+  /// is no memory or no thread, the process ends.
   static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) {
     // In two allocations: handles hold weak references, which would keep a joint one alive.
     // NOLINTNEXTLINE(modernize-make-shared)
@@ -56,7 +61,7 @@ class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<T
   friend class TaskRunner;
 
   const std::shared_ptr<internal::TaskQueue> queue_;
-  std::thread worker_;
+  const pthread_t worker_;
 };
 
 /// A handle for posting to one `TaskRunnerThread`; copies post to the same one. It does not keep
@@ -73,12 +78,15 @@ class KIV_COMMON_EXPORT TaskRunner {
   TaskRunner(TaskRunner&&) = default;
   TaskRunner& operator=(TaskRunner&&) = default;
 
-  /// Queues `task` and returns at once. If the thread is gone, the task is dropped.
+  /// Queues `task` and returns at once. If the thread is gone, the task is dropped. The caller
+  /// never waits for room in the queue: beyond 4 194 304 tasks, further ones are dropped. An empty
+  /// task ends the process.
   void postTask(std::function<void()> task);
 
   /// Queues `task` and waits until it has run. Otherwise it never runs, and the status is
   /// `DEAD_OBJECT` (the thread is gone), `TIMED_OUT` (it did not start within the thread's limit)
-  /// or `INVALID_OPERATION` (called on the worker itself, which would wait for ever).
+  /// or `INVALID_OPERATION` (called on the worker itself, which would deadlock). A task that has
+  /// started is waited for to its end, without a limit. An empty task ends the process.
   KivStatus postTaskAndWait(std::function<void()> task);
 
   /// True on the worker of this handle's thread.

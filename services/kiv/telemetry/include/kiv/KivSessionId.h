@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "kiv/Export.h"
 
@@ -18,6 +19,20 @@ class KIV_EXPORT KivSessionId {
  public:
   /// A fresh identifier under `parent`, which it shares; an empty parent makes a root.
   explicit KivSessionId(std::shared_ptr<KivSessionId> parent);
+
+  /// Inline, because clients have always compiled it themselves.
+  ~KivSessionId() {
+    // Parents that nothing else shares go one by one: a chain may be longer than the stack.
+    while (parent_ != nullptr && parent_.use_count() == 1) {
+      std::shared_ptr<KivSessionId> next = std::move(parent_->parent_);
+      parent_ = std::move(next);
+    }
+  }
+
+  KivSessionId(const KivSessionId&) = default;
+  KivSessionId& operator=(const KivSessionId&) = default;
+  KivSessionId(KivSessionId&&) = default;
+  KivSessionId& operator=(KivSessionId&&) = default;
 
   /// The chain of identifiers from the root to this one, joined by ".".
   std::string toString() const;

@@ -44,6 +44,10 @@ namespace android::kiv {
 
 class TelemetryLoggerManager;
 
+namespace internal {
+class ExitProgress;
+}  // namespace internal
+
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
   NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
@@ -211,6 +215,12 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
 
   KIV_HIDDEN bool startInternal();
 
+  /// Starts what is not running, for a constructor on any thread.
+  KIV_HIDDEN void startOnConstruction();
+
+  /// Whether the calling thread may wait for the worker. See LoggerWaits.cpp.
+  KIV_HIDDEN static bool mayWaitForWorker();
+
   /// Ends the process if the model needs a worker and there is none.
   KIV_HIDDEN void ensureLoggerRespectsTelemetrySubmissionModel();
 
@@ -222,6 +232,9 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
 
   /// Calls `operation` on this logger on the worker, and waits for its result.
   KIV_HIDDEN bool callOnWorker(bool (TelemetryLogger::*operation)());
+
+  /// Calls an operation that may need the telemetry module on the worker, and waits for its result.
+  KIV_HIDDEN bool submitOnWorker(bool (TelemetryLogger::*operation)());
 
   /// Adds a report to its window, which in `LOCKING_IMMEDIATE` is submitted at once.
   template <typename Report>
@@ -271,8 +284,8 @@ void TelemetryLogger::logKivEvent(const std::string& name, const T& value,
 /// The order of the data members is part of the binary interface.
 class KIV_EXPORT TelemetryLoggerManager {
  public:
-  /// The manager of the process, created on first use, from any thread. At process exit it submits
-  /// the open windows. A call after that returns a manager that takes reports and submits none.
+  /// The manager of the process, created on first use, from any thread, and never destroyed. At
+  /// process exit it submits the open windows. Later reports are taken and never submitted.
   static TelemetryLoggerManager& getInstance();
 
   TelemetryLoggerManager();
@@ -289,11 +302,15 @@ class KIV_EXPORT TelemetryLoggerManager {
   friend class TelemetryEnv;
   friend class TelemetryLogger;
   friend class TelemetryLoggerManagerTestPeer;
+  friend struct SubmissionAtExit;
   friend bool isTelemetryEnabled();
   friend void disableTelemetryForTesting();
 
-  /// On the worker: submits the windows of aggregations that others keep beyond this manager's end.
-  KIV_HIDDEN void submitKeptWindows();
+  /// At process exit: has the worker submit the open windows, and waits for it within a limit.
+  KIV_HIDDEN void submitAtExit();
+
+  /// On the worker: submits the open windows, from the last kind to the first, and counts them.
+  KIV_HIDDEN void submitOpenWindows(internal::ExitProgress& progress);
 
   /// A logger on the shared resources, under a fresh session whose parent is a copy of
   /// `session_id`.

@@ -3,10 +3,10 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 
 #include "kiv/Export.h"
 #include "kiv/KivBaseAggregator.h"
+#include "kiv/internal/WindowSlot.h"
 
 namespace android::kiv {
 
@@ -25,8 +25,7 @@ inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 /// the steady clock; its reported start and end are wall-clock times, and one window ends exactly
 /// where the next begins.
 ///
-/// Not synchronised: callers must serialize their calls. The one exception is `start()` on a
-/// running manager, which changes nothing and may be called at any time.
+/// Not synchronised: callers must serialize their calls.
 ///
 /// Instantiated in the library for its own kinds of events.
 template <typename Event>
@@ -49,10 +48,12 @@ class KIV_EXPORT TimedAggregationManager {
   /// is dropped with an error log line.
   void add(const Event& event);
 
-  /// Submits the open window and opens the next. False, with an error log line, while stopped.
+  /// Submits the open window and opens the next. False, with an error log line, while stopped, and
+  /// beyond the limit of nested submissions, where the window stays open.
   bool flush();
 
-  /// Submits the open window and stops. False, with a debug log line, if already stopped.
+  /// Submits the open window and stops. False, with a debug log line, if already stopped. Beyond
+  /// the limit of nested submissions, false, with an error log line, and the manager keeps running.
   bool stop();
 
  private:
@@ -66,7 +67,7 @@ class KIV_EXPORT TimedAggregationManager {
 
   std::shared_ptr<KivAggregator<Event>> aggregator_;
   std::chrono::milliseconds aggregation_period_;
-  std::optional<Window> window_;  // has a value exactly while running
+  internal::WindowSlot<Window> window_;  // open exactly while running
 };
 
 }  // namespace android::kiv

@@ -1,0 +1,62 @@
+// Where a logger waits for its worker, and where it must not.
+//
+// The loader of shared libraries holds a lock while it runs the static constructors and destructors
+// of a library that comes or goes. Loading the telemetry module takes the same lock. A worker that
+// loads it therefore waits for a static constructor that waits for the worker. So the module is
+// loaded before a thread waits, on that thread, which may hold the lock already.
+#include <chrono>
+#include <functional>
+#include <vector>
+
+#include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/aggregation/WindowAccess.h"
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
+#include "tamsa/ModuleReadiness.h"
+
+namespace android::kiv {
+
+namespace {
+
+/// How long a caller waits for another thread that is loading the module. As long as its task could
+/// stand in the queue.
+constexpr std::chrono::milliseconds kLoadLimit{1000};
+
+}  // namespace
+
+bool TelemetryLogger::mayWaitForWorker() {
+  using TAMSA::UnifiedTelemetry::isModuleReady;
+  using TAMSA::UnifiedTelemetry::prepareModule;
+  if (isModuleReady()) return true;
+  // In a forked copy of a process there is no worker, and no wait.
+  return !isTelemetryEnabled() || internal::forkCount() > 0 || prepareModule(kLoadLimit);
+}
+
+bool TelemetryLogger::submitOnWorker(bool (TelemetryLogger::*operation)()) {
+  return mayWaitForWorker() && callOnWorker(operation);
+}
+
+void TelemetryLogger::startOnConstruction() {
+  // The managers may be shared with a worker that stops and starts them now. A new one is started
+  // here; one that was stopped, in order with other tasks, by the worker.
+  std::vector<std::function<void()>> starts;
+  const auto start = [&starts](const auto& manager) {
+    if (internal::WindowAccess::startIfNew(*manager)) return;
+    starts.emplace_back([manager] { manager->start(); });
+  };
+  start(managers_.error_code_manager_);
+  start(managers_.stream_event_manager_);
+  start(managers_.audio_latency_manager_);
+  start(managers_.int64_event_manager_);
+  start(managers_.float_event_manager_);
+  start(managers_.string_event_manager_);
+  if (starts.empty()) return;
+  if (task_runner_thread_ == nullptr || task_runner_->isRunningOnCurrentThread()) {
+    startInternal();
+    return;
+  }
+  task_runner_->postTask([starts = std::move(starts)] {
+    for (const auto& one : starts) one();
+  });
+}
+
+}  // namespace android::kiv

@@ -1,0 +1,51 @@
+#include "tamsa/ModuleReadiness.h"
+
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
+#include "tamsa/SymbolCache.h"
+
+namespace TAMSA::UnifiedTelemetry {
+
+namespace {
+
+enum class Readiness : uint8_t { NONE, PREPARING, READY };
+
+std::atomic<Readiness> readiness{Readiness::NONE};
+
+/// Looked at while another thread loads the module: once per process, and rarely.
+constexpr std::chrono::milliseconds kPollInterval{1};
+
+/// True if the calling thread made the module ready. Only one thread gets as far as the loader, so
+/// that none waits there for another one without a limit.
+bool prepareAsFirst() {
+  Readiness none = Readiness::NONE;
+  if (!readiness.compare_exchange_strong(none, Readiness::PREPARING)) return false;
+  Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
+  Symbol::Cache<Symbol::kDestroyTelemetryHandler, void(int64_t, void*) noexcept>::getCached();
+  Symbol::Cache<Symbol::kDestroyTelemetryEvent, void(int64_t, void*) noexcept>::getCached();
+  readiness = Readiness::READY;
+  return true;
+}
+
+}  // namespace
+
+bool isModuleReady() { return readiness.load(std::memory_order_acquire) == Readiness::READY; }
+
+bool prepareModule(std::chrono::milliseconds limit) {
+  if (prepareAsFirst()) return true;
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!isModuleReady()) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(kPollInterval);
+  }
+  return true;
+}
+
+void prepareModule() {
+  if (isModuleReady() || prepareAsFirst()) return;
+  while (!isModuleReady()) std::this_thread::sleep_for(kPollInterval);
+}
+
+}  // namespace TAMSA::UnifiedTelemetry

@@ -1,0 +1,436 @@
+// Does what its argument names, at the edges of what a program may do to the library. It limits
+// itself: what hangs is ended by its alarm.
+#include <android/log.h>
+#include <dlfcn.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kiv/TelemetryDelegate.h"
+#include "kiv/TelemetryLogger.h"
+#include "tests/support/Latch.h"
+#include "tests/system/Calls.h"
+
+namespace {
+
+using android::kiv::KivErrorSeverity;
+using android::kiv::KivSessionId;
+using android::kiv::TelemetryDelegate;
+using android::kiv::TelemetryEnv;
+using android::kiv::TelemetryHandler;
+using android::kiv::TelemetryLogger;
+using android::kiv::TelemetryLoggerManager;
+using android::kiv::TelemetrySubmissionModel;
+using kiv_test::Latch;
+using kiv_test::report;
+
+/// Called inside each report to the module.
+std::function<void()>* module_hook = nullptr;
+
+/// The limit of every call, and of every exit.
+constexpr unsigned kHangsAfterSeconds = 30;
+
+// Looked up before main(): the functions that replace these must not need the loader.
+[[maybe_unused]] auto* const real_pthread_create =
+    reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+[[maybe_unused]] auto* const real_sem_clockwait =
+    reinterpret_cast<decltype(&sem_clockwait)>(dlsym(RTLD_NEXT, "sem_clockwait"));
+
+std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
+  return std::make_shared<TelemetryLogger>(KivSessionId(nullptr), "Edge", model);
+}
+
+void onModuleReportDo(std::function<void()> hook) {
+  module_hook = new std::function<void()>(std::move(hook));
+}
+
+[[noreturn]] void hang() {
+  for (;;) pause();
+}
+
+// The delegate's handler.
+
+void logThroughHandler() {
+  TelemetryDelegate::getInstance().getHandler()->logErrorCode("code", "api", KivErrorSeverity::INFO,
+                                                              "class");
+}
+
+bool handler_is_used_after_everything = false;
+
+/// Runs when every library has been finalised.
+void useHandlerAfterEverything(int /*status*/, void* /*unused*/) {
+  if (!handler_is_used_after_everything) return;
+  logThroughHandler();
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  logThroughHandler();
+  std::fputs("reported after everything\n", stderr);
+}
+
+// Called before any library is initialised, so what it registers is called when all are finalised.
+using Initialiser = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first =
+    [](int, char**, char**) { on_exit(useHandlerAfterEverything, nullptr); };
+
+int useHandlerUntilTheEnd() {
+  const TelemetryEnv telemetry("Edge");
+  __android_log_set_logger([](const __android_logger_data*, const char*) {});
+  Latch reporting;
+  std::thread([&] {
+    for (bool first = true;; first = false) {
+      logThroughHandler();
+      if (first) reporting.countDown();
+    }
+  }).detach();
+  reporting.wait();
+  handler_is_used_after_everything = true;
+  return 0;
+}
+
+// Signals.
+
+/// Brings up the worker before main() blocks any signal.
+const std::optional<TelemetryEnv> early = std::getenv("TELEMETRY_BEFORE_MAIN") != nullptr
+                                              ? std::optional<TelemetryEnv>("Early")
+                                              : std::nullopt;
+
+int readSignalFromDescriptor() {
+  sigset_t terminate;
+  sigemptyset(&terminate);
+  sigaddset(&terminate, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
+  const int descriptor = signalfd(-1, &terminate, SFD_CLOEXEC);
+  kill(getpid(), SIGTERM);
+  signalfd_siginfo info{};
+  if (read(descriptor, &info, sizeof(info)) != sizeof(info)) return 1;
+  std::fprintf(stderr, "read signal %u\n", info.ssi_signo);
+  return 0;
+}
+
+/// The worker writes its log lines to standard error, which has no reader any more.
+int logToClosedPipe() {
+  int ends[2];
+  if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) == -1) return 1;
+  close(ends[0]);
+  close(ends[1]);
+  const TelemetryEnv telemetry("Edge");
+  telemetry.getLogger()->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
+  return telemetry.getLogger()->flush() ? 0 : 1;
+}
+
+/// A fault of the worker's own reaches the program's handler.
+int faultOnWorker() {
+  std::signal(SIGSEGV, [](int) {
+    static_cast<void>(!write(STDERR_FILENO, "handled\n", 8));
+    _exit(0);
+  });
+  onModuleReportDo([] { raise(SIGSEGV); });
+  const TelemetryEnv telemetry("Edge");
+  report(*telemetry.getLogger(), "n", 1);
+  telemetry.getLogger()->flush();
+  return 1;
+}
+
+// Exit behind threads that make loggers.
+
+int exitBehindMakers(size_t kind) {
+  const TelemetryEnv telemetry("Edge");
+  const std::vector<std::function<void()>> makers = {
+      [] { const TelemetryEnv made("x"); }, [] { TelemetryLoggerManager::getInstance(); },
+      [&] { telemetry.getLogger()->startTrace("class", "name"); },
+      [] { TelemetryDelegate::getInstance().createHandler("x"); }};
+  constexpr size_t kThreads = 8;
+  Latch making(kThreads);
+  for (size_t i = 0; i < kThreads; ++i) {
+    std::thread([&, make = makers.at(kind)] {
+      make();
+      making.countDown();
+      for (;;) make();
+    }).detach();
+  }
+  making.wait();
+  alarm(3);
+  std::exit(0);
+}
+
+int exitAfterCancellation() {
+  const TelemetryEnv telemetry("Edge");
+  for (int i = 0; i < 20; ++i) {
+    Latch making;
+    std::thread maker([&] {
+      for (bool first = true;; first = false) {
+        const TelemetryEnv made("x");
+        if (first) making.countDown();
+      }
+    });
+    making.wait();
+    pthread_cancel(maker.native_handle());
+    maker.detach();
+  }
+  const TelemetryEnv still_works("y");
+  report(*still_works.getLogger(), "after cancellation", 2);
+  return 0;
+}
+
+/// The first use of all on one thread while another one ends the process.
+int firstUseDuringExit() {
+  std::thread([] {
+    for (;;) report(*TelemetryEnv("x").getLogger(), "n", 1);
+  }).detach();
+  return 0;
+}
+
+// The loader's lock.
+
+int loadPlugin() {
+  if (std::getenv("REPORT_BEFORE_PLUGIN") != nullptr) {
+    const TelemetryEnv telemetry("Edge");
+    report(*telemetry.getLogger(), "before", 1);
+  }
+  void* const plugin = dlopen(LOADER_LOCK_PLUGIN, RTLD_NOW);
+  if (plugin == nullptr) {
+    std::fprintf(stderr, "%s\n", dlerror());
+    return 1;
+  }
+  dlclose(plugin);
+  return 0;
+}
+
+// No memory, no thread.
+
+/// Counts down to the allocation of the main thread that fails.
+thread_local int allocations_left = -1;
+
+bool no_more_threads = false;
+
+int failAllocation(int n) {
+  const std::string name = "a name that no string holds in itself";
+  try {
+    allocations_left = n;
+    const TelemetryEnv telemetry(name);
+    telemetry.getLogger()->flush();
+    allocations_left = -1;
+  } catch (...) {
+    allocations_left = -1;
+    std::fputs("an exception reached the client\n", stderr);
+    return 3;
+  }
+  std::fputs("enough memory\n", stderr);
+  return 0;
+}
+
+int failThread() {
+  try {
+    no_more_threads = true;
+    const TelemetryEnv telemetry("Edge");
+  } catch (...) {
+    std::fputs("an exception reached the client\n", stderr);
+  }
+  return 3;
+}
+
+/// The module throws.
+int throwFromModule() {
+  onModuleReportDo([] { throw std::runtime_error("of the module"); });
+  try {
+    report(*makeLogger(TelemetrySubmissionModel::LOCKING_IMMEDIATE), "n", 1);
+  } catch (...) {
+    std::fputs("an exception reached the client\n", stderr);
+  }
+  return 3;
+}
+
+// Fork and exit on the worker.
+
+int forkOnWorker() {
+  const TelemetryEnv telemetry("Edge");
+  static TelemetryLogger& logger = *telemetry.getLogger();
+  onModuleReportDo([forked = false]() mutable {
+    if (std::exchange(forked, true)) return;
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(kHangsAfterSeconds);
+      report(logger, "of the child", 1);
+      std::fprintf(stderr, "flush in the child %d\n", static_cast<int>(logger.flush()));
+      // Returns into the submission of its parent's window.
+      return;
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::fprintf(stderr, "the child ended with %d\n", status);
+  });
+  for (const char* name : {"a", "b", "c"}) report(logger, name, 2);
+  report(logger, "after", 1);
+  return logger.flush() ? 0 : 1;
+}
+
+class ExitingLogger : public TelemetryLogger {
+ public:
+  using TelemetryLogger::TelemetryLogger;
+
+  void logErrorCode(const std::string& error_code, const std::string& api,
+                    KivErrorSeverity severity, const std::string& kiv_class) override {
+    if (std::this_thread::get_id() != owner_) std::exit(0);
+    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
+  }
+
+ private:
+  const std::thread::id owner_ = std::this_thread::get_id();
+};
+
+int exitOnWorker() {
+  const auto logger = std::make_shared<ExitingLogger>(KivSessionId(nullptr), "Edge",
+                                                      TelemetrySubmissionModel::NON_BLOCKING);
+  report(*logger, "before exit", 5);
+  logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
+  hang();
+}
+
+// Modules that hang.
+
+int exitWithHangingModule() {
+  onModuleReportDo(hang);
+  report(*TelemetryEnv("Edge").getLogger(), "n", 1);
+  return 0;
+}
+
+int exitBehindHangingModule() {
+  Latch hanging;
+  onModuleReportDo([&] {
+    hanging.countDown();
+    hang();
+  });
+  const TelemetryEnv telemetry("Edge");
+  report(*telemetry.getLogger(), "n", 1);
+  std::thread([&] { telemetry.getLogger()->flush(); }).detach();
+  hanging.wait();
+  report(*telemetry.getLogger(), "behind", 5);
+  return 0;
+}
+
+int exitWithSlowModule() {
+  onModuleReportDo([] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
+  const TelemetryEnv telemetry("Edge");
+  for (int i = 0; i < 10; ++i) report(*telemetry.getLogger(), "n" + std::to_string(i), 1);
+  return 0;
+}
+
+int waitForSharedWorker() {
+  const TelemetryEnv telemetry("Edge");
+  return telemetry.getLogger()->flush() ? 0 : 1;
+}
+
+}  // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) void onModuleReport();
+void onModuleReport() {
+  if (module_hook != nullptr) (*module_hook)();
+}
+
+__attribute__((visibility("default"))) void reportImmediatelyElsewhere();
+void reportImmediatelyElsewhere() {
+  static Latch begun;
+  std::thread([] {
+    const auto logger = makeLogger(TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+    begun.countDown();
+    report(*logger, "immediate", 1);
+  }).detach();
+  begun.wait();
+  // Most often the thread waits for the loader by then; the test holds in either order.
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+}
+
+#ifdef KIV_REPLACES_FUNCTIONS
+
+/// The library's calls come here, as the program is searched first.
+__attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                          const pthread_attr_t* attributes,
+                                                          void* (*start)(void*), void* argument) {
+  if (no_more_threads) return EAGAIN;
+  return real_pthread_create(thread, attributes, start, argument);
+}
+
+/// Says how long a wait lasts at most: less than the first number, and not less than the second.
+__attribute__((visibility("default"))) int sem_clockwait(sem_t* semaphore, clockid_t clock,
+                                                         const timespec* end) {
+  if (std::getenv("PRINT_WAITS") != nullptr) {
+    static thread_local bool first = true;
+    timespec now{};
+    clock_gettime(clock, &now);
+    const double left = static_cast<double>(end->tv_sec - now.tv_sec) +
+                        static_cast<double>(end->tv_nsec - now.tv_nsec) / 1e9;
+    // A worker's own waits are below a millisecond.
+    if (std::exchange(first, false) && left > 0.01) std::fprintf(stderr, "waits %f\n", left);
+  }
+  return real_sem_clockwait(semaphore, clock, end);
+}
+
+#endif
+
+}  // extern "C"
+
+#ifdef KIV_REPLACES_FUNCTIONS
+
+// Not inlined: where only one of a pair is, the compiler takes them for a mismatch.
+__attribute__((noinline)) void* operator new(size_t size) {
+  if (allocations_left >= 0 && allocations_left-- == 0) throw std::bad_alloc();
+  void* const memory = std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
+
+__attribute__((noinline)) void operator delete(void* memory, size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+#endif
+
+int main(int argc, char** argv) {
+  const std::map<std::string, std::function<int()>> ways = {
+      {"handler", useHandlerUntilTheEnd},
+      {"signalfd", readSignalFromDescriptor},
+      {"closed-pipe", logToClosedPipe},
+      {"fault", faultOnWorker},
+      {"makers", [&] { return exitBehindMakers(static_cast<size_t>(std::atoi(argv[2]))); }},
+      {"cancel", exitAfterCancellation},
+      {"first-use", firstUseDuringExit},
+      {"plugin", loadPlugin},
+      {"memory", [&] { return failAllocation(std::atoi(argv[2])); }},
+      {"thread", failThread},
+      {"throw", throwFromModule},
+      {"fork", forkOnWorker},
+      {"exit-on-worker", exitOnWorker},
+      {"hanging-window", exitWithHangingModule},
+      {"hanging-queue", exitBehindHangingModule},
+      {"slow-window", exitWithSlowModule},
+      {"wait", waitForSharedWorker},
+  };
+  const auto way = argc >= 2 ? ways.find(argv[1]) : ways.end();
+  if (way == ways.end()) {
+    std::fprintf(stderr, "usage: %s WAY [NUMBER]\n", argv[0]);
+    return 2;
+  }
+  alarm(kHangsAfterSeconds);
+  return way->second();
+}
