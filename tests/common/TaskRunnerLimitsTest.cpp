@@ -180,18 +180,21 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfEveryThreadRunAtProcessExit) {
 
 /// Exits on a worker with a task queued that posts itself again and again.
 [[noreturn]] void exitBehindATaskThatReposts() {
-  static const auto thread = TaskRunnerThread::create(kLong);
-  static TaskRunner runner(thread);
-  static std::function<void()> repost = [] { runner.postTask(repost); };
+  // Never destroyed: a static destructor would close the queue before exit runs what is in it.
+  static const auto* const thread =
+      new std::shared_ptr<TaskRunnerThread>(TaskRunnerThread::create(kLong));
+  static auto* const runner = new TaskRunner(*thread);
+  static std::function<void()>* repost = nullptr;
+  repost = new std::function<void()>([] { runner->postTask(*repost); });
   // Before exit gives up tasks that never end.
   constexpr unsigned kHangsEarly = 5;
   alarm(kHangsEarly);
   Latch posted;
-  runner.postTask([&] {
+  runner->postTask([&] {
     posted.wait();
     std::exit(0);
   });
-  runner.postTask(repost);
+  runner->postTask(*repost);
   posted.countDown();
   for (;;) pause();
 }
