@@ -160,17 +160,15 @@ TEST(TaskRunnerEmptyTaskDeathTest, AnEmptyTaskEndsTheProcess) {
               "empty task");
 }
 
-/// Exits with tasks behind a held one on each of two workers.
+/// Exits with a task on each of two workers, of which the second takes its time.
 [[noreturn]] void exitWithTwoQueues() {
   static const auto* const owners = new std::vector<std::shared_ptr<TaskRunnerThread>>{
       TaskRunnerThread::create(kLong), TaskRunnerThread::create(kLong)};
-  static Latch release;
-  for (const char* name : {"first", "second"}) {
-    TaskRunner runner((*owners)[name[0] == 'f' ? 0 : 1]);
-    runner.postTask([] { release.wait(); });
-    runner.postTask([name] { fprintf(stderr, "%s\n", name); });
-  }
-  std::atexit([] { release.countDown(); });
+  TaskRunner(owners->front()).postTask([] { fputs("first\n", stderr); });
+  TaskRunner(owners->back()).postTask([] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    fputs("second\n", stderr);
+  });
   std::exit(0);
 }
 
@@ -182,16 +180,21 @@ TEST(TaskRunnerThreadTeardownDeathTest, TasksOfEveryThreadRunAtProcessExit) {
 
 /// Exits on a worker with a task queued that posts itself again and again.
 [[noreturn]] void exitBehindATaskThatReposts() {
-  static const auto thread = TaskRunnerThread::create(kLong);
-  static TaskRunner runner(thread);
-  static std::function<void()> repost = [] { runner.postTask(repost); };
-  alarm(kHangsAfterSeconds);
+  // Never destroyed: a static destructor would close the queue before exit runs what is in it.
+  static const auto* const thread =
+      new std::shared_ptr<TaskRunnerThread>(TaskRunnerThread::create(kLong));
+  static auto* const runner = new TaskRunner(*thread);
+  static std::function<void()>* repost = nullptr;
+  repost = new std::function<void()>([] { runner->postTask(*repost); });
+  // Before exit gives up tasks that never end.
+  constexpr unsigned kHangsEarly = 5;
+  alarm(kHangsEarly);
   Latch posted;
-  runner.postTask([&] {
+  runner->postTask([&] {
     posted.wait();
     std::exit(0);
   });
-  runner.postTask(repost);
+  runner->postTask(*repost);
   posted.countDown();
   for (;;) pause();
 }

@@ -35,11 +35,11 @@ class Semaphore {
   /// False when `end` comes first. The steady clock counts from the same moment as the system's
   /// monotonic one.
   bool waitUntil(std::chrono::steady_clock::time_point end) {
-    const auto time = end.time_since_epoch();
+    const std::chrono::nanoseconds time = end.time_since_epoch();
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
     timespec system_end{};
     system_end.tv_sec = static_cast<time_t>(seconds.count());
-    system_end.tv_nsec = static_cast<long>(std::chrono::nanoseconds(time - seconds).count());
+    system_end.tv_nsec = static_cast<long>((time - seconds).count());
     while (sem_clockwait(&signals_, CLOCK_MONOTONIC, &system_end) != 0) {
       if (errno == ETIMEDOUT) return false;
     }

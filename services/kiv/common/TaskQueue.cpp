@@ -137,6 +137,7 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
       std::memory_order_release, std::memory_order_relaxed));
   static_cast<void>(newest.release());
   if ((posted & wakes) != 0) woken_.signal();
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the list owns the task
   return true;
 }
 
