@@ -22,7 +22,8 @@ void logAssertionErrorCode(const char* condition, const char* /*detail*/, const 
 }
 #endif
 
-TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds /*start_limit*/) {}
+TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds /*start_limit*/)
+    : worker_(pthread_self()) {}
 TaskRunnerThread::~TaskRunnerThread() = default;
 
 TaskRunner::TaskRunner(std::weak_ptr<TaskRunnerThread> thread) : thread_(std::move(thread)) {}
