@@ -48,7 +48,7 @@ LAYERS_OF_PUBLIC_HEADERS = {
     "aggregation": [
         "KivAudioLatencyAggregator", "KivBaseAggregator", "KivErrorCodeAggregator",
         "KivGenericEventAggregator", "KivStreamEventAggregator", "TimedAggregationManager",
-        "internal/AggregationManagers",
+        "internal/AggregationManagers", "internal/WindowSlot",
     ],
     "front end": ["ScopedKivTrace", "TelemetryLogger", "TraceHandler"],
 }
@@ -57,11 +57,10 @@ PAIRED = ("services/", "tamsa/", "modules/", "testing/")
 
 # Sources without a header of their name, each with the reason.
 SOURCES_WITHOUT_HEADER = {
-    "modules/jsonl/JsonlModule.cpp": "the module's entry points, which are looked up by name",
-    "modules/otlp/OtlpModule.cpp": "the module's entry points, which are looked up by name",
     "modules/recording/RecordingModule.cpp":
         "the module's entry points, which are looked up by name",
     "services/kiv/telemetry/DeviceLayout.cpp": "assertions about layouts, checked as it compiles",
+    "services/kiv/telemetry/LoggerWaits.cpp": "operations of TelemetryLogger",
     "services/kiv/telemetry/TelemetryLoggerManager.cpp": "a class of TelemetryLogger.h",
     "services/kiv/telemetry/TelemetryLoggerReports.cpp": "operations of TelemetryLogger",
     "services/kiv/telemetry/TelemetryLoggerTraces.cpp": "operations of TelemetryLogger",

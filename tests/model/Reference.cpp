@@ -45,7 +45,7 @@ int64_t toInteger(float value) {
   return static_cast<int64_t>(value);
 }
 
-/// The log cuts longer lines.
+/// The log cuts longer lines, and the library cuts longer tags.
 std::string logText(const std::string& text) { return text.substr(0, 1023); }
 
 }  // namespace
@@ -98,7 +98,7 @@ void Reference::logLine(int priority, const std::string& text) {
 void Reference::logError(const std::string& code, const std::string& api,
                          const std::string& kiv_class) {
   log.push_back(
-      {ANDROID_LOG_ERROR, asSent(kiv_class), logText(asSent(api) + " - " + asSent(code))});
+      {ANDROID_LOG_ERROR, logText(asSent(kiv_class)), logText(asSent(api) + " - " + asSent(code))});
 }
 
 void Reference::open(Aggregation& aggregation) const {
