@@ -55,6 +55,9 @@ Session Sequence::chooseSession() {
 void Sequence::addSubject(Subject subject) {
   if (subject.isImmediate()) {
     subject.own = std::make_shared<Aggregations>(reference_.makeAggregations());
+  } else if (subject.worker.get() != current_) {
+    // Where the aggregation was stopped, the constructor has posted its start.
+    subject.worker->run([] {});
   }
   subjects_.push_back(std::move(subject));
 }

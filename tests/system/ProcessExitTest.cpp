@@ -168,7 +168,8 @@ TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
 }
 
 TEST_F(ProcessExitTest, AClientThatIsUnloadedLeavesTheLibraryAndItsReportsBehind) {
-  // The leak checker cannot read the thread-local storage of a loaded library in a thread that lives.
+  // The leak checker cannot read the thread-local storage of a loaded library in a thread that
+  // lives.
   endProcessAgainAndAgain("3", {{"passing", 3}}, {{"LSAN_OPTIONS", "detect_leaks=0"}},
                           UNLOAD_PROGRAM);
 }

@@ -58,10 +58,9 @@ TEST_F(LoggerLimitsTest, FourSubmissionsFitInsideEachOther) {
 TEST_F(LoggerLimitsTest, AFlushThatIsTooDeepIsFalseAndLogsAndLosesNothing) {
   const LogCapture log;
   submitInsideEachOther([](TelemetryLogger& logger) { EXPECT_FALSE(logger.flush()); });
-  EXPECT_THAT(log.lines(),
-              Contains(Field(&::kiv_test::LogLine::text,
-                             "flush: Too many nested submissions! The window stays "
-                             "open.")));
+  EXPECT_THAT(log.lines(), Contains(Field(&::kiv_test::LogLine::text,
+                                          "flush: Too many nested submissions! The window stays "
+                                          "open.")));
   EXPECT_TRUE(makeLogger(Model::BLOCKING)->flush());
   const std::vector<std::string> names = strings("kiv_event_name");
   EXPECT_EQ(std::count(names.begin(), names.end(), "nested"), 4);
@@ -70,10 +69,9 @@ TEST_F(LoggerLimitsTest, AFlushThatIsTooDeepIsFalseAndLogsAndLosesNothing) {
 TEST_F(LoggerLimitsTest, AStopThatIsTooDeepIsFalseAndLogsAndLosesNothing) {
   const LogCapture log;
   submitInsideEachOther([](TelemetryLogger& logger) { EXPECT_FALSE(logger.stop()); });
-  EXPECT_THAT(log.lines(),
-              Contains(Field(&::kiv_test::LogLine::text,
-                             "stop: Too many nested submissions! The window stays "
-                             "open.")));
+  EXPECT_THAT(log.lines(), Contains(Field(&::kiv_test::LogLine::text,
+                                          "stop: Too many nested submissions! The window stays "
+                                          "open.")));
   EXPECT_TRUE(makeLogger(Model::BLOCKING)->flush());
   const std::vector<std::string> names = strings("kiv_event_name");
   EXPECT_EQ(std::count(names.begin(), names.end(), "nested"), 4);
