@@ -1,6 +1,7 @@
 // How a worker ends: from outside, from one of its own tasks, under posts, and at process exit.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -282,6 +283,26 @@ TEST(TaskRunnerFork, EveryCallReturnsInAChildWithoutTheWorker) {
     const bool refused = runner.postTaskAndWait([] {}).code() == android::DEAD_OBJECT;
     thread.reset();
     return refused;
+  }));
+}
+
+TEST(TaskRunnerFork, EndingInAChildLeavesTheChildsOwnThreadsAlone) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP() << "the sanitizer allows no new threads in the child";
+#endif
+  auto thread = TaskRunnerThread::create(kLong);
+  EXPECT_TRUE(succeedsInFork([&] {
+    Latch release;
+    // Gets the stack, and so the identifier, that the worker has in the parent.
+    pthread_t own{};
+    const auto run = [](void* latch) -> void* {
+      static_cast<Latch*>(latch)->wait();
+      return nullptr;
+    };
+    if (pthread_create(&own, nullptr, run, &release) != 0) return false;
+    thread.reset();
+    release.countDown();
+    return pthread_join(own, nullptr) == 0;
   }));
 }
 

@@ -156,8 +156,10 @@ TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds start_limit)
 
 TaskRunnerThread::~TaskRunnerThread() {
   queue_->close();
-  // A worker cannot join itself, and a forked process has no worker to join.
-  bool joins = queue_->hasWorker() && !queue_->isRunningOnCurrentThread();
+  // A forked process has no worker. Its own threads may have the identifier of the parent's.
+  if (!queue_->hasWorker()) return;
+  // A worker cannot join itself.
+  bool joins = !queue_->isRunningOnCurrentThread();
   LiveQueues& queues = LiveQueues::getInstance();
   if (joins && queues.isExiting()) {
     joins = queues.waitDuringExit([this](auto deadline) { return queue_->waitForEnd(deadline); });
