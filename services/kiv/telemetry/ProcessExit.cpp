@@ -17,7 +17,10 @@ Clock::duration waited{};
 // Exit handlers are called in the reverse order of their registration.
 
 void ExitBudget::registerEnd() {
-  std::atexit([] { waited = Clock::now() - begin; });
+  std::atexit([] {
+    // Without a beginning the process ends while another thread makes the registrations.
+    if (begin != Clock::time_point()) waited = Clock::now() - begin;
+  });
 }
 
 void ExitBudget::registerBegin() {
