@@ -30,7 +30,7 @@ template <typename T>
 struct Expected {
   bool exact = true;                    ///< One value is expected, rather than a property.
   std::string text;                     ///< The value, or the property: `starts with "ren"`.
-  std::function<bool(const T&)> holds;  ///< Tells whether a value fulfils the condition.
+  std::function<bool(const T&)> holds;  ///< True if a value fulfils the condition.
 };
 
 /// How a condition on a field is written; "%" is replaced by the text of the expected value.
