@@ -1,5 +1,5 @@
-/// What the matchers are made of: conditions on events, with the text for messages. Independent of
-/// any test framework. Tests use `EventMatchers.h`.
+/// Building blocks of the matchers: conditions on events, with the text for messages. Independent
+/// of any test framework. Tests use `EventMatchers.h`.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ struct Expected {
   std::function<bool(const T&)> holds;  ///< True if a value fulfils the condition.
 };
 
-/// How a condition on a field is written; "%" is replaced by the text of the expected value.
+/// The wording of a condition on a field; "%" is replaced by the text of the expected value.
 struct Phrase {
   std::string subject;   ///< `API`
   std::string exact;     ///< `from API %`
@@ -100,7 +100,7 @@ class KIV_EXPORT EventExpectation {
   std::vector<Condition> conditions_;
 };
 
-/// Whether a list of events matches, and an explanation for messages.
+/// The result of matching a list of events, and an explanation for messages.
 struct Verdict {
   bool holds = false;
   std::string explanation;
