@@ -50,7 +50,9 @@ class ExitProgress;
 
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
-  NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
+  /// On the worker; a report only copies its arguments and posts a task, for which it allocates
+  /// memory.
+  NON_BLOCKING = 0,
   /// On the worker; a report returns once it has been aggregated. A report that the worker has not
   /// started within a second is dropped.
   BLOCKING = 1,
