@@ -26,9 +26,9 @@ INTRODUCTION = """\
 # Measured
 
 The library and its peers, side by side on a machine with two processors: the ratio of the medians,
-library to peer, and the lowest and the highest of a single round. What the measures are, and how
-they are taken, is told in [`bench/README.md`](../../bench/README.md). `./dev bench` measures,
-`./dev draw` makes this page of it.
+library to peer, and the lowest and the highest of a single round.
+[`bench/README.md`](../../bench/README.md) describes the measures. `./dev bench` measures, `./dev draw`
+makes this page of its rows.
 """
 
 MET, NOT_MET, NO_AIM = "tab:green", "tab:red", "tab:gray"

@@ -24,7 +24,7 @@ void logAssertionErrorCode(const char* condition, const char* /*detail*/, const 
 
 TaskRunnerThread::TaskRunnerThread(std::chrono::milliseconds /*start_limit*/)
     : worker_(pthread_self()) {}
-TaskRunnerThread::~TaskRunnerThread() = default;
+TaskRunnerThread::~TaskRunnerThread() { static_cast<void>(worker_); }
 
 TaskRunner::TaskRunner(std::weak_ptr<TaskRunnerThread> thread) : thread_(std::move(thread)) {}
 TaskRunner::~TaskRunner() = default;

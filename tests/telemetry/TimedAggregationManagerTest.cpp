@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "instrumentation/AllocationCount.h"
 #include "kiv/KivErrorCodeAggregator.h"
 #include "kiv/TimedAggregationManager.h"
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
@@ -19,6 +20,7 @@
 namespace android::kiv {
 namespace {
 
+using ::kiv_test::AllocationCount;
 using ::kiv_test::FakeClock;
 using ::kiv_test::kNoTag;
 using ::kiv_test::LogCapture;
@@ -342,6 +344,16 @@ TEST_F(OwnManagerTest, AReportCountsAsItsEvent) {
   manager->flush();
   EXPECT_THAT(strings("kiv_api"), ElementsAre("a"));
   EXPECT_THAT(ints("aggregated_count"), ElementsAre(3));
+}
+
+TEST_F(OwnManagerTest, AReportOfAKnownKeyIsNotCopied) {
+  manager->start();
+  const KivErrorCodeEvent event = report(std::string(100, 'a'));
+  const auto reported = internal::ErrorCodeReport::of(event);
+  internal::WindowAccess::add(*manager, reported);
+  const AllocationCount allocations;
+  internal::WindowAccess::add(*manager, reported);
+  EXPECT_EQ(allocations.count(), 0u);
 }
 
 TEST_F(OwnManagerTest, AReportIsAddedToTheWindowThatIsOpenThen) {

@@ -5,10 +5,9 @@
 // loads it therefore waits for a static constructor that waits for the worker. So the module is
 // loaded before a thread waits, on that thread, which may hold the lock already.
 #include <chrono>
-#include <functional>
-#include <vector>
 
 #include "kiv/TelemetryLogger.h"
+#include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/ForkCount.h"
 #include "tamsa/ModuleReadiness.h"
@@ -37,25 +36,18 @@ bool TelemetryLogger::submitOnWorker(bool (TelemetryLogger::*operation)()) {
 
 void TelemetryLogger::startOnConstruction() {
   // The managers may be shared with a worker that stops and starts them now. A new one is started
-  // here; one that was stopped, in order with other tasks, by the worker.
-  std::vector<std::function<void()>> starts;
-  const auto start = [&starts](const auto& manager) {
-    if (internal::WindowAccess::startIfNew(*manager)) return;
-    starts.emplace_back([manager] { manager->start(); });
-  };
-  start(managers_.error_code_manager_);
-  start(managers_.stream_event_manager_);
-  start(managers_.audio_latency_manager_);
-  start(managers_.int64_event_manager_);
-  start(managers_.float_event_manager_);
-  start(managers_.string_event_manager_);
-  if (starts.empty()) return;
+  // here. One that was stopped is started by the worker, in order with other tasks.
+  bool started = true;
+  internal::forEachManager(managers_, [&started](auto& manager) {
+    started = internal::WindowAccess::startIfNew(manager) && started;
+  });
+  if (started) return;
   if (task_runner_thread_ == nullptr || task_runner_->isRunningOnCurrentThread()) {
     startInternal();
     return;
   }
-  task_runner_->postTask([starts = std::move(starts)] {
-    for (const auto& one : starts) one();
+  task_runner_->postTask([managers = managers_] {
+    internal::forEachManager(managers, [](auto& manager) { manager.start(); });
   });
 }
 

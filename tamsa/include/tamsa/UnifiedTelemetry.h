@@ -7,8 +7,8 @@
 ///   void destroyTelemetryHandler(int64_t version, void* handler);  // 9
 ///   void destroyTelemetryEvent(int64_t version, void* event);      // 7
 ///
-/// What it hands out is used through the virtual tables below, whose entries stand at fixed
-/// positions. Keep to these rules when you touch them:
+/// Handlers and events are used through the virtual tables below, whose entries have fixed
+/// positions. Rules for changes:
 ///  - Entries are neither added, removed, reordered nor given another signature.
 ///  - There is no virtual destructor: it would take two entries. Objects are destroyed by the
 ///    module that made them, through the functions above.
@@ -16,9 +16,10 @@
 ///    implementation leaves them alone.
 ///
 /// One handler, and the events made by it, are used by one thread at a time; different handlers may
-/// be used by different threads at once. All texts are NUL-terminated and the caller's: a module
-/// copies what it keeps. No operation throws. Calls can come late in process exit, after a module's
-/// own static destructors have run, so a module keeps nothing that a static destructor tears down.
+/// be used by different threads at once. All texts are NUL-terminated and belong to the caller: a
+/// module copies those that it stores. No operation throws. Calls can come late in process exit,
+/// after a module's own static destructors have run, so a module keeps nothing that a static
+/// destructor tears down.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +53,7 @@ class ITelemetryEvent {
 
   virtual void reserved6() {}
 
-  /// The value may be infinite, or no number.
+  /// The value may be infinite or NaN.
   virtual void setFloatField(const char* name, float value) = 0;
 
   virtual void reserved8() {}

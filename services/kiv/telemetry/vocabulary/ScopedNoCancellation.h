@@ -10,7 +10,7 @@ namespace android::kiv::internal {
 /// Android has no cancellation.
 class ScopedNoCancellation {
  public:
-#ifdef __BIONIC__
+#ifdef __ANDROID__
   ScopedNoCancellation() {}
 #else
   ScopedNoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
@@ -21,7 +21,7 @@ class ScopedNoCancellation {
   ScopedNoCancellation& operator=(const ScopedNoCancellation&) = delete;
 
  private:
-#ifndef __BIONIC__
+#ifndef __ANDROID__
   int before_ = 0;
 #endif
 };

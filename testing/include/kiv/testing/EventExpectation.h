@@ -1,5 +1,5 @@
-/// What the matchers are made of: conditions on events, with the text for messages. Independent of
-/// any test framework. Tests use `EventMatchers.h`.
+/// Building blocks of the matchers: conditions on events, with the text for messages. Independent
+/// of any test framework. Tests use `EventMatchers.h`.
 #pragma once
 
 #include <cstddef>
@@ -30,10 +30,10 @@ template <typename T>
 struct Expected {
   bool exact = true;                    ///< One value is expected, rather than a property.
   std::string text;                     ///< The value, or the property: `starts with "ren"`.
-  std::function<bool(const T&)> holds;  ///< Tells whether a value fulfils the condition.
+  std::function<bool(const T&)> holds;  ///< True if a value fulfils the condition.
 };
 
-/// How a condition on a field is written; "%" is replaced by the text of the expected value.
+/// The wording of a condition on a field; "%" is replaced by the text of the expected value.
 struct Phrase {
   std::string subject;   ///< `API`
   std::string exact;     ///< `from API %`
@@ -100,7 +100,7 @@ class KIV_EXPORT EventExpectation {
   std::vector<Condition> conditions_;
 };
 
-/// Whether a list of events matches, and an explanation for messages.
+/// The result of matching a list of events, and an explanation for messages.
 struct Verdict {
   bool holds = false;
   std::string explanation;

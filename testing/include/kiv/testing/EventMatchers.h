@@ -88,7 +88,7 @@ class EventListMatcher {
  public:
   /// Marks a matcher for GoogleTest, which calls the operations that it needs.
   using is_gtest_matcher = void;
-  /// Tells whether a list matches, and explains why.
+  /// Matches a list, and explains the result.
   using Judge = std::function<internal::Verdict(const std::vector<TelemetryEvent>&)>;
 
   /// `description` and its `negation` are used in messages.

@@ -9,7 +9,7 @@
 namespace android::kiv::telemetry_testing {
 
 /// Records the telemetry of this process from its construction on. Needs no environment: a program
-/// that links `kiv::telemetry_testing` reports to a module that keeps the events.
+/// that links `kiv::telemetry_testing` reports to a module that records the events.
 ///
 /// The recording belongs to the process, so there can be one of these at a time. Any thread may use
 /// it, but only one at a time.

@@ -1,4 +1,4 @@
-/// Where failed assertions of the service family are recorded before the process ends.
+/// Records failed assertions of the service family before the process ends.
 #pragma once
 
 #include "kiv/CommonExport.h"
@@ -6,7 +6,7 @@
 namespace android::kiv {
 
 /// Records a failed check: the source text of its condition, an optional detail (may be null), the
-/// function that holds the check and its line. Returns; ending the process is the caller's part.
+/// function that has the check, and its line. Returns; the caller ends the process.
 KIV_COMMON_EXPORT void logAssertionErrorCode(const char* condition, const char* detail,
                                              const char* function, int line);
 

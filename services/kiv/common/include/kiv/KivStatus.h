@@ -16,10 +16,10 @@ class KivStatus {
   /// Implicit, because a `status_t` is what most callees return.
   KivStatus(status_t code = OK) : code_(code) {}  // NOLINT(google-explicit-constructor)
 
-  /// As the platform numbers it.
+  /// The platform's number of the status.
   status_t code() const { return code_; }
 
-  /// Whether it is success.
+  /// True for success.
   bool ok() const { return code_ == OK; }
 
   /// The platform's text for the code, as `android::statusToString` gives it.
@@ -31,7 +31,7 @@ class KivStatus {
 
 /// A status that carries a value when it is success.
 ///
-/// Producers keep one promise: a value is held whenever the status is success, and only then.
+/// Invariant of all producers: there is a value if and only if the status is success.
 /// Callers test `ok()` before they ask for the value.
 template <typename T>
 class KivStatusOr {
@@ -42,13 +42,13 @@ class KivStatusOr {
   /// A success and its value.
   KivStatusOr(KivStatus status, T value) : status_(status), value_(std::move(value)) {}
 
-  /// The outcome, which tells why there is no value.
+  /// The outcome, which says why there is no value.
   const KivStatus& status() const { return status_; }
 
-  /// Whether there is a value.
+  /// True if there is a value.
   bool ok() const { return status_.ok(); }
 
-  /// The held value. Without one the process ends with a fatal log line that names the status.
+  /// The value. Without one the process ends with a fatal log line that names the status.
   const T& value() const {
     if (!value_.has_value()) {
       __android_log_assert("!value_.has_value()", nullptr, "Value is not set. status=%s",

@@ -1,10 +1,10 @@
 /// One worker thread and the handles through which work is posted to it.
 ///
-/// What a caller can rely on:
+/// Guarantees:
 ///  - Tasks run one at a time on the worker, in the order in which they were posted, and never
 ///    inside the call that posts them.
-///  - A task and all that it captured are released on the worker right after it ran, before a
-///    waiting caller wakes.
+///  - A task and everything that it captured are released on the worker right after it ran, before
+///    a waiting caller wakes.
 ///  - A waited task either runs to its end before the wait returns, or never runs.
 ///  - Any thread may post, hold and drop handles.
 #pragma once
@@ -30,23 +30,23 @@ class TaskQueue;
 
 /// Owns a worker thread. Held by shared pointers only; work is posted through a `TaskRunner`.
 ///
-/// Tasks still queued when the process exits are run before the static objects go that were there
-/// when the first `TaskRunnerThread` was made. Exit waits for them for ten seconds in all; tasks
-/// that have not run by then are given up, with a line in the log.
+/// Tasks that are queued when the process exits run before the destruction of static objects that
+/// were constructed before the first `TaskRunnerThread`. Exit waits ten seconds for them in all;
+/// tasks that have not run by then are given up, with a line in the log.
 ///
 /// The worker blocks all signals except those that its own faults raise.
 class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
  public:
-  /// Starts a worker. `start_limit` bounds how long a waited task may stand in the queue before it
-  /// starts; it does not bound how long a task runs. A negative limit is taken for zero. If there
-  /// is no memory or no thread, the process ends.
+  /// Starts a worker. `start_limit` bounds how long a waited task may be queued before it starts;
+  /// it does not bound how long a task runs. A negative limit counts as zero. If there is no memory
+  /// or no thread, the process ends.
   static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) {
     // In two allocations: handles hold weak references, which would keep a joint one alive.
     // NOLINTNEXTLINE(modernize-make-shared)
     return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
   }
 
-  /// As `create`, for those who see to the shared pointer themselves.
+  /// As `create`, for callers that make the shared pointer themselves.
   explicit TaskRunnerThread(std::chrono::milliseconds start_limit);
 
   /// Runs what is queued, then ends the worker and waits for it. On the worker itself, where a task
@@ -78,9 +78,9 @@ class KIV_COMMON_EXPORT TaskRunner {
   TaskRunner(TaskRunner&&) = default;
   TaskRunner& operator=(TaskRunner&&) = default;
 
-  /// Queues `task` and returns at once. If the thread is gone, the task is dropped. The caller
-  /// never waits for room in the queue: beyond 4 194 304 tasks, further ones are dropped. An empty
-  /// task ends the process.
+  /// Queues `task` and returns at once; it allocates memory. The task starts within 4 ms if the
+  /// worker is free. If the thread is gone, or 4 194 304 tasks are queued, the task is dropped. An
+  /// empty task ends the process.
   void postTask(std::function<void()> task);
 
   /// Queues `task` and waits until it has run. Otherwise it never runs, and the status is
@@ -112,7 +112,7 @@ class KIV_COMMON_EXPORT TaskRunner {
     postTask(bindTask(method, std::move(object), std::forward<Args>(args)...));
   }
 
-  /// The same, waiting for the task to run.
+  /// Posts `object->method(args...)` as above, and waits as `postTaskAndWait(task)` does.
   template <typename C, typename... Params, typename... Args>
   KivStatus postTaskAndWait(void (C::*method)(Params...), std::shared_ptr<C> object,
                             Args&&... args) {
@@ -120,7 +120,7 @@ class KIV_COMMON_EXPORT TaskRunner {
   }
 
   /// Posts `object->method(args...)` without keeping `object` alive, waiting for it if `wait` is
-  /// true. Whoever owns the object keeps it until the task has run.
+  /// true. The owner of the object must keep it alive until the task has run.
   template <typename C, typename... Params, typename... Args>
   void postTask(bool wait, void (C::*method)(Params...), C* object, Args&&... args) {
     auto task = bindTask(method, object, std::forward<Args>(args)...);

@@ -1,5 +1,5 @@
-/// How code that knows only the common library reaches telemetry: an interface for reporting and
-/// the place where its implementation registers itself.
+/// Telemetry for code that knows only the common library: an interface for reporting, and the
+/// registry of its implementation.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace android::kiv {
 enum class KivError : int32_t;
 enum class KivErrorSeverity : uint8_t;
 
-/// Reports errors to telemetry. Threads and failures: as the implementation says.
+/// Reports errors to telemetry. The implementation documents threads and failures.
 ///
 /// The virtual operations are part of the binary interface: never add, remove or reorder any,
 /// because loggers continue the table.
@@ -28,7 +28,7 @@ class KIV_COMMON_EXPORT TelemetryHandler {
   virtual void logKivErrorCode(KivError error, const std::string& api, KivErrorSeverity severity,
                                const std::string& kiv_class) = 0;
 
-  /// Reports an error of the catalogue together with a number that tells more about it.
+  /// Reports an error of the catalogue with a number that details it.
   virtual void logKivErrorCode(KivError error, int detail, const std::string& api,
                                KivErrorSeverity severity, const std::string& kiv_class) = 0;
 
@@ -40,8 +40,8 @@ class KIV_COMMON_EXPORT TelemetryHandler {
   virtual bool flush() = 0;
 };
 
-/// The process-wide meeting point of those who report and the handler that takes the reports.
-/// All operations may be called from any thread.
+/// The process-wide registry of the handler that takes reports. All operations may be called from
+/// any thread.
 class KIV_COMMON_EXPORT TelemetryDelegate {
  public:
   /// Makes a handler of the given name. Called on the thread that asks for one.

@@ -1,5 +1,5 @@
-/// The names and texts by which the library's events are told apart: event names, prefixes of
-/// names, and the texts of aggregation methods and stream types.
+/// The names and texts that identify the library's events: event names, prefixes of names, and the
+/// texts of aggregation methods and stream types.
 #pragma once
 
 #include "kiv/KivPcmInfo.h"

@@ -49,7 +49,7 @@ class KIV_EXPORT KivAudioLatencyAggregator
   explicit KivAudioLatencyAggregator(NumericAggregationType aggregation_type);
   ~KivAudioLatencyAggregator() override;
 
-  /// All of the event but its latency.
+  /// The event without its latency.
   KivAudioLatencyEventKey getKey(const KivAudioLatencyEvent& event) override;
 
   /// The low 32 bits of the latency, so a negative one comes out as a large positive one.

@@ -22,7 +22,7 @@ class KIV_EXPORT KivSessionId {
 
   /// Inline, because clients have always compiled it themselves.
   ~KivSessionId() {
-    // Parents that nothing else shares go one by one: a chain may be longer than the stack.
+    // Iterative, because a chain may be longer than the stack.
     while (parent_ != nullptr && parent_.use_count() == 1) {
       std::shared_ptr<KivSessionId> next = std::move(parent_->parent_);
       parent_ = std::move(next);
@@ -40,10 +40,10 @@ class KIV_EXPORT KivSessionId {
   /// Orders by the identifiers first. Parents break ties; no parent orders before any parent.
   bool operator<(const KivSessionId& other) const { return compare(other) < 0; }
 
-  /// The same order, three-way: negative, zero or positive.
+  /// Three-way form of `operator<`: negative, zero or positive.
   int compare(const KivSessionId& other) const;
 
-  /// The own identifier, without its chain.
+  /// The identifier itself, without its chain.
   KIV_HIDDEN const std::string& id() const { return id_; }
 
  private:

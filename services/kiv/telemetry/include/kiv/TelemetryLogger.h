@@ -50,7 +50,9 @@ class ExitProgress;
 
 /// On which thread a logger works, and whether its caller waits.
 enum class TelemetrySubmissionModel : int32_t {
-  NON_BLOCKING = 0,  ///< On the worker; a report only copies its arguments.
+  /// On the worker; a report only copies its arguments and posts a task, for which it allocates
+  /// memory.
+  NON_BLOCKING = 0,
   /// On the worker; a report returns once it has been aggregated. A report that the worker has not
   /// started within a second is dropped.
   BLOCKING = 1,
@@ -90,8 +92,9 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   template <typename Event>
   using Manager = std::shared_ptr<TimedAggregationManager<Event>>;
 
-  /// Makes a logger of a task-runner model on the given thread and managers. Starts the managers on
-  /// the calling thread. Aborts the process if the model is `LOCKING_IMMEDIATE`.
+  /// Makes a logger of a task-runner model on the given thread and managers. New managers are
+  /// started on the calling thread, stopped ones by the worker. Aborts the process if the model is
+  /// `LOCKING_IMMEDIATE`.
   TelemetryLogger(const KivSessionId& session_id, const std::string& name,
                   std::shared_ptr<TaskRunnerThread> task_runner_thread,
                   Manager<KivErrorCodeEvent> error_code_manager,
@@ -119,7 +122,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   // Lifecycle. These operations act on all six aggregations of the logger, which in the task-runner
   // models are those of every such logger of the process. They wait for the worker in both models,
   // and return false if it has not started within a second or has ended. An operation that has
-  // started is waited for until it returns.
+  // started is waited for until it returns. `stop` and `flush` also return false beyond the limit
+  // of nested submissions; see `TimedAggregationManager`.
 
   /// Starts stopped aggregations, with empty aggregates. A new logger is started.
   bool start();
@@ -285,7 +289,8 @@ void TelemetryLogger::logKivEvent(const std::string& name, const T& value,
 class KIV_EXPORT TelemetryLoggerManager {
  public:
   /// The manager of the process, created on first use, from any thread, and never destroyed. At
-  /// process exit it submits the open windows. Later reports are taken and never submitted.
+  /// process exit it submits the open windows, for which exit waits ten seconds at most. Later
+  /// reports are accepted and never submitted.
   static TelemetryLoggerManager& getInstance();
 
   TelemetryLoggerManager();

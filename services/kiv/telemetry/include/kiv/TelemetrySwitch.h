@@ -9,8 +9,8 @@
 
 namespace android::kiv {
 
-/// True until `disableTelemetryForTesting()` is called, or until the manager is gone at process
-/// exit.
+/// True until `disableTelemetryForTesting()` is called, or until process exit has submitted the
+/// last windows or given them up.
 KIV_EXPORT bool isTelemetryEnabled();
 
 /// Switches submission off for the rest of the process.

@@ -18,12 +18,12 @@ struct WindowAccess;
 /// The length of every window of the library.
 inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 
-/// Closes windows that are over: has the aggregator submit them, and opens the next.
+/// Closes windows when their period is over: lets the aggregator submit them, and opens the next.
 ///
 /// There is no timer: a window closes with the first report that comes more than the period after
-/// it opened, with `flush()` or `stop()`, or with the manager's destruction. Its age is measured on
-/// the steady clock; its reported start and end are wall-clock times, and one window ends exactly
-/// where the next begins.
+/// it opened, with `flush()` or `stop()`, or with the manager's destruction. A window's age is
+/// measured on the steady clock; its reported start and end are wall-clock times, and one window
+/// ends exactly where the next begins.
 ///
 /// Not synchronised: callers must serialize their calls.
 ///

@@ -1,4 +1,4 @@
-/// Tracing for code that knows nothing else of a logger.
+/// Tracing for code that needs no other operation of a logger.
 #pragma once
 
 #include <memory>
