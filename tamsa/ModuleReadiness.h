@@ -14,7 +14,7 @@ bool isModuleReady();
 /// ready.
 bool prepareModule(std::chrono::milliseconds limit);
 
-/// The same without a limit.
+/// Makes the module ready, and waits for another thread without a limit.
 void prepareModule();
 
 }  // namespace TAMSA::UnifiedTelemetry

@@ -20,15 +20,15 @@ thread_local const TaskQueue* running_queue = nullptr;
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
 // Flags beside the pointer in posted_, in bits that an aligned pointer leaves free.
-/// The worker sleeps: whoever posts wakes it.
+/// The worker sleeps: the next post wakes it.
 constexpr uintptr_t kAsleep = 1;
-/// The worker sleeps, but not for long: only who cannot wait wakes it.
+/// The worker sleeps, but not for long: only an urgent post wakes it.
 constexpr uintptr_t kLingering = 2;
 /// No more tasks.
 constexpr uintptr_t kClosed = 4;
 constexpr uintptr_t kFlags = kAsleep | kLingering | kClosed;
 
-/// How many forks lie between this process and the one that loaded the library. Written only in a
+/// The number of forks between this process and the one that loaded the library. Written only in a
 /// fresh child, which has one thread.
 unsigned fork_generation = 0;
 
@@ -131,7 +131,7 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
       return false;
     }
     newest->next = newestOf(posted);
-    // The flags that make us the waker are cleared, so that nobody else is.
+    // Clears the flags that make this thread the waker, so that there is only one.
   } while (!posted_.compare_exchange_weak(
       posted, reinterpret_cast<uintptr_t>(newest.get()) | (posted & kFlags & ~wakes),
       std::memory_order_release, std::memory_order_relaxed));

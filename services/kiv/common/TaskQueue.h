@@ -19,11 +19,11 @@ namespace android::kiv::internal {
 
 /// Shared by the thread's owner, its worker and all handles. Every operation may be called from any
 /// thread unless it says otherwise. In a process forked from the one that made it, where there is
-/// no worker, a queue takes no tasks and is waited for by nobody.
+/// no worker, a queue takes no tasks, and no call waits for it.
 ///
 /// A post takes no lock: posted tasks are a linked list, newest first, whose head is one atomic
-/// word. The worker takes the whole list at once. How the two agree on who wakes whom is told in
-/// docs/task-runner.md.
+/// word. The worker takes the whole list at once. docs/task-runner.md describes which post wakes
+/// the worker.
 class TaskQueue {
  public:
   explicit TaskQueue(std::chrono::milliseconds start_limit);
@@ -59,13 +59,13 @@ class TaskQueue {
   /// True on the thread that is inside `run()`. False on its copy in a forked process.
   bool isRunningOnCurrentThread() const;
 
-  /// False in a forked process. What the worker held at that moment stays locked there for ever.
+  /// False in a forked process. The worker's locks stay locked there.
   bool hasWorker() const;
 
-  /// How long the worker lets tasks gather before it looks again, once it has run out of them. Only
-  /// if there are none by then does it sleep until it is woken, which costs its waker a system
-  /// call. Starts with the shortest time and doubles for as long as few tasks gather: each look
-  /// costs processor time, and a long queue costs cache misses.
+  /// The time for which the worker lets tasks gather before it looks again, once it has run out of
+  /// them. Only if there are none by then does it sleep until it is woken, which costs its waker a
+  /// system call. Starts with the shortest time and doubles for as long as few tasks gather: each
+  /// look costs processor time, and a long queue costs cache misses.
   static constexpr std::chrono::microseconds kShortestLinger{500};
   static constexpr std::chrono::microseconds kLongestLinger{4000};
 
@@ -78,7 +78,7 @@ class TaskQueue {
   /// Tasks beyond this number are dropped, unless a caller waits for them.
   static constexpr uint32_t kMaxQueued = 4194304;
 
-  /// How many tasks other threads may post while one ends the process.
+  /// The number of tasks that other threads may post while one ends the process.
   static constexpr unsigned kTasksDuringExit = 10000;
 
  private:
@@ -87,7 +87,7 @@ class TaskQueue {
     Task* next;
   };
 
-  /// A task that somebody waits for, shared with him.
+  /// A task that a caller waits for, shared with that caller.
   struct Waited;
 
   enum class Urgency { CAN_LINGER, AT_ONCE };
@@ -98,7 +98,7 @@ class TaskQueue {
   /// False when the process is ending and the calling thread has had its share.
   bool admitsDuringExit();
 
-  /// What stands in posted_ beside the flags.
+  /// The pointer in posted_, without the flags.
   static Task* newestOf(uintptr_t posted);
 
   /// False when the queue is closed.
@@ -115,7 +115,7 @@ class TaskQueue {
   /// drained.
   void resetMark();
 
-  /// How many tasks are queued now.
+  /// The number of tasks that are queued now.
   uint32_t size() const;
 
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags

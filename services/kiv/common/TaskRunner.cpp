@@ -31,7 +31,7 @@ void requireTask(const std::function<void()>& task) {
   __android_log_assert("task", kLogTag, "An empty task was posted");
 }
 
-/// How long process exit waits for workers, in all.
+/// The time that process exit waits for workers, in all.
 constexpr std::chrono::seconds kExitPatience{10};
 
 /// The queues whose worker has not ended, so that what they hold can be run at process exit.

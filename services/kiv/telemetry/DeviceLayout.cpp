@@ -32,7 +32,7 @@ constexpr std::size_t misplaced(const Offset (&offsets)[N]) {
   return 0;
 }
 
-/// The same for what holds on the device only. Elsewhere the order has to be the same.
+/// Checks offsets that hold on the device only. Elsewhere, only their order is checked.
 template <std::size_t N>
 constexpr std::size_t misplacedOnDevice(const Offset (&offsets)[N]) {
   if (kIsDevice) return misplaced(offsets);
@@ -50,7 +50,7 @@ constexpr std::size_t misplacedOnDevice(const Offset (&offsets)[N]) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
-// What could grow into the padding behind it without moving anything else.
+// These could grow into the padding behind them without moving anything else.
 static_assert(sizeof(::kiv::KivPcmInfo::interleaved) == 1);
 static_assert(sizeof(KivPcmInfoExt::interleaved) == 1);
 static_assert(sizeof(KivStreamEvent::interleaved) == 1);
@@ -65,7 +65,7 @@ static_assert(sizeof(KivError) == 4);
 static_assert(sizeof(audio_format_t) == 4);
 static_assert(sizeof(TelemetrySubmissionModel) == 4);
 
-// What is made of numbers alone is the same on every platform.
+// Types that consist of numbers only have one layout on every platform.
 
 static_assert(misplaced({{offsetof(::kiv::KivPcmInfo, reserved), 0},
                          {offsetof(::kiv::KivPcmInfo, format), 4},

@@ -16,8 +16,8 @@ namespace android::kiv {
 
 namespace {
 
-/// How long a caller waits for another thread that is loading the module. As long as its task could
-/// stand in the queue.
+/// The longest wait for another thread that is loading the module. It equals the time that a task
+/// may be queued.
 constexpr std::chrono::milliseconds kLoadLimit{1000};
 
 }  // namespace

@@ -1,4 +1,4 @@
-/// How long process exit waits for the shared worker to submit the last windows.
+/// Bounds the time that process exit waits for the shared worker to submit the last windows.
 #pragma once
 
 #include <atomic>
@@ -8,8 +8,8 @@
 
 namespace android::kiv::internal {
 
-/// How long process exit waits for the shared worker, in all: where the common library runs what is
-/// queued, and for the last windows.
+/// The time that process exit waits for the shared worker, in all: while the common library runs
+/// queued tasks, and for the last windows.
 class ExitBudget {
  public:
   /// Measure how long the exit handlers take that are registered between these two.
@@ -40,7 +40,7 @@ class ExitProgress {
   /// Waits for `end()`, but not beyond `deadline`.
   void waitForEnd(std::chrono::steady_clock::time_point deadline);
 
-  /// How many steps have not been taken.
+  /// The number of steps that have not been taken.
   int left() const { return left_; }
 
  private:

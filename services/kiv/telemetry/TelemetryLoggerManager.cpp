@@ -24,7 +24,7 @@ constexpr char kLogTag[] = "KivTelemetry";
 /// The kinds of events, each of which has a window.
 constexpr int kKinds = 6;
 
-/// How long a waited lifecycle call may stand in the shared worker's queue before it is given up.
+/// The time after which a waited lifecycle call gives up if the shared worker has not started it.
 constexpr std::chrono::milliseconds kTaskStartLimit{1000};
 
 std::once_flag manager_once;
@@ -54,7 +54,7 @@ std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, cons
 struct SubmissionAtExit {
   ~SubmissionAtExit() {
     TelemetryLoggerManager* const manager = process_manager;
-    // What a forked process has inherited is its parent's to submit.
+    // A forked process leaves the windows that it inherited to its parent.
     if (manager != nullptr && internal::forkCount() == 0) manager->submitAtExit();
     submission_is_over = true;
   }

@@ -1,4 +1,4 @@
-/// What reports of every kind are aggregated under, in one form.
+/// The key under which reports are aggregated, in one form for every kind.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ struct AggregationKey {
   std::array<std::string_view, kMaxTexts> texts;
 };
 
-/// How many fields the keys of one kind of event have, and in which order they are compared: by
+/// The number of fields in the keys of one kind of event, and the order of their comparison: by
 /// session, then by the first `leading_texts` texts, by all numbers, and by the remaining texts.
 /// Numbers are compared as unsigned, texts bytewise with a proper prefix first.
 struct KeyLayout {

@@ -1,5 +1,5 @@
-/// What sets the kinds of events apart: the layout of their keys, and the name and fields of their
-/// events.
+/// The differences between the kinds of events: the layout of their keys, and the name and fields
+/// of their events.
 #pragma once
 
 #include <cstdint>

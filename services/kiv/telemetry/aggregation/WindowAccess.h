@@ -1,5 +1,5 @@
-/// What the library does with the window of a `TimedAggregationManager` beyond its public
-/// operations.
+/// The library's own operations on the window of a `TimedAggregationManager`, beyond the public
+/// ones.
 #pragma once
 
 #include <android/log.h>

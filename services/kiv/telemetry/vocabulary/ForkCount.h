@@ -6,7 +6,7 @@ namespace android::kiv::internal {
 /// Counts forks from now on. Called once, before any of them matters.
 void watchForks();
 
-/// How many forks lie between this process and the one that called `watchForks()`.
+/// The number of forks between this process and the one that called `watchForks()`.
 unsigned forkCount();
 
 }  // namespace android::kiv::internal

@@ -15,7 +15,7 @@ namespace android::kiv {
 
 namespace {
 
-// Of the two libraries that bring this header, Android's has no name for the length.
+// Two libraries bring this header; Android's has no name for the length.
 constexpr size_t kUuidTextSize = 37;
 
 using internal::ScopedNoCancellation;

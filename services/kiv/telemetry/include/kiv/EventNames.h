@@ -9,10 +9,10 @@ namespace android::kiv::event_names {
 
 // Names of events.
 
-inline constexpr char kErrorCode[] = "wexo_kiv_error_code";      ///< Of reported errors.
-inline constexpr char kStreamEvent[] = "wexo_kiv_stream_event";  ///< Of stream events.
-inline constexpr char kAudioLatency[] = "";                      ///< Of audio latencies; empty.
-inline constexpr char kGeneric[] = "wexo_kiv_generic";           ///< Of named values.
+inline constexpr char kErrorCode[] = "wexo_kiv_error_code";      ///< Reported errors.
+inline constexpr char kStreamEvent[] = "wexo_kiv_stream_event";  ///< Stream events.
+inline constexpr char kAudioLatency[] = "";                      ///< Audio latencies; empty.
+inline constexpr char kGeneric[] = "wexo_kiv_generic";           ///< Named values.
 
 // Prefixes of the field "kiv_error_code".
 

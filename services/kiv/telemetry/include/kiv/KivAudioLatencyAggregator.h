@@ -15,8 +15,8 @@ namespace android::kiv {
 
 /// One latency sample of a stream.
 struct KIV_EXPORT KivAudioLatencyEvent {
-  KivSessionId session;               ///< Of the logger that reported.
-  audio_format_t format;              ///< Of a sample.
+  KivSessionId session;               ///< The reporting logger's session.
+  audio_format_t format;              ///< Format of a sample.
   ::kiv::KivStreamType streamType;    ///< Kind of content.
   uint32_t sampleRate;                ///< Frames per second.
   uint32_t samples;                   ///< Size of the stream's buffer, in samples.
@@ -27,8 +27,8 @@ struct KIV_EXPORT KivAudioLatencyEvent {
 
 /// The stream configuration whose samples are averaged together.
 struct KIV_EXPORT KivAudioLatencyEventKey {
-  KivSessionId session;             ///< Of the logger that reported.
-  audio_format_t format;            ///< Of a sample.
+  KivSessionId session;             ///< The reporting logger's session.
+  audio_format_t format;            ///< Format of a sample.
   ::kiv::KivStreamType streamType;  ///< Kind of content.
   uint32_t sampleRate;              ///< Frames per second.
   uint32_t samples;                 ///< Size of the stream's buffer, in samples.

@@ -12,7 +12,7 @@ namespace android::kiv {
 
 /// A reported error, and the key under which equal reports are counted.
 struct KIV_EXPORT KivErrorCodeEvent {
-  KivSessionId session_id;    ///< Of the logger that reported.
+  KivSessionId session_id;    ///< The reporting logger's session.
   std::string api;            ///< The operation in which the error happened.
   std::string kiv_class;      ///< The reporting class or component.
   std::string error_code;     ///< The error, in the form in which it is sent.

@@ -17,9 +17,9 @@ namespace android::kiv {
 
 /// The key under which samples are combined.
 struct KIV_EXPORT KivGenericEventKey {
-  KivSessionId session;                    ///< Of the logger that reported.
-  std::string name;                        ///< Of the value, chosen by the client.
-  NumericAggregationType aggregationType;  ///< How samples are to be combined.
+  KivSessionId session;                    ///< The reporting logger's session.
+  std::string name;                        ///< Names the value; chosen by the client.
+  NumericAggregationType aggregationType;  ///< Combines the samples.
 
   /// Lexicographic over all fields, in their order; the name bytewise.
   bool operator<(const KivGenericEventKey& other) const;
@@ -36,7 +36,7 @@ struct KIV_EXPORT KivGenericEvent : KivGenericEventKey {
 /// The order of text events in their aggregator: by key, then by value, bytewise.
 template <>
 struct KIV_EXPORT std::less<android::kiv::KivGenericEvent<std::string>> {
-  /// Whether `left` comes before `right`.
+  /// True if `left` comes before `right`.
   bool operator()(const android::kiv::KivGenericEvent<std::string>& left,
                   const android::kiv::KivGenericEvent<std::string>& right) const;
 };

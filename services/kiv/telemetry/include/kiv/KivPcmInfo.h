@@ -30,7 +30,7 @@ enum class KivSampleFormat : int8_t {
 /// A stream's PCM configuration in the clients' compact form.
 struct KivPcmInfo {
   uint32_t reserved;       ///< Reserved for clients; telemetry never reads it.
-  KivSampleFormat format;  ///< Of a sample.
+  KivSampleFormat format;  ///< Format of a sample.
   int32_t sampleRate;      ///< Frames per second.
   uint32_t channels;       ///< Number of channels.
   uint32_t samples;        ///< Size of the stream's buffer, in samples.
@@ -48,7 +48,7 @@ struct KivPcmInfoExt {
   uint32_t samples;       ///< Size of the stream's buffer, in samples.
   uint32_t channels;      ///< Number of channels.
   bool interleaved;       ///< True if the samples of a frame are adjacent.
-  audio_format_t format;  ///< Of a sample.
+  audio_format_t format;  ///< Format of a sample.
 };
 
 }  // namespace android::kiv

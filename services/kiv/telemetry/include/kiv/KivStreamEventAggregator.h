@@ -15,8 +15,8 @@ namespace android::kiv {
 
 /// A reported event of a stream, and the key under which equal reports are counted.
 struct KIV_EXPORT KivStreamEvent {
-  KivSessionId session;             ///< Of the logger that reported.
-  audio_format_t format;            ///< Of a sample.
+  KivSessionId session;             ///< The reporting logger's session.
+  audio_format_t format;            ///< Format of a sample.
   ::kiv::KivStreamType streamType;  ///< Kind of content.
   uint32_t sampleRate;              ///< Frames per second.
   uint32_t samples;                 ///< Size of the stream's buffer, in samples.

@@ -64,7 +64,7 @@ enum class TelemetrySubmissionModel : int32_t {
 
 /// A trace section that has begun. Belongs to the code that began it.
 struct KivTraceInfo {
-  std::string name;                                  ///< What is traced: an API or operation.
+  std::string name;                                  ///< The traced API or operation.
   std::chrono::steady_clock::time_point start_time;  ///< When it began.
   std::string kiv_class;                             ///< The traced class; not reported.
 };
@@ -222,7 +222,7 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Starts what is not running, for a constructor on any thread.
   KIV_HIDDEN void startOnConstruction();
 
-  /// Whether the calling thread may wait for the worker. See LoggerWaits.cpp.
+  /// True if the calling thread may wait for the worker. See LoggerWaits.cpp.
   KIV_HIDDEN static bool mayWaitForWorker();
 
   /// Ends the process if the model needs a worker and there is none.
