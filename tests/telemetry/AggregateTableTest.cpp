@@ -228,6 +228,13 @@ TEST_F(AggregateTableTest, IsSmallWithAFewKeysOnly) {
   EXPECT_FALSE(table.isSmall());
 }
 
+TEST_F(AggregateTableTest, FindingKnownKeysNeverMakesItLarge) {
+  for (int round = 0; round < 2; ++round) {
+    for (const char* name : {"a", "b", "c", "d", "e", "f"}) find(name);
+  }
+  EXPECT_TRUE(table.isSmall());
+}
+
 TEST_F(AggregateTableTest, StaysSmallHoweverOftenItIsCleared) {
   for (int window = 0; window < 10; ++window) {
     for (const char* name : {"a", "b", "c"}) find(name);

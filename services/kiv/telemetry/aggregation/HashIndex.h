@@ -23,15 +23,18 @@ class HashIndex {
   /// slot is empty, and the caller has to fill it.
   template <typename Matches>
   Item*& find(uint32_t hash, const Matches& matches) {
-    if (used_ >= slots_.size() / 4 * 3) grow();
-    const size_t mask = slots_.size() - 1;
-    size_t i = hash & mask;
-    for (; slots_[i].item != nullptr; i = (i + 1) & mask) {
-      if (slots_[i].hash == hash && matches(*slots_[i].item)) return slots_[i].item;
+    if (slots_.empty()) grow();
+    const auto isMatch = [&](const Slot& slot) { return slot.hash == hash && matches(*slot.item); };
+    Slot* slot = &probe(hash, isMatch);
+    if (slot->item == nullptr) {
+      if (used_ >= slots_.size() / 4 * 3) {
+        grow();
+        slot = &probe(hash, [](const Slot& /*slot*/) { return false; });
+      }
+      slot->hash = hash;
+      ++used_;
     }
-    slots_[i].hash = hash;
-    ++used_;
-    return slots_[i].item;
+    return slot->item;
   }
 
   /// True while it has not grown beyond its first size.
@@ -55,6 +58,15 @@ class HashIndex {
 
  private:
   static constexpr size_t kFirstSize = 8;
+
+  /// The first slot from the hash's own on that matches or is empty.
+  template <typename IsMatch>
+  Slot& probe(uint32_t hash, const IsMatch& is_match) {
+    const size_t mask = slots_.size() - 1;
+    size_t i = hash & mask;
+    while (slots_[i].item != nullptr && !is_match(slots_[i])) i = (i + 1) & mask;
+    return slots_[i];
+  }
 
   void grow() {
     std::vector<Slot> grown(std::max(kFirstSize, slots_.size() * 2));

@@ -36,11 +36,16 @@ class TextHash {
 
   void add(uint32_t first, uint32_t second) { mix(first, second); }
 
-  uint32_t get() const { return static_cast<uint32_t>(state_); }
+  /// The low bits of the last product may have too few values, depending on the seed.
+  uint32_t get() const {
+    const size_t spread = state_ * kFactor;
+    return static_cast<uint32_t>(spread ^ (spread >> (kBits / 2)));
+  }
 
  private:
   static constexpr size_t kWord = sizeof(size_t);
   static constexpr int kBits = kWord * CHAR_BIT;
+  static constexpr auto kFactor = static_cast<size_t>(0x9E3779B97F4A7C15);
 #ifdef __SIZEOF_INT128__
   __extension__ using DoubleWord = unsigned __int128;
 #else

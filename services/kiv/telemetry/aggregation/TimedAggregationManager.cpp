@@ -20,7 +20,8 @@ template <typename Event>
 TimedAggregationManager<Event>::TimedAggregationManager(
     std::shared_ptr<KivAggregator<Event>> aggregator, std::chrono::milliseconds aggregation_period)
     : aggregator_(std::move(aggregator)),
-      aggregation_period_(std::min(aggregation_period, internal::kLongestPeriod)) {}
+      aggregation_period_(
+          std::clamp(aggregation_period, -internal::kLongestPeriod, internal::kLongestPeriod)) {}
 
 template <typename Event>
 TimedAggregationManager<Event>::~TimedAggregationManager() {

@@ -31,7 +31,8 @@ inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 template <typename Event>
 class KIV_EXPORT TimedAggregationManager {
  public:
-  /// Makes a stopped manager over `aggregator`, which must not be used otherwise from now on.
+  /// Makes a stopped manager over `aggregator`, which must not be used otherwise from now on. A
+  /// period of more than 292 years is taken for 292 years.
   TimedAggregationManager(std::shared_ptr<KivAggregator<Event>> aggregator,
                           std::chrono::milliseconds aggregation_period);
 
