@@ -1,7 +1,11 @@
 // The binding where no telemetry module is installed.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <chrono>
+
+#include "tamsa/ModuleReadiness.h"
 #include "tamsa/Ptr.h"
 #include "tamsa/SymbolCache.h"
 #include "tamsa/UnifiedTelemetry.h"
@@ -43,6 +47,24 @@ TEST(AbsentModule, IsLoggedOncePerProcess) {
                                                  "TAMSA loading module 'libtamsa.nebrik.so'"},
                                          LogLine{ANDROID_LOG_ERROR, "TamsaLoader",
                                                  "TAMSA module 'libtamsa.nebrik.so' not found"}));
+  });
+}
+
+TEST(AbsentModule, IsReadyAfterTheThreadThatLookedForItWasCancelled) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    pthread_t thread{};
+    const auto run = [](void* /*none*/) -> void* {
+      pthread_cancel(pthread_self());
+      // Writes log lines, which are cancellation points.
+      UnifiedTelemetry::prepareModule(std::chrono::milliseconds::zero());
+      pthread_testcancel();
+      return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, nullptr), 0);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_TRUE(UnifiedTelemetry::prepareModule(std::chrono::milliseconds::zero()));
   });
 }
 
