@@ -127,6 +127,14 @@ TEST_F(TimedAggregationManagerTest, StoppingTwiceIsLoggedAtDebugPriority) {
                                                "stop: TimedAggregationManager not running!"}));
 }
 
+TEST_F(TimedAggregationManagerTest, TheLongestPeriodDoesNotOverflow) {
+  TimedAggregationManager<KivErrorCodeEvent> endless(aggregator, milliseconds::max());
+  endless.start();
+  clock.advance(std::chrono::hours(24 * 365 * 100));
+  endless.add(report("a"));
+  EXPECT_THAT(calls(), ElementsAre("reset", "add a"));
+}
+
 TEST_F(TimedAggregationManagerTest, ReportsExactlyThePeriodApartShareAWindow) {
   manager->start();
   manager->add(report("a"));
