@@ -144,17 +144,17 @@ class TaskQueue {
   std::atomic<uint32_t> dropped_{0};            // since the queue was empty
 
   std::atomic<bool> exiting_{false};
-  std::thread::id exiting_thread_;  // constant once exiting_ is set
   std::atomic<unsigned> posted_during_exit_{0};
+  std::thread::id exiting_thread_;  // constant once exiting_ is set
 
   // Touched by the worker only: the tasks that it has taken, oldest first, and whether the last
   // that it ran may have been one of many. Where somebody waits for each, the next comes later.
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
-  bool lingers_ = false;
   std::chrono::microseconds linger_ = kShortestLinger;  // the next one
   size_t tasks_since_sleep_ = 0;
   std::atomic<uint32_t> started_{0};  // tasks; written by the worker only
+  bool lingers_ = false;
 
   Semaphore woken_;  // where the worker sleeps
 

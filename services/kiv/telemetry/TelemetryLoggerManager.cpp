@@ -108,7 +108,7 @@ void TelemetryLoggerManager::submitAtExit() {
   }
 }
 
-void TelemetryLoggerManager::submitOpenWindows(internal::ExitProgress& progress) {
+void TelemetryLoggerManager::submitOpenWindows(internal::ExitProgress& progress) const {
   const auto submit = [&progress](const auto& manager) {
     WindowAccess::finish(*manager);
     progress.advance();

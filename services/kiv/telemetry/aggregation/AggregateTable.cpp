@@ -10,7 +10,8 @@ namespace {
 
 /// The part of a session that is hashed. Identifiers are random: half of one is enough.
 std::string_view hashedText(const KivSessionId& session) {
-  return std::string_view(session.id()).substr(0, 16);
+  const std::string_view id = session.id();
+  return id.substr(0, 16);
 }
 
 }  // namespace
@@ -78,7 +79,7 @@ const KivSessionId* AggregateTable::findOrInsertSession(const KivSessionId& sess
   return known;
 }
 
-const size_t* AggregateTable::endsOf(const Entry& entry) const {
+const size_t* AggregateTable::endsOf(const Entry& entry) {
   return reinterpret_cast<const size_t*>(&entry + 1);
 }
 

@@ -64,7 +64,7 @@ class AggregateTable {
   Entry* makeEntry(const AggregationKey& key);
   const KivSessionId* findOrInsertSession(const KivSessionId& session);
 
-  const size_t* endsOf(const Entry& entry) const;
+  static const size_t* endsOf(const Entry& entry);
   const uint32_t* numbersOf(const Entry& entry) const;
   const char* bytesOf(const Entry& entry) const;
   /// The texts from `first` to before `last`, with the NULs between them.

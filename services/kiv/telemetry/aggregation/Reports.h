@@ -30,8 +30,8 @@ struct ErrorCodeReport {
   AggregationKey key() const {
     return {&session, {static_cast<uint32_t>(severity)}, {api, kiv_class, error_code}};
   }
-  NumericAggregationType method() const { return NumericAggregationType::COUNT; }
-  float sample() const { return 1; }
+  static NumericAggregationType method() { return NumericAggregationType::COUNT; }
+  static float sample() { return 1; }
   Event event() const {
     return {session, std::string(api), std::string(kiv_class), std::string(error_code), severity};
   }
@@ -94,8 +94,8 @@ struct StreamEventReport {
   }
 
   AggregationKey key() const { return stream.key(name); }
-  NumericAggregationType method() const { return NumericAggregationType::COUNT; }
-  float sample() const { return 1; }
+  static NumericAggregationType method() { return NumericAggregationType::COUNT; }
+  static float sample() { return 1; }
   Event event() const { return stream.record<Event>(std::string(name)); }
 
   ReportedStream stream;
@@ -111,7 +111,7 @@ struct AudioLatencyReport {
   }
 
   AggregationKey key() const { return stream.key(); }
-  NumericAggregationType method() const { return NumericAggregationType::AVG; }
+  static NumericAggregationType method() { return NumericAggregationType::AVG; }
   float sample() const { return static_cast<float>(static_cast<uint32_t>(latency.count())); }
   Event event() const { return stream.record<Event>(latency); }
 
@@ -139,7 +139,7 @@ struct ValueReport {
   AggregationKey key() const { return valueKey(session, name, aggregation_type); }
   NumericAggregationType method() const { return aggregation_type; }
   float sample() const { return static_cast<float>(value); }
-  Event event() const { return {{session, std::string(name), aggregation_type}, value}; }
+  Event event() const { return {{session, std::string{name}, aggregation_type}, value}; }
 
   const KivSessionId& session;
   std::string_view name;
@@ -157,8 +157,8 @@ struct ValueReport<std::string> {
   }
 
   AggregationKey key() const { return valueKey(session, name, aggregation_type, value); }
-  NumericAggregationType method() const { return NumericAggregationType::COUNT; }
-  float sample() const { return 1; }
+  static NumericAggregationType method() { return NumericAggregationType::COUNT; }
+  static float sample() { return 1; }
   Event event() const {
     return {{session, std::string(name), aggregation_type}, std::string(value)};
   }

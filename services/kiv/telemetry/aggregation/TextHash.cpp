@@ -8,7 +8,7 @@ namespace {
 
 /// Condenses a random text, by fixed factors, to one word.
 size_t condense(std::string_view random_text) {
-  size_t word = static_cast<size_t>(0xD1B54A32D192ED03);
+  auto word = static_cast<size_t>(0xD1B54A32D192ED03);
   for (const char byte : random_text) {
     word = (word ^ static_cast<unsigned char>(byte)) * static_cast<size_t>(0x9E3779B97F4A7C15);
   }

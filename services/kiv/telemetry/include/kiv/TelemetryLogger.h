@@ -315,7 +315,7 @@ class KIV_EXPORT TelemetryLoggerManager {
   KIV_HIDDEN void submitAtExit();
 
   /// On the worker: submits the open windows, from the last kind to the first, and counts them.
-  KIV_HIDDEN void submitOpenWindows(internal::ExitProgress& progress);
+  KIV_HIDDEN void submitOpenWindows(internal::ExitProgress& progress) const;
 
   /// A logger on the shared resources, under a fresh session whose parent is a copy of
   /// `session_id`.
