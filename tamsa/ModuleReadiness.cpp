@@ -23,7 +23,7 @@ constexpr std::chrono::milliseconds kPollInterval{1};
 /// cancellation.
 class ScopedNoCancellation {
  public:
-#ifdef __BIONIC__
+#ifdef __ANDROID__
   ScopedNoCancellation() {}
 #else
   ScopedNoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
@@ -34,7 +34,7 @@ class ScopedNoCancellation {
   ScopedNoCancellation& operator=(const ScopedNoCancellation&) = delete;
 
  private:
-#ifndef __BIONIC__
+#ifndef __ANDROID__
   int before_ = 0;
 #endif
 };

@@ -255,7 +255,7 @@ TEST_F(TaskRunnerTest, ASignalHandlerDoesNotEndAWait) {
     // All but the first few come while it waits.
     for (int i = 0; i < 200; ++i) {
       pthread_kill(waiter, SIGUSR1);
-      for (int j = 0; j < 100; ++j) std::this_thread::yield();
+      for (int j = 0; j < 10; ++j) std::this_thread::yield();
     }
     hold.release();
   });
