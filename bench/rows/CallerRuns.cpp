@@ -71,7 +71,7 @@ class Barrier {
   pthread_barrier_t barrier_;
 };
 
-/// Of all threads of the process.
+/// The processor time of all threads of the process.
 std::chrono::nanoseconds processorTime() {
   timespec time{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);

@@ -20,8 +20,7 @@ struct Producers {
 std::vector<double> runPaced(const ReporterKind& kind, const Producers& producers,
                              uint32_t reports);
 
-/// The same reports: ns of processor time a report, of the whole process and including the sleeps
-/// between reports.
+/// Processor time of the whole process per paced report, in ns, with the sleeps between reports.
 std::vector<double> runProcessorTime(const ReporterKind& kind, const Producers& producers,
                                      uint32_t reports);
 

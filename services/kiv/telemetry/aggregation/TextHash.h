@@ -1,4 +1,4 @@
-/// A keyed hash, for tables in memory whose keys may be chosen by somebody hostile.
+/// A keyed hash, for tables in memory whose keys an attacker may choose.
 #pragma once
 
 #include <climits>
