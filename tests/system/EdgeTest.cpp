@@ -149,7 +149,7 @@ TEST(StartLimit, OfTheSharedWorkerIsASecond) {
   const std::string err = endsWell("wait", {{"PRINT_WAITS", "1"}}).err;
   const size_t at = err.find("waits ");
   ASSERT_NE(at, std::string::npos) << err;
-  // How long the limit was, less the time that passed until it was looked at.
+  // The limit, less the time that passed before it was read.
   const double waits = std::atof(err.c_str() + at + 6);
   EXPECT_LE(waits, 1.0);
   EXPECT_GT(waits, 0.5);

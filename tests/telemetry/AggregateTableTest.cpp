@@ -269,7 +269,7 @@ TEST_F(AggregateTableTest, OrdersLeadingTextsBeforeNumbersAndTheRestBehind) {
   EXPECT_THAT(countsIn(mixed), ElementsAre(1, 2, 3, 4));
 }
 
-/// How many of 1000 texts share the slot of another in an index of 2048. The median over several
+/// Counts those of 1000 texts that share a slot of an index of 2048. The median over several
 /// seeds: a few seeds spread some of the texts less evenly.
 size_t collisions(const std::function<std::string(int)>& text) {
   std::mt19937_64 random(1);

@@ -96,7 +96,7 @@ class LiveQueues {
         if (!left.has_value()) continue;
         none_given_up = false;
         given_up += *left;
-        // Whatever comes now would come too late, and its caller would wait in vain.
+        // It is too late for further tasks: callers would wait for nothing.
         queue->close();
       }
       return none_given_up;

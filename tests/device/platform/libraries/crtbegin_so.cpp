@@ -1,4 +1,4 @@
-// What Android's start files add to every shared library, as far as our sources use it.
+// The functions of Android's start files that our sources use.
 
 extern "C" {
 
