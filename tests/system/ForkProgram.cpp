@@ -17,6 +17,7 @@
 
 #include "kiv/TelemetryDelegate.h"
 #include "kiv/TelemetryLogger.h"
+#include "tests/support/Latch.h"
 #include "tests/system/Calls.h"
 
 namespace {
@@ -42,13 +43,18 @@ std::vector<std::shared_ptr<TelemetryLogger>> makeLoggers() {
   return loggers;
 }
 
-/// A thread that does something without end while this lives.
+/// A thread that does something without end while this lives. The constructor waits until it was
+/// done once: a child may inherit the lock around what the process does for the first time.
 class Busy {
  public:
   explicit Busy(std::function<void()> work)
       : thread_([this, work = std::move(work)] {
+          work();
+          done_once_.countDown();
           while (!over_) work();
-        }) {}
+        }) {
+    done_once_.wait();
+  }
   ~Busy() {
     over_ = true;
     thread_.join();
@@ -58,6 +64,7 @@ class Busy {
   Busy& operator=(const Busy&) = delete;
 
  private:
+  kiv_test::Latch done_once_;
   std::atomic<bool> over_{false};
   std::thread thread_;
 };
