@@ -14,7 +14,7 @@ import re
 import matplotlib
 
 matplotlib.use("svg")
-# The same rows give the same file.
+# Fixed, so that equal rows give equal files.
 matplotlib.rcParams["svg.hashsalt"] = "kiv_bench"
 matplotlib.rcParams["svg.fonttype"] = "none"
 matplotlib.rcParams["font.size"] = 9

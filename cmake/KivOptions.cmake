@@ -1,6 +1,6 @@
-# What a build can be asked for. README lists these.
+# Options of the build. README lists these.
 
-# Of the binary interface: rises with every incompatible change of it, and with nothing else.
+# Version of the binary interface. Only an incompatible change raises it.
 set(KIV_SOVERSION 0)
 
 if(PROJECT_IS_TOP_LEVEL)
@@ -20,7 +20,7 @@ option(KIV_BUILD_BENCHMARKS "Build the benchmark, which needs its peers" OFF)
 option(KIV_BUILD_FUZZERS "Build the fuzzers; needs Clang with -fsanitize=fuzzer-no-link" OFF)
 option(KIV_VERSIONED_NAMES "Put the version into the libraries' file names; devices have none" ON)
 
-# Of a project that includes this one, a build makes only what its targets use.
+# As a subproject, build only what the parent's targets use.
 set(kiv_part)
 if(NOT PROJECT_IS_TOP_LEVEL AND NOT KIV_INSTALL)
   set(kiv_part EXCLUDE_FROM_ALL)

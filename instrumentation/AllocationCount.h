@@ -1,4 +1,4 @@
-/// How often the current thread allocates. Programs that use it link AllocationCount.cpp, which
+/// Counts the current thread's allocations. Programs that use it link AllocationCount.cpp, which
 /// replaces the global operator new.
 #pragma once
 

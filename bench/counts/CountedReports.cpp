@@ -1,5 +1,4 @@
-// What the library does for one report, in instructions and allocations: unlike times, these
-// repeat.
+// Instructions and allocations that the library needs for one report. Unlike times, these repeat.
 #include <chrono>
 #include <future>
 

@@ -1,4 +1,4 @@
-/// How a program tells QEMU's plugin that a section begins or ends.
+/// Marks in a program where a counted section begins and ends, for QEMU's plugin.
 #pragma once
 
 namespace kiv_bench {

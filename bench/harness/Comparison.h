@@ -11,7 +11,7 @@
 
 namespace kiv_bench {
 
-/// How good a ratio has to be.
+/// The limit that a ratio is to reach.
 struct Aim {
   enum class Sense { AT_MOST, AT_LEAST };
   double limit;
@@ -20,7 +20,7 @@ struct Aim {
 
 std::string toString(const Aim& aim);
 
-/// What is aimed at against one peer; peers without an aim are there for orientation.
+/// The aim against one peer. Peers without an aim are measured for comparison only.
 struct PeerAim {
   std::string peer;
   Aim aim;

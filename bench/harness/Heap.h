@@ -1,4 +1,4 @@
-/// What is allocated.
+/// Bytes in use on the heap.
 #pragma once
 
 #include <malloc.h>

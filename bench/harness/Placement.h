@@ -25,7 +25,7 @@ class Confinement {
   Confinement(const Confinement&) = delete;
   Confinement& operator=(const Confinement&) = delete;
 
-  /// What `make` returns, with the threads that it starts on the workers' processor.
+  /// Returns the result of `make`. Threads that `make` starts run on the workers' processor.
   template <typename Make>
   auto startWorker(const Make& make) const {
     confineTo(workers_);

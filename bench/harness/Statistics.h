@@ -1,4 +1,4 @@
-/// What is made of many measurements.
+/// Medians and percentiles of many measurements.
 #pragma once
 
 #include <cstdint>

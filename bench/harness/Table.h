@@ -1,4 +1,4 @@
-/// How rows are shown.
+/// Prints rows as a table.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-/// What the library makes for itself: measured in place of the public aggregators, which only those
-/// who derive from them use.
+/// The library's own aggregations. They are measured in place of the public aggregators, which only
+/// clients use that derive from them.
 #pragma once
 
 #include <memory>

@@ -8,8 +8,8 @@
 
 namespace kiv_bench {
 
-/// Keys of four sessions under one parent, eight classes and 32 operations, told apart by the error
-/// code's last digits: an ordered table has to look at every field.
+/// Keys of four sessions under one parent, eight classes and 32 operations, distinguished by the
+/// error code's last digits: an ordered table has to look at every field.
 std::vector<android::kiv::KivErrorCodeEvent> libraryKeys(uint32_t count);
 
 /// Which of `keys` keys the next reports are of: each as likely, in no order.

@@ -124,7 +124,7 @@ std::vector<Contestant> traceContestants(uint32_t bursts) {
     logger.logKivEvent(name, static_cast<int64_t>(nanosecondsSince(start) / 1000),
                        NumericAggregationType::AVG);
   };
-  // What the record of a section owns, its name and its class, comes on top.
+  // The record of a section also owns its name and its class.
   auto with_record = [api = Report().api,
                       name = "api_latency_us." + Report().api](TelemetryLogger& logger) {
     const android::kiv::KivTraceInfo record{api, Clock::now(), LibraryLogger::kName};

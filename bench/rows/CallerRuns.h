@@ -1,4 +1,4 @@
-/// What the rows about callers measure of one reporter.
+/// Measurements of one reporter for the rows about callers.
 #pragma once
 
 #include <cstddef>

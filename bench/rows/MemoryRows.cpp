@@ -1,4 +1,4 @@
-// What a key takes while its window is open, and a report while it waits for the worker.
+// Memory of a key while its window is open, and of a report while it waits for the worker.
 #include <future>
 
 #include "bench/harness/Heap.h"

@@ -8,10 +8,10 @@
 
 namespace kiv_bench {
 
-/// How long measurements take.
+/// Sets how long measurements take.
 struct Effort {
-  int rounds;      ///< At least seven for figures that anybody is shown.
-  uint32_t scale;  ///< What is repeated within a run is repeated so many times as often.
+  int rounds;      ///< At least seven for figures that are published.
+  uint32_t scale;  ///< Factor on the repetitions within a run.
 };
 
 std::vector<Comparison> pacedComparisons(const Effort& effort);

@@ -1,4 +1,4 @@
-// What aggregation costs the worker: folding one report, and submitting one key.
+// The cost of aggregation for the worker: folding one report, and submitting one key.
 #include <algorithm>
 #include <map>
 

@@ -1,5 +1,5 @@
-// How often workers wake, and what they cost the processor: while nobody reports, and while reports
-// come one by one. The kernel counts; nothing here is timed.
+// Counts how often workers wake, and their processor time: without reports, and while reports come
+// one by one. The kernel counts; nothing here is timed.
 #include <dirent.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::chrono::seconds kPeriod{3};
 
-/// What all threads but the calling one have done so far.
+/// Wakeups and processor time of all threads but the calling one so far.
 struct Activity {
   long wakeups = 0;  // returns from a wait
   double processor_seconds = 0;

@@ -21,7 +21,7 @@ using Deadline = std::function<std::chrono::steady_clock::time_point()>;
 /// nothing, because it may be needed after all static destructors have run.
 class HttpTransport final {
  public:
-  /// Only copies; libcurl is initialised by the first request. `content_type` is that of all
+  /// Only copies; libcurl is initialized by the first request. `content_type` is that of all
   /// requests.
   HttpTransport(const OtlpConfig& config, const std::string& content_type);
   ~HttpTransport() = default;

@@ -26,7 +26,7 @@ optional_steps=(
   'tsan||the test suite with the thread sanitizer'
   'tidy-tests||clang-tidy finds nothing in the tests'
   'clang-libcxx||the test suite with Clang and libc++'
-  'release||the test suite with the optimised build'
+  'release||the test suite with the optimized build'
   "bench||the benchmark passes clang-tidy and runs"
 )
 
@@ -34,7 +34,7 @@ tidy_packages=("${test_packages[@]}" clang-14 clang-tidy-14 libc++-14-dev libc++
 preset_packages=("${test_packages[@]}" clang-14 libc++-14-dev libc++abi-14-dev)
 fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
-# What the library may weigh on the device, stripped, and what it may depend on there.
+# Limits on the device: bytes of the stripped library, and the libraries that it may depend on.
 library_budget=126000
 # The cross-built library has no packed relocations, and equal functions are not merged.
 cross_built_budget=130000
@@ -93,7 +93,7 @@ test_names() {
   ctest --preset "$1" -LE '^host$' --show-only | sed -n 's/^ *Test *#[0-9]*: //p' | sort
 }
 
-# Describes what clients can see of a library: types, layouts, virtual operations. $1: its room.
+# Describes what clients can see of a library: types, layouts, virtual operations. $1: its library.
 describe_abi() {
   abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-parameter-names \
     --exported-interfaces-only --drop-private-types --type-id-style hash \
@@ -114,11 +114,11 @@ check_armv7() {
   diff <(test_names dev) <(test_names armv7)
   echo "All $(test_names armv7 | wc -l) are the same."
   say "Comparing with the recorded binary interface"
-  local room
-  for room in common telemetry; do
-    describe_abi "$room" >"build/armv7/kiv$room.abi"
-    abidiff --harmless "tests/device/kiv$room.abi" "build/armv7/kiv$room.abi"
-    echo "libkiv$room.so: no difference"
+  local library
+  for library in common telemetry; do
+    describe_abi "$library" >"build/armv7/kiv$library.abi"
+    abidiff --harmless "tests/device/kiv$library.abi" "build/armv7/kiv$library.abi"
+    echo "libkiv$library.so: no difference"
   done
   say "Checking what the library asks of the device"
   tests/device/check-library build/armv7/services/kiv/telemetry/libkivtelemetry.so \
@@ -135,8 +135,8 @@ check_android() {
     build/armv7-sysroot "$library_budget"
 }
 
-# What is most at stake, under both sanitizers, each program in one go: minutes less than the whole
-# suite, which the steps asan and tsan run.
+# Runs the core's tests under both sanitizers, each program in one process. This takes minutes less
+# than the whole suite, which the steps asan and tsan run.
 check_sanitize() {
   need "${test_packages[@]}"
   local preset program
@@ -180,7 +180,7 @@ cmd_check() {
   done
 }
 
-# What is found gathers in build/fuzz/corpus, from where the next run goes on.
+# Inputs that reach new code are kept in build/fuzz/corpus. The next run starts from them.
 cmd_fuzz() {
   need "${fuzz_packages[@]}"
   build fuzz model_fuzzer
@@ -193,14 +193,14 @@ cmd_fuzz() {
 
 cmd_abi() {
   need "${preset_packages[@]}" git
-  local preset room
+  local preset library
   for preset in dev:libstdc++ clang-libcxx:libc++ armv7:armv7; do
     build "${preset%:*}" kivcommon kivtelemetry
-    for room in common telemetry; do
-      tests/system/list-exports "build/${preset%:*}/services/kiv/$room/libkiv$room.so" \
-        >"tests/system/exports/${preset#*:}/kiv$room.txt"
+    for library in common telemetry; do
+      tests/system/list-exports "build/${preset%:*}/services/kiv/$library/libkiv$library.so" \
+        >"tests/system/exports/${preset#*:}/kiv$library.txt"
     done
   done
-  for room in common telemetry; do describe_abi "$room" >"tests/device/kiv$room.abi"; done
+  for library in common telemetry; do describe_abi "$library" >"tests/device/kiv$library.abi"; done
   git --no-pager diff --stat -- tests/system/exports tests/device
 }

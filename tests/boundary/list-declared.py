@@ -25,7 +25,7 @@ INSTANCES = "".join(
     for event in ("KivErrorCodeEvent", "KivStreamEvent", "KivAudioLatencyEvent",
                   "KivGenericEvent<long long>", "KivGenericEvent<float>",
                   "KivGenericEvent<std::string>"))
-# What libkivcommon's headers declare, which ours include.
+# Classes and functions of libkivcommon's headers, which ours include.
 FAMILY = ("TaskRunner", "TaskRunnerThread", "TelemetryDelegate", "TelemetryHandler",
           "logAssertionErrorCode")
 # In whose names a declaration of ours is.

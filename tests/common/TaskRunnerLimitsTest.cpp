@@ -1,4 +1,4 @@
-// What a worker does at its limits: a queue that is too long, a limit that is none, an empty task,
+// A worker at its limits: a queue that is too long, a start limit below zero, an empty task,
 // several workers at process exit.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

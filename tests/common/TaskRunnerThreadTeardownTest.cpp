@@ -1,4 +1,4 @@
-// How a worker ends: from outside, from one of its own tasks, under posts, and at process exit.
+// A worker's end: from outside, from one of its own tasks, under posts, and at process exit.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -21,7 +21,7 @@ bool in_forked_process = false;
 }  // namespace
 
 // Asked by the leak checker, where there is one: what another thread held on its stack at the time
-// of a fork belongs to nobody in the child.
+// of a fork has no owner in the child.
 extern "C" int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off() { return in_forked_process ? 1 : 0; }
 
@@ -110,7 +110,7 @@ TEST(TaskRunnerThreadTeardown, LastReferenceDroppedByTheWorkerEndsItQuietly) {
   runner.postTask([&release, thread = std::move(thread)] { release.wait(); });
   runner.postTask([&] { last_ran.countDown(); });
   release.countDown();
-  // What was queued before still runs, although its thread's owner is gone by then.
+  // Tasks queued before still run, although the owner of the thread is destroyed by then.
   last_ran.wait();
   EXPECT_TRUE(watch.expired());
   EXPECT_EQ(runner.postTaskAndWait([] {}).code(), android::DEAD_OBJECT);

@@ -25,7 +25,7 @@ import (
 )
 
 // Our modules: where they are defined, and as what they are built. The static one has the form that
-// the other one, which is optimised as a whole, asks for.
+// the other one, which is optimized as a whole, asks for.
 var modules = []struct{ name, dir, kind string }{
 	{"libtamsa_binding", "tamsa", "static_lto-thin"},
 	{"libkivtelemetry", "services/kiv/telemetry", "shared"},

@@ -320,7 +320,7 @@ class RenderServiceProgram : public testing::Test {
 
   std::vector<json> events() const { return kiv_test::readEvents(path("events.jsonl")); }
 
-  /// How often each error was reported.
+  /// Each error, with the number of its reports.
   std::map<std::string, int> errors() const {
     std::map<std::string, int> errors;
     for (const json& event : events()) {
@@ -339,7 +339,7 @@ class RenderServiceProgram : public testing::Test {
     return sum;
   }
 
-  /// How many calls of `api` had that result.
+  /// The number of calls of `api` with that result.
   int calls(const std::string& api, const std::string& result) const {
     int count = 0;
     for (const json& event : events()) {
@@ -499,7 +499,7 @@ TEST_F(RenderServiceProgram, ReportsAnOutputThatCannotBeOpened) {
 }
 
 TEST_F(RenderServiceProgram, ReportsAnOutputThatCannotBeWrittenToItsEnd) {
-  // What was complete before is lost as well.
+  // Files that were complete before are lost as well.
   std::vector<std::string> command{RENDER_SERVICE, "-o", path("out.wav"),
                                    makeSound("short.wav", 48000, 1, 100)};
   // More than the queue holds: no thread may wait for another one that has ended.

@@ -10,7 +10,7 @@
 
 namespace derived_client {
 
-/// What an override has seen.
+/// Arguments that overrides were called with.
 using Seen = std::vector<std::string>;
 
 /// A logger that notes errors and traces in `seen` and reports them as its base does. Everything

@@ -75,7 +75,7 @@ void logThroughHandler() {
 
 bool handler_is_used_after_everything = false;
 
-/// Runs when every library has been finalised.
+/// Runs when every library has been finalized.
 void useHandlerAfterEverything(int /*status*/, void* /*unused*/) {
   if (!handler_is_used_after_everything) return;
   logThroughHandler();
@@ -84,9 +84,9 @@ void useHandlerAfterEverything(int /*status*/, void* /*unused*/) {
   std::fputs("reported after everything\n", stderr);
 }
 
-// Called before any library is initialised, so what it registers is called when all are finalised.
-using Initialiser = void (*)(int, char**, char**);
-[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first =
+// Called before any library is initialized, so what it registers is called when all are finalized.
+using Initializer = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initializer register_first =
     [](int, char**, char**) { on_exit(useHandlerAfterEverything, nullptr); };
 
 int useHandlerUntilTheEnd() {

@@ -1,4 +1,4 @@
-// What programs may do at the edges of the library: each test runs a process with a limit of its
+// Programs at the edges of the library's use. Each test runs a process with a time limit of its
 // own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

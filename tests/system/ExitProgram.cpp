@@ -220,9 +220,9 @@ void useKeptLoggers(int /*status*/, void* /*unused*/) {
   std::fputs("the kept loggers are gone\n", stderr);
 }
 
-// Called before any library is initialised, so what it registers is called when all are finalised.
-using Initialiser = void (*)(int, char**, char**);
-[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first = [](int, char**,
+// Called before any library is initialized, so what it registers is called when all are finalized.
+using Initializer = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initializer register_first = [](int, char**,
                                                                                     char**) {
   on_exit(reportAfterEverything, nullptr);
   on_exit(useKeptLoggers, nullptr);

@@ -87,7 +87,7 @@ bool forkChildren(const std::function<void()>& child_work) {
   return true;
 }
 
-/// The same while other threads keep busy whatever a child could find locked or abandoned.
+/// Forks while other threads use everything that a child could find locked or half changed.
 bool forkWhileBusy(const std::function<void()>& child_work) {
   const TelemetryEnv flowing("Flowing");
   const Busy worker([&] {
@@ -99,7 +99,7 @@ bool forkWhileBusy(const std::function<void()>& child_work) {
   return forkChildren(child_work);
 }
 
-/// The children exit with a copy of a window that nobody but the manager holds.
+/// The children exit with a copy of a window that only the manager holds.
 bool exitWithAWindowOpen() {
   report(*TelemetryEnv().getLogger(), "before fork", 50);
   // Waits until the worker has taken them.

@@ -8,8 +8,8 @@
 #include "kiv/TelemetryLogger.h"
 #include "tests/system/Calls.h"
 
-/// Of the program, whose code stays: starts a thread that makes and uses a LOCKING_IMMEDIATE
-/// logger.
+/// Starts a thread that makes and uses a LOCKING_IMMEDIATE logger. Defined in the program, whose
+/// code is not unloaded.
 extern "C" void reportImmediatelyElsewhere();
 
 namespace {

@@ -1,4 +1,5 @@
-// What a process leaves behind when it ends, with the real module loaded by the real library.
+// Events that a process leaves behind when it ends, with the real module loaded by the real
+// library.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// What the linker was asked for, and how it answers.
+/// A linker that records its calls, and the results that it returns.
 struct Linker {
   std::vector<std::string> asked_namespaces;
   std::vector<std::string> opened_in_namespace;

@@ -18,11 +18,11 @@ using ::kiv_test::callEntry;
 using v7::ITelemetryEvent;
 using v9::ITelemetryHandler;
 
-/// What a closed module's object is to its caller: a pointer to a table of functions.
+/// An object of a closed module, as its caller sees it: a pointer to a table of functions.
 struct RawObject {
   void* const* table;
 
-  // What the last call brought.
+  // Arguments of the last call.
   int position = 0;
   std::string name{};
   std::string text{};
@@ -31,7 +31,7 @@ struct RawObject {
   void* event = nullptr;
   int32_t flag = 0;
 
-  // What the next call answers.
+  // Result of the next call.
   bool accepts = true;
 };
 

@@ -1,5 +1,5 @@
-/// What Android's <android/dlext.h> offers for opening a library in a linker namespace, for hosts
-/// that lack that header.
+/// Declarations of Android's <android/dlext.h> for opening a library in a linker namespace, for
+/// hosts that lack that header.
 #pragma once
 
 #include <sys/types.h>

@@ -1,4 +1,4 @@
-/// What Android's <system/audio.h> says about audio formats, for hosts that lack that header.
+/// The audio formats of Android's <system/audio.h>, for hosts that lack that header.
 ///
 /// Values are Android's published constants; a device build uses the platform's own header.
 #pragma once

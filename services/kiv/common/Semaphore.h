@@ -9,8 +9,8 @@
 
 namespace android::kiv::internal {
 
-/// A counter of signals that have not been waited for yet. One system call wakes a sleeper, and one
-/// puts him to sleep; a condition variable needs a mutex besides, over which the two stumble.
+/// A counter of signals that have not been waited for yet. One system call wakes a thread, and one
+/// puts it to sleep. With a condition variable the woken thread could block again on its mutex.
 class Semaphore {
  public:
   Semaphore() { sem_init(&signals_, 0, 0); }

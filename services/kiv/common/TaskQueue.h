@@ -147,8 +147,8 @@ class TaskQueue {
   std::atomic<unsigned> posted_during_exit_{0};
   std::thread::id exiting_thread_;  // constant once exiting_ is set
 
-  // Touched by the worker only: the tasks that it has taken, oldest first, and whether the last
-  // that it ran may have been one of many. Where somebody waits for each, the next comes later.
+  // Used by the worker only: the tasks that it has taken, oldest first, and whether the last that
+  // it ran may have been one of many. If a caller waits for each task, the next one comes later.
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
   std::chrono::microseconds linger_ = kShortestLinger;  // the next one

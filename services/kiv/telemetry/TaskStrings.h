@@ -40,7 +40,7 @@ class TaskStrings {
 
   std::array<size_t, kMaxTexts> ends_{};
   std::unique_ptr<char[]> heap_;  // null where the texts fit inline_
-  std::array<char, 64> inline_;   // not initialised beyond the texts
+  std::array<char, 64> inline_;   // not initialized beyond the texts
 };
 
 /// Copies the texts into strings of the calling thread's scratch, which keep their capacity.

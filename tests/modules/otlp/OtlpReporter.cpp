@@ -184,9 +184,9 @@ void unlinkAndReport() {
   reportAll();
 }
 
-// Called before any library is initialised, so its handler runs after all are finalised.
-using Initialiser = void (*)(int, char**, char**);
-[[gnu::section(".preinit_array"), gnu::used]] const Initialiser register_first = [](int, char**,
+// Called before any library is initialized, so its handler runs after all are finalized.
+using Initializer = void (*)(int, char**, char**);
+[[gnu::section(".preinit_array"), gnu::used]] const Initializer register_first = [](int, char**,
                                                                                     char**) {
   on_exit([](int, void*) { reportInHandler("after-everything"); }, nullptr);
 };

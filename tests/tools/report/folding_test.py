@@ -89,7 +89,7 @@ class KindTest(unittest.TestCase):
         summary = summary_of(event)
         return [kind for kind in Kind if summary.events[kind].value]
 
-    def test_every_kind_is_recognised(self):
+    def test_every_kind_is_recognized(self):
         for event, kind in (
                 (sample.error(), Kind.ERROR),
                 (sample.stream(), Kind.STREAM),

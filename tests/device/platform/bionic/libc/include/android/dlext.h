@@ -1,5 +1,5 @@
-/// What Android's C library declares in its <android/dlext.h>, as far as our sources use it. Unlike
-/// a host's stand-in it promises that the function is there.
+/// Declarations of <android/dlext.h> in Android's C library that our sources use. Unlike a host's
+/// stand-in it promises that the function is there.
 #pragma once
 
 #include <stddef.h>

@@ -1,5 +1,5 @@
-/// What the libuuid of e2fsprogs, which is Android's, declares of what our sources use. Hosts have
-/// another library of that name, which offers more.
+/// Declarations of Android's libuuid, that of e2fsprogs, that our sources use. Hosts have another
+/// library of that name, which offers more.
 #pragma once
 
 #ifdef __cplusplus
