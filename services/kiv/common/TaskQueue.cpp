@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace android::kiv::internal {
@@ -31,19 +30,6 @@ constexpr uintptr_t kFlags = kAsleep | kLingering | kClosed;
 /// The number of forks between this process and the one that loaded the library. Written only in a
 /// fresh child, which has one thread.
 unsigned fork_generation = 0;
-
-/// The memory that a function object has beside itself, if it has any. Good enough to fetch ahead:
-/// where a standard library is laid out otherwise, the wrong address does no harm.
-const void* closureOf(const std::function<void()>& function) {
-#ifdef _LIBCPP_VERSION
-  constexpr size_t kPlace = sizeof function - sizeof(void*);
-#else
-  constexpr size_t kPlace = 0;
-#endif
-  const void* closure = nullptr;
-  std::memcpy(&closure, reinterpret_cast<const char*>(&function) + kPlace, sizeof closure);
-  return closure;
-}
 
 unsigned watchForks() {
   static const int watching = pthread_atfork(nullptr, nullptr, [] { ++fork_generation; });
@@ -280,9 +266,9 @@ void TaskQueue::runFirst() {
   ++tasks_since_sleep_;
   started_.store(started_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   if (batch_ != nullptr) {
-    // Most of a long queue has left the processor's cache. The next ones return while this runs.
+    // Most of a long queue has left the processor's cache. The next tasks return while this one
+    // runs.
     __builtin_prefetch(batch_->next);
-    __builtin_prefetch(closureOf(batch_->work));
   }
   task->work();
 }
