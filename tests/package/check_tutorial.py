@@ -17,8 +17,8 @@ from tutorial_page import Commands, PageError, matches, read
 HERE = pathlib.Path(__file__).resolve().parent
 PORT = "4318"
 # Set by callers of this test, and not by readers of the page.
-UNSET = ("LD_LIBRARY_PATH", "TAMSA_", "OTEL_", "CMAKE_", "CTEST_", "GTEST_", "CXX", "http_proxy",
-         "XDG_CONFIG_HOME")
+UNSET = ("LD_LIBRARY_PATH", "TAMSA_", "OTEL_", "CMAKE_", "CTEST_", "GTEST_", "CXX",
+         "http_proxy", "all_proxy", "ALL_PROXY", "XDG_CONFIG_HOME")
 
 
 def free_port():

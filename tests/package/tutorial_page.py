@@ -38,14 +38,14 @@ NAME = re.compile(r"^(At the end of )?`([^`\n]+)`(?(1):)\n\n\Z", re.M)
 
 def read(page):
     """Returns the page's files and commands, in their order."""
+    if re.search(r"^ {4}\S", BLOCK.sub("", page), re.M):
+        raise PageError("there is an indented block")
     steps = []
     end = 0
     for block in BLOCK.finditer(page):
         between, end = page[end:block.start()], block.end()
         language, text = block.groups()
         line = page.count("\n", 0, block.start()) + 1
-        if re.search(r"^ {4}\S", between, re.M):
-            raise PageError(f"there is an indented block above line {line}")
         name = NAME.search(between)
         if name:
             steps.append(File(line, name[2], text, bool(name[1])))
