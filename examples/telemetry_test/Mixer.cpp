@@ -5,9 +5,9 @@
 
 using android::kiv::KivError;
 using android::kiv::KivErrorSeverity;
-using kiv::KivStreamType;
+using ::kiv::KivStreamType;
 
-bool Mixer::open(const kiv::KivPcmInfo& pcm) {
+bool Mixer::open(const ::kiv::KivPcmInfo& pcm) {
   if (pcm.sampleRate < 8000) {
     fail(KivError::USER_INVALID_SAMPLE_RATE, "open");
     return false;

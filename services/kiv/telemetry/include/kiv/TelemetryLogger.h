@@ -332,7 +332,8 @@ class KIV_EXPORT TelemetryLoggerManager {
 
 /// A client's handle to a logger. Keep one for each component for the life of the process: each
 /// handle with a name opens a session of its own, and reports of different sessions are never
-/// aggregated together. Copies share the logger. May be constructed on any thread.
+/// aggregated together. A handle that is made for each call gives an event for each report. Copies
+/// share the logger. May be constructed on any thread.
 ///
 /// The first handle of the process also registers the default logger, and a factory of
 /// `LOCKING_IMMEDIATE` loggers, with the `TelemetryDelegate`.
