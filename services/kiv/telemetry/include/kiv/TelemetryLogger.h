@@ -194,21 +194,25 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   void logKivClientCall(const std::string& api, const std::string& value);
 
   // Traces: durations, reported in microseconds as an average per name. Beginning a section costs a
-  // clock reading and copies of its texts.
+  // clock reading and copies of its texts. `ScopedKivTrace` ends a section with its scope.
 
   /// Begins a section whose class is the logger's name.
-  KivTraceInfo kiv_beginTraceSection(const std::string& name);
+  [[nodiscard]] KivTraceInfo kiv_beginTraceSection(const std::string& name);
 
   /// Begins a section. The class is the first argument.
-  KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class, const std::string& name);
+  [[nodiscard]] KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class,
+                                                   const std::string& name);
 
-  /// Reports the time since `info` began, through this logger. A time that a duration cannot hold
-  /// is reported as the longest or shortest one.
+  /// Reports the time since `info` began, through this logger. Ending a section twice reports it
+  /// twice; never ending it reports nothing. A time that a duration cannot hold is reported as the
+  /// longest or shortest one.
   void kiv_endTraceSection(const KivTraceInfo& info);
 
-  std::shared_ptr<void> startTrace(const std::string& kiv_class, const std::string& name) override;
+  [[nodiscard]] std::shared_ptr<void> startTrace(const std::string& kiv_class,
+                                                 const std::string& name) override;
 
-  /// Reports through the process's default logger, whichever logger began the trace.
+  /// Reports through the process's default logger, whichever logger began the trace. Stopping a
+  /// trace twice reports it twice.
   void stopTrace(std::shared_ptr<void> token) override;
 
  private:
