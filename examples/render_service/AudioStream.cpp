@@ -57,7 +57,7 @@ size_t AudioStream::read(size_t frames) {
 
 float AudioStream::mix(const float* frame) const {
   const int channels = file_.info().channels;
-  const bool ambisonic = description_.type == kiv::KivStreamType::KIV_STREAM_TYPE_AMBISONIC;
+  const bool ambisonic = description_.type == ::kiv::KivStreamType::KIV_STREAM_TYPE_AMBISONIC;
   const float sample =
       ambisonic ? frame[0]
                 : std::accumulate(frame, frame + channels, 0.0F) / static_cast<float>(channels);

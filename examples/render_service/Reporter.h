@@ -41,7 +41,7 @@ class Reporter {
   void latency(const StreamDescription& stream, std::chrono::milliseconds latency);
   void clientCall(const std::string& api, bool succeeded);
 
-  /// Reports a named value: a signed integer, a float or a string.
+  /// Reports a named value, of any type that `TelemetryLogger::logKivEvent` takes.
   template <typename T>
   void value(const std::string& name, const T& value, android::kiv::NumericAggregationType method) {
     ++reports_;

@@ -5,7 +5,7 @@
 namespace render_service {
 
 using android::kiv::KivError;
-using kiv::KivStreamType;
+using ::kiv::KivStreamType;
 
 namespace {
 

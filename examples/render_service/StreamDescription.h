@@ -15,7 +15,7 @@ inline constexpr size_t kBlockFrames = 480;
 /// Description of a stream in reports.
 struct StreamDescription {
   android::kiv::KivPcmInfoExt pcm;
-  kiv::KivStreamType type;
+  ::kiv::KivStreamType type;
 };
 
 /// Describes the stream of a sound file:

@@ -1,13 +1,15 @@
 #include "Mixer.h"
 
+#include <kiv/ScopedKivTrace.h>
+
 #include <algorithm>
 #include <functional>
 
 using android::kiv::KivError;
 using android::kiv::KivErrorSeverity;
-using kiv::KivStreamType;
+using ::kiv::KivStreamType;
 
-bool Mixer::open(const kiv::KivPcmInfo& pcm) {
+bool Mixer::open(const ::kiv::KivPcmInfo& pcm) {
   if (pcm.sampleRate < 8000) {
     fail(KivError::USER_INVALID_SAMPLE_RATE, "open");
     return false;
@@ -18,10 +20,8 @@ bool Mixer::open(const kiv::KivPcmInfo& pcm) {
 }
 
 bool Mixer::mix(const std::vector<float>& block, std::vector<float>& output) {
-  const auto trace = telemetry_.getLogger()->kiv_beginTraceSection("mix");
-  const bool mixed = add(block, output);
-  telemetry_.getLogger()->kiv_endTraceSection(trace);
-  return mixed;
+  const android::kiv::ScopedKivTrace trace(telemetry_.getLogger(), "mix");
+  return add(block, output);
 }
 
 bool Mixer::add(const std::vector<float>& block, std::vector<float>& output) {

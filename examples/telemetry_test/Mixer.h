@@ -10,7 +10,7 @@ class Mixer {
   explicit Mixer(const android::kiv::KivSessionId& session) : telemetry_("Mixer", session) {}
 
   /// Returns false if the mixer does not support the stream's rate.
-  bool open(const kiv::KivPcmInfo& pcm);
+  bool open(const ::kiv::KivPcmInfo& pcm);
 
   /// Adds `block` to `output`. Returns false if no stream is open or the sizes differ.
   bool mix(const std::vector<float>& block, std::vector<float>& output);

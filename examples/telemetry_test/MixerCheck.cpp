@@ -9,7 +9,13 @@
 int main() {
   android::kiv::telemetry_testing::RecordedTelemetry telemetry;
   Mixer mixer{android::kiv::KivSessionId(nullptr)};
-  mixer.open({0, kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT, 4000, 2, 960, true});
+  ::kiv::KivPcmInfo stereo{};
+  stereo.format = ::kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT;
+  stereo.sampleRate = 4000;
+  stereo.channels = 2;
+  stereo.samples = 960;
+  stereo.interleaved = true;
+  mixer.open(stereo);
 
   const auto events = telemetry.events();
   if (events.size() == 1 && events[0].name == "wexo_kiv_error_code" &&

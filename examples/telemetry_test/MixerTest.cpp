@@ -11,9 +11,15 @@ using android::kiv::KivSessionId;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr auto kFloat = kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT;
-constexpr kiv::KivPcmInfo kStereo{0, kFloat, 48000, 2, 960, true};
-constexpr kiv::KivPcmInfo kTooSlow{0, kFloat, 4000, 2, 960, true};
+::kiv::KivPcmInfo stereoAt(int32_t sample_rate) {
+  ::kiv::KivPcmInfo pcm{};
+  pcm.format = ::kiv::KivSampleFormat::SAMPLE_FORMAT_FLOAT;
+  pcm.sampleRate = sample_rate;
+  pcm.channels = 2;
+  pcm.samples = 960;
+  pcm.interleaved = true;
+  return pcm;
+}
 
 class MixerTest : public TelemetryTest {
  protected:
@@ -23,12 +29,12 @@ class MixerTest : public TelemetryTest {
 };
 
 TEST_F(MixerTest, ReportsAnOpenedStream) {
-  mixer.open(kStereo);
+  mixer.open(stereoAt(48000));
   EXPECT_THAT(events(), Contains(StreamEvent("open").atRate(48000).onChannels(2).once()));
 }
 
 TEST_F(MixerTest, ReportsARefusedStream) {
-  mixer.open(kTooSlow);
+  mixer.open(stereoAt(4000));
   EXPECT_THAT(events(), Contains(ErrorCode(KivError::USER_INVALID_SAMPLE_RATE)
                                      .fromApi("open")
                                      .ofClass("Mixer")
@@ -44,19 +50,19 @@ TEST_F(MixerTest, CountsBlocksWithoutAStreamAndTracesEveryBlock) {
 }
 
 TEST_F(MixerTest, ReportsInAChildOfItsSession) {
-  mixer.open(kStereo);
+  mixer.open(stereoAt(48000));
   EXPECT_THAT(events(), Contains(StreamEvent("open").inChildOf(session)));
 }
 
 TEST_F(MixerTest, ReportsAStreamOnlyWhenItIsOpened) {
-  mixer.open(kStereo);
+  mixer.open(stereoAt(48000));
   clearEvents();
   mixer.mix(std::vector<float>(960), output);
   EXPECT_THAT(events(), ContainsOnly(TraceLatency("mix").once()));
 }
 
 TEST_F(MixerTest, CountsBlocksOfTheWrongSizeInEveryWindow) {
-  mixer.open(kStereo);
+  mixer.open(stereoAt(48000));
   const auto too_short = ErrorCode(KivError::USER_INVALID_NUMBER_OF_SAMPLES).fromApi("mix");
   mixer.mix(std::vector<float>(1), output);
   flush();

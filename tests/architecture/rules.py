@@ -43,7 +43,7 @@ LAYERS = ["vocabulary", "aggregation", "client_aggregators", "front end"]
 LAYERS_OF_PUBLIC_HEADERS = {
     "vocabulary": [
         "EventNames", "Export", "KivError", "KivPcmInfo", "KivSessionId", "NumericAggregationType",
-        "TelemetrySwitch", "Version",
+        "TelemetrySwitch", "Version", "internal/ReportedValue",
     ],
     "aggregation": [
         "KivAudioLatencyAggregator", "KivBaseAggregator", "KivErrorCodeAggregator",

@@ -154,7 +154,7 @@ int exitBehindMakers(size_t kind) {
   const TelemetryEnv telemetry("Edge");
   const std::vector<std::function<void()>> makers = {
       [] { const TelemetryEnv made("x"); }, [] { TelemetryLoggerManager::getInstance(); },
-      [&] { telemetry.getLogger()->startTrace("class", "name"); },
+      [&] { static_cast<void>(telemetry.getLogger()->startTrace("class", "name")); },
       [] { TelemetryDelegate::getInstance().createHandler("x"); }};
   constexpr size_t kThreads = 8;
   Latch making(kThreads);

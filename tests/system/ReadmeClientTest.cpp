@@ -37,10 +37,13 @@ TEST_F(ReadmeTest, EachLoggerThatIsShownReports) {
   run(README_FRAGMENTS);
   std::vector<std::string> reported;
   for (const auto& event : kiv_test::readEvents(events_file)) {
-    reported.push_back(event.value("kiv_error_code", event.value("kiv_event_name", "")));
+    for (const char* field : {"kiv_error_code", "kiv_event_name", "kiv_event"}) {
+      if (event.contains(field)) reported.push_back(event[field]);
+    }
   }
   EXPECT_THAT(reported, testing::UnorderedElementsAre("free_buffers", "config.unreadable",
-                                                      "schema.too_old", "kiv.MMAP_FAILED"));
+                                                      "schema.too_old", "kiv.MMAP_FAILED",
+                                                      "stream_opened", "api_latency_us.render"));
 }
 
 TEST_F(ReadmeTest, ALogThatIsRedirectedGoesWhereThatIsShown) {

@@ -1,4 +1,20 @@
-/// Descriptors of audio streams, which clients pass with a report.
+/// Descriptors of audio streams, which clients pass with a report. Assign the members by name: the
+/// two descriptors have `samples` and `channels` in opposite order.
+///
+///     #include <kiv/TelemetryLogger.h>
+///     using namespace android::kiv;
+///
+///     ::kiv::KivPcmInfo stereo{};
+///     stereo.format = ::kiv::KivSampleFormat::SAMPLE_FORMAT_PCM_16;
+///     stereo.sampleRate = 48000;
+///     stereo.channels = 2;
+///     stereo.samples = 960;
+///     stereo.interleaved = true;
+///     TelemetryEnv().getLogger()->logStreamEvent(
+///         stereo, ::kiv::KivStreamType::KIV_STREAM_TYPE_OBJECT, "stream_opened");
+///
+/// Write `::kiv::` with the leading colons: where `using namespace android;` is in effect, `kiv::`
+/// alone is ambiguous.
 #pragma once
 
 #include <system/audio.h>
@@ -27,7 +43,8 @@ enum class KivSampleFormat : int8_t {
   SAMPLE_FORMAT_PCM_8_24 = 5,
 };
 
-/// A stream's PCM configuration in the clients' compact form.
+/// A stream's PCM configuration in compact form: for clients of the service, whose formats all have
+/// a `KivSampleFormat`.
 struct KivPcmInfo {
   uint32_t reserved;       ///< Reserved for clients; telemetry never reads it.
   KivSampleFormat format;  ///< Format of a sample.
@@ -41,8 +58,8 @@ struct KivPcmInfo {
 
 namespace android::kiv {
 
-/// A stream's PCM configuration with Android's format constants and a fractional rate. Note that
-/// the order of `samples` and `channels` differs from `::kiv::KivPcmInfo`.
+/// A stream's PCM configuration with Android's format constants and a fractional rate: for code
+/// that has one of those. The order of `samples` and `channels` differs from `::kiv::KivPcmInfo`.
 struct KivPcmInfoExt {
   float sampleRate;       ///< Frames per second.
   uint32_t samples;       ///< Size of the stream's buffer, in samples.

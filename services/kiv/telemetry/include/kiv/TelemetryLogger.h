@@ -39,6 +39,7 @@
 #include "kiv/TimedAggregationManager.h"
 #include "kiv/TraceHandler.h"
 #include "kiv/internal/AggregationManagers.h"
+#include "kiv/internal/ReportedValue.h"
 
 namespace android::kiv {
 
@@ -183,9 +184,16 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
 
   // Named values.
 
-  /// Reports a value, combined with others of its name by `aggregation_type`. `T` is `float`,
-  /// `std::string`, or a signed integer type; integers are reported as 64-bit integers. Strings are
-  /// counted, whatever the aggregation type.
+  /// Reports a value, combined with others of its name by `aggregation_type`. `T` is one of:
+  ///
+  /// - an integer type or `bool`, reported as a signed 64-bit integer. Larger unsigned values are
+  ///   reported as the largest one.
+  /// - `float`, or another floating-point type, reported as the nearest `float`.
+  /// - a text: `std::string`, `const char*`, or what converts to `std::string_view`. Texts are
+  ///   counted, whatever the aggregation type. A null pointer is an empty text.
+  ///
+  /// Character types, enumerations and `std::chrono` durations do not compile. `signed char` and
+  /// `unsigned char` are integers here.
   template <typename T>
   void logKivEvent(const std::string& name, const T& value,
                    NumericAggregationType aggregation_type);
@@ -194,21 +202,25 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   void logKivClientCall(const std::string& api, const std::string& value);
 
   // Traces: durations, reported in microseconds as an average per name. Beginning a section costs a
-  // clock reading and copies of its texts.
+  // clock reading and copies of its texts. `ScopedKivTrace` ends a section with its scope.
 
   /// Begins a section whose class is the logger's name.
-  KivTraceInfo kiv_beginTraceSection(const std::string& name);
+  [[nodiscard]] KivTraceInfo kiv_beginTraceSection(const std::string& name);
 
   /// Begins a section. The class is the first argument.
-  KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class, const std::string& name);
+  [[nodiscard]] KivTraceInfo kiv_beginTraceSection(const std::string& kiv_class,
+                                                   const std::string& name);
 
-  /// Reports the time since `info` began, through this logger. A time that a duration cannot hold
-  /// is reported as the longest or shortest one.
+  /// Reports the time since `info` began, through this logger. Ending a section twice reports it
+  /// twice; never ending it reports nothing. A time that a duration cannot hold is reported as the
+  /// longest or shortest one.
   void kiv_endTraceSection(const KivTraceInfo& info);
 
-  std::shared_ptr<void> startTrace(const std::string& kiv_class, const std::string& name) override;
+  [[nodiscard]] std::shared_ptr<void> startTrace(const std::string& kiv_class,
+                                                 const std::string& name) override;
 
-  /// Reports through the process's default logger, whichever logger began the trace.
+  /// Reports through the process's default logger, whichever logger began the trace. Stopping a
+  /// trace twice reports it twice.
   void stopTrace(std::shared_ptr<void> token) override;
 
  private:
@@ -276,10 +288,17 @@ KIV_EXPORT void TelemetryLogger::logKivEvent<std::string>(const std::string& nam
 template <typename T>
 void TelemetryLogger::logKivEvent(const std::string& name, const T& value,
                                   NumericAggregationType aggregation_type) {
-  static_assert(std::is_integral_v<T> && std::is_signed_v<T>,
-                "a value is a signed integer, a float or a std::string");
-  // int64_t is `long` on some platforms and `long long` on others.
-  logKivEvent<long long>(name, value, aggregation_type);
+  // The types of values that the library takes are specialized above.
+  using Value = std::remove_cv_t<T>;
+  if constexpr (internal::IsInteger<Value>::value) {
+    logKivEvent<long long>(name, internal::toInt64<Value>(value), aggregation_type);
+  } else if constexpr (std::is_floating_point_v<Value>) {
+    logKivEvent<float>(name, static_cast<float>(value), aggregation_type);
+  } else if constexpr (internal::IsText<Value>::value) {
+    logKivEvent<std::string>(name, internal::toText<Value>(value), aggregation_type);
+  } else {
+    internal::refuse<Value>();
+  }
 }
 
 /// Holds the resources that all task-runner loggers of the process share: one worker thread, one
@@ -332,7 +351,8 @@ class KIV_EXPORT TelemetryLoggerManager {
 
 /// A client's handle to a logger. Keep one for each component for the life of the process: each
 /// handle with a name opens a session of its own, and reports of different sessions are never
-/// aggregated together. Copies share the logger. May be constructed on any thread.
+/// aggregated together. A handle that is made for each call gives an event for each report. Copies
+/// share the logger. May be constructed on any thread.
 ///
 /// The first handle of the process also registers the default logger, and a factory of
 /// `LOCKING_IMMEDIATE` loggers, with the `TelemetryDelegate`.

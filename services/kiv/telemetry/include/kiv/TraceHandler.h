@@ -17,11 +17,11 @@ class KIV_EXPORT TraceHandler {
 
   /// Begins a trace of `name`, on behalf of `kiv_class`. The token ends the trace, on any thread,
   /// and owns all that belongs to it. A token that is dropped ends nothing and reports nothing.
-  virtual std::shared_ptr<void> startTrace(const std::string& kiv_class,
-                                           const std::string& name) = 0;
+  [[nodiscard]] virtual std::shared_ptr<void> startTrace(const std::string& kiv_class,
+                                                         const std::string& name) = 0;
 
   /// Ends the trace of `token` and reports it. An empty token is ignored; any other must come from
-  /// `startTrace`.
+  /// `startTrace`. Loggers report a trace twice if it is ended twice.
   virtual void stopTrace(std::shared_ptr<void> token) = 0;
 };
 
