@@ -11,7 +11,7 @@
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/ForkCount.h"
-#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
+#include "tamsa/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
@@ -68,7 +68,7 @@ const SubmissionAtExit submission_at_exit;
 
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
   std::call_once(manager_once, [] {
-    const internal::ScopedNoCancellation no_cancellation;
+    const TAMSA::internal::ScopedNoCancellation no_cancellation;
     internal::watchForks();
     // Around the exit handler that the common library registers with its first worker.
     internal::ExitBudget::registerEnd();

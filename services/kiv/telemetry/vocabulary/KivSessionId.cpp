@@ -9,7 +9,7 @@
 #include <mutex>
 #include <utility>
 
-#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
+#include "tamsa/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
@@ -18,7 +18,7 @@ namespace {
 // Two libraries bring this header; Android's has no name for the length.
 constexpr size_t kUuidTextSize = 37;
 
-using internal::ScopedNoCancellation;
+using TAMSA::internal::ScopedNoCancellation;
 
 // Trivially destructible: loggers are made until the very end of a process.
 std::mutex generating;
