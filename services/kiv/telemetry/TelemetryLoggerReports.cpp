@@ -9,20 +9,66 @@
 #include "kiv/EventNames.h"
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/TaskStrings.h"
-#include "services/kiv/telemetry/ThreadLocalScratch.h"
 #include "services/kiv/telemetry/aggregation/Reports.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
 
 namespace android::kiv {
 
+namespace internal {
+
+// Calls of an operation for the worker. Types with names, because the library has the name of each
+// type that a std::function holds, and a lambda's has the whole signature of its function in it.
+
+struct ReportTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+};
+
+struct ErrorCodeTask : ReportTask {
+  KivErrorSeverity severity;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logErrorCode(strings[0], strings[1], severity, strings[2]);
+  }
+};
+
+struct StreamEventTask : ReportTask {
+  KivPcmInfoExt pcm_info;
+  ::kiv::KivStreamType stream_type;
+
+  void operator()() const {
+    logger->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(texts)[0]);
+  }
+};
+
+struct TextTask : ReportTask {
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logKivEvent<std::string>(strings[0], strings[1], aggregation_type);
+  }
+};
+
+template <typename T>
+struct NumberTask : ReportTask {
+  T value;
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    logger->logKivEvent<T>(ScratchStrings(texts)[0], value, aggregation_type);
+  }
+};
+
+}  // namespace internal
+
 using internal::AudioLatencyReport;
 using internal::ErrorCodeReport;
 using internal::ReportedStream;
-using internal::ScratchStrings;
 using internal::StreamEventReport;
 using internal::TaskStrings;
-using internal::ThreadLocalScratch;
 using internal::ValueReport;
 
 namespace {
@@ -84,11 +130,8 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker(
-        [self = ownerOf(*this), packed = TaskStrings{error_code, api, kiv_class}, severity] {
-          const ScratchStrings texts(packed);
-          self->logErrorCode(texts[0], texts[1], severity, texts[2]);
-        });
+    postToWorker(internal::ErrorCodeTask{{ownerOf(*this), TaskStrings{error_code, api, kiv_class}},
+                                         severity});
     return;
   }
   writeErrorLine(kiv_class, api, error_code);
@@ -130,9 +173,8 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker([self = ownerOf(*this), pcm_info, stream_type, packed = TaskStrings{event}] {
-      self->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(packed)[0]);
-    });
+    postToWorker(
+        internal::StreamEventTask{{ownerOf(*this), TaskStrings{event}}, pcm_info, stream_type});
     return;
   }
   recordReport(*managers_.stream_event_manager_,
@@ -175,26 +217,19 @@ void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     if constexpr (std::is_same_v<T, std::string>) {
-      postToWorker(
-          [self = ownerOf(*this), packed = TaskStrings({name, value}, prefix), aggregation_type] {
-            const ScratchStrings texts(packed);
-            self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
-          });
+      postToWorker(internal::TextTask{{ownerOf(*this), TaskStrings({name, value}, prefix)},
+                                      aggregation_type});
     } else {
-      postToWorker(
-          [self = ownerOf(*this), packed = TaskStrings({name}, prefix), value, aggregation_type] {
-            self->logKivEvent<T>(ScratchStrings(packed)[0], value, aggregation_type);
-          });
+      postToWorker(internal::NumberTask<T>{
+          {ownerOf(*this), TaskStrings({name}, prefix)}, value, aggregation_type});
     }
     return;
   }
   if (prefix.empty()) {
     recordReport(*manager, ValueReport<T>{session_id_, name, aggregation_type, value});
   } else {
-    const ThreadLocalScratch<std::string> full_name(prefix.size() + name.size(),
-                                                    [] { return std::string(); });
-    full_name->assign(prefix).append(name);
-    recordReport(*manager, ValueReport<T>{session_id_, *full_name, aggregation_type, value});
+    const TaskStrings full_name({name}, prefix);
+    recordReport(*manager, ValueReport<T>{session_id_, full_name[0], aggregation_type, value});
   }
 }
 
