@@ -15,58 +15,10 @@
 
 namespace android::kiv {
 
-namespace internal {
-
-// Calls of an operation for the worker. Types with names, because the library has the name of each
-// type that a std::function holds, and a lambda's has the whole signature of its function in it.
-
-struct ReportTask {
-  std::shared_ptr<TelemetryLogger> logger;
-  TaskStrings texts;
-};
-
-struct ErrorCodeTask : ReportTask {
-  KivErrorSeverity severity;
-
-  void operator()() const {
-    const ScratchStrings strings(texts);
-    logger->logErrorCode(strings[0], strings[1], severity, strings[2]);
-  }
-};
-
-struct StreamEventTask : ReportTask {
-  KivPcmInfoExt pcm_info;
-  ::kiv::KivStreamType stream_type;
-
-  void operator()() const {
-    logger->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(texts)[0]);
-  }
-};
-
-struct TextTask : ReportTask {
-  NumericAggregationType aggregation_type;
-
-  void operator()() const {
-    const ScratchStrings strings(texts);
-    logger->logKivEvent<std::string>(strings[0], strings[1], aggregation_type);
-  }
-};
-
-template <typename T>
-struct NumberTask : ReportTask {
-  T value;
-  NumericAggregationType aggregation_type;
-
-  void operator()() const {
-    logger->logKivEvent<T>(ScratchStrings(texts)[0], value, aggregation_type);
-  }
-};
-
-}  // namespace internal
-
 using internal::AudioLatencyReport;
 using internal::ErrorCodeReport;
 using internal::ReportedStream;
+using internal::ScratchStrings;
 using internal::StreamEventReport;
 using internal::TaskStrings;
 using internal::ValueReport;
@@ -107,6 +59,54 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
   }
 }
 
+// Calls of an operation for the worker. Types with names, because the library has the name of each
+// type that a std::function holds, and a lambda's has the whole signature of its function in it.
+
+struct ErrorCodeTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  KivErrorSeverity severity;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logErrorCode(strings[0], strings[1], severity, strings[2]);
+  }
+};
+
+struct StreamEventTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  KivPcmInfoExt pcm_info;
+  ::kiv::KivStreamType stream_type;
+
+  void operator()() const {
+    logger->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(texts)[0]);
+  }
+};
+
+struct TextTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logKivEvent<std::string>(strings[0], strings[1], aggregation_type);
+  }
+};
+
+template <typename T>
+struct NumberTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  T value;
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    logger->logKivEvent<T>(ScratchStrings(texts)[0], value, aggregation_type);
+  }
+};
+
 }  // namespace
 
 // Off the worker, each operation posts a call of itself, which does the work on the worker.
@@ -130,8 +130,7 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker(internal::ErrorCodeTask{{ownerOf(*this), TaskStrings{error_code, api, kiv_class}},
-                                         severity});
+    postToWorker(ErrorCodeTask{ownerOf(*this), TaskStrings{error_code, api, kiv_class}, severity});
     return;
   }
   writeErrorLine(kiv_class, api, error_code);
@@ -173,8 +172,7 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker(
-        internal::StreamEventTask{{ownerOf(*this), TaskStrings{event}}, pcm_info, stream_type});
+    postToWorker(StreamEventTask{ownerOf(*this), TaskStrings{event}, pcm_info, stream_type});
     return;
   }
   recordReport(*managers_.stream_event_manager_,
@@ -217,11 +215,10 @@ void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     if constexpr (std::is_same_v<T, std::string>) {
-      postToWorker(internal::TextTask{{ownerOf(*this), TaskStrings({name, value}, prefix)},
-                                      aggregation_type});
+      postToWorker(TextTask{ownerOf(*this), TaskStrings({name, value}, prefix), aggregation_type});
     } else {
-      postToWorker(internal::NumberTask<T>{
-          {ownerOf(*this), TaskStrings({name}, prefix)}, value, aggregation_type});
+      postToWorker(
+          NumberTask<T>{ownerOf(*this), TaskStrings({name}, prefix), value, aggregation_type});
     }
     return;
   }
