@@ -80,7 +80,8 @@ struct StreamEventTask {
   ::kiv::KivStreamType stream_type;
 
   void operator()() const {
-    logger->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(texts)[0]);
+    const ScratchStrings strings(texts);
+    logger->logStreamEventInternal(pcm_info, stream_type, strings[0]);
   }
 };
 
@@ -103,7 +104,8 @@ struct NumberTask {
   NumericAggregationType aggregation_type;
 
   void operator()() const {
-    logger->logKivEvent<T>(ScratchStrings(texts)[0], value, aggregation_type);
+    const ScratchStrings strings(texts);
+    logger->logKivEvent<T>(strings[0], value, aggregation_type);
   }
 };
 
