@@ -51,8 +51,10 @@ function(kiv_no_unwinding target)
 endfunction()
 
 # Limits the exports of a shared library to symbols that are marked for export and listed in `map`.
+# The library calls its own functions directly; clients cannot replace them.
 function(kiv_export_only target map)
-  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections")
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${map}" "LINKER:--gc-sections"
+                                        "LINKER:-Bsymbolic-functions")
   # Clang links the sanitizers' run-time library into programs only.
   if(NOT KIV_BUILD_FUZZERS)
     target_link_options(${target} PRIVATE "LINKER:--no-undefined")

@@ -1,11 +1,10 @@
 #include "tamsa/ModuleReadiness.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdint>
 #include <thread>
 
+#include "tamsa/ScopedNoCancellation.h"
 #include "tamsa/SymbolCache.h"
 
 namespace TAMSA::UnifiedTelemetry {
@@ -19,30 +18,10 @@ std::atomic<Readiness> readiness{Readiness::NONE};
 /// Looked at while another thread loads the module: once per process, and rarely.
 constexpr std::chrono::milliseconds kPollInterval{1};
 
-/// Keeps the calling thread from being cancelled while others wait for it. Android has no
-/// cancellation.
-class ScopedNoCancellation {
- public:
-#ifdef __ANDROID__
-  ScopedNoCancellation() {}
-#else
-  ScopedNoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
-  ~ScopedNoCancellation() { pthread_setcancelstate(before_, nullptr); }
-#endif
-
-  ScopedNoCancellation(const ScopedNoCancellation&) = delete;
-  ScopedNoCancellation& operator=(const ScopedNoCancellation&) = delete;
-
- private:
-#ifndef __ANDROID__
-  int before_ = 0;
-#endif
-};
-
 /// True if the calling thread made the module ready. Only one thread gets as far as the loader, so
 /// that none waits there for another one without a limit.
 bool prepareAsFirst() {
-  const ScopedNoCancellation no_cancellation;
+  const internal::ScopedNoCancellation no_cancellation;
   Readiness none = Readiness::NONE;
   if (!readiness.compare_exchange_strong(none, Readiness::PREPARING)) return false;
   Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();

@@ -35,9 +35,9 @@ preset_packages=("${test_packages[@]}" clang-14 libc++-14-dev libc++abi-14-dev)
 fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
 # Limits on the device: bytes of the stripped library, and the libraries that it may depend on.
-library_budget=126000
+library_budget=120000
 # The cross-built library has no packed relocations, and equal functions are not merged.
-cross_built_budget=130000
+cross_built_budget=123000
 library_needs=(libkivcommon.so liblog.so.0 libuuid.so.1
   libc++.so.1 libc++abi.so.1 libgcc_s.so.1 libc.so.6 libm.so.6 ld-linux.so.3)
 # Android's build system, and a compiler and a linker for its processor.

@@ -11,6 +11,7 @@ namespace {
 using kiv_test::runProgram;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 /// The loader's path with the stubs before all others: a cross-built program names a log of its
 /// own.
@@ -41,6 +42,17 @@ TEST(Imports, WhatACommonLibraryLacksIsNamed) {
   EXPECT_EQ(result.err,
             "check-imports: libkivtelemetry.so needs what none of the given libraries has: "
             "android::kiv::logAssertionErrorCode(char const*, char const*, char const*, int)\n");
+}
+
+/// A forked child hangs on the lock of a static variable that another thread of its parent was
+/// initialising.
+TEST(Imports, NoStaticVariableIsInitialisedUnderALock) {
+  for (const char* const library : {KIVTELEMETRY, KIVCOMMON}) {
+    const auto result = runProgram({"/usr/bin/nm", "-D", "--undefined-only", library});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("atfork"));
+    EXPECT_THAT(result.out, Not(HasSubstr("__cxa_guard_acquire"))) << library;
+  }
 }
 
 }  // namespace

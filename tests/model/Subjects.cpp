@@ -5,21 +5,8 @@
 #include "modules/recording/Recorder.h"
 #include "tests/support/Latch.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/PrivateMembers.h"
 #include "tests/support/TestSessions.h"
-
-namespace android::kiv {
-
-class TelemetryLoggerManagerTestPeer {
- public:
-  static std::shared_ptr<TaskRunnerThread> thread() {
-    return TelemetryLoggerManager::getInstance().task_runner_thread_;
-  }
-  static void setTelemetryEnabled(bool enabled) {
-    TelemetryLoggerManager::getInstance().telemetry_enabled_ = enabled;
-  }
-};
-
-}  // namespace android::kiv
 
 namespace kiv_test::model {
 
@@ -53,7 +40,7 @@ Process& Process::getInstance() {
 
 void Process::setTelemetryEnabled(bool enabled) {
   if (enabled) {
-    kiv::TelemetryLoggerManagerTestPeer::setTelemetryEnabled(true);
+    switchOf(kiv::TelemetryLoggerManager::getInstance()) = true;
   } else {
     kiv::disableTelemetryForTesting();
   }
@@ -61,7 +48,7 @@ void Process::setTelemetryEnabled(bool enabled) {
 
 Process::Process()
     : default_logger(kiv::TelemetryEnv().getLogger()),
-      worker(std::make_shared<Worker>(kiv::TelemetryLoggerManagerTestPeer::thread())) {
+      worker(std::make_shared<Worker>(workerOf(kiv::TelemetryLoggerManager::getInstance()))) {
   const LogCapture quiet;
   Recorder& recorder = Recorder::getInstance();
   recorder.reset();

@@ -200,6 +200,7 @@ std::vector<std::shared_ptr<TelemetryLogger>>* kept_loggers = nullptr;
 /// Reports when the manager has been destroyed already.
 void reportAfterEverything(int /*status*/, void* /*unused*/) {
   if (!report_after_everything) return;
+  if (manager_of_main == nullptr) manager_of_main = &TelemetryLoggerManager::getInstance();
   const TelemetryEnv telemetry("Afterlife");
   report(*telemetry.getLogger(), "after everything", 3);
   const bool flushed = telemetry.getLogger()->flush();
@@ -237,6 +238,8 @@ void outliveTheManager() {
   static_cast<void>(kept);
   report_after_everything = true;
 }
+
+void reportOnlyAfterEverything() { report_after_everything = true; }
 
 void keepLoggers() {
   kept_loggers = new std::vector<std::shared_ptr<TelemetryLogger>>;
@@ -287,6 +290,7 @@ int main(int argc, char** argv) {
       {"stop", stopAndExit},
       {"stop-and-leak", stopAndLeak},
       {"afterlife", outliveTheManager},
+      {"only-afterlife", reportOnlyAfterEverything},
       {"keep", keepLoggers},
   };
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();

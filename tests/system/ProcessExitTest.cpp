@@ -168,6 +168,12 @@ TEST_F(ProcessExitTest, ReportsAfterTheManagersEndAreTakenAndSubmittedNowhere) {
   EXPECT_THAT(readEvents(events_file), SizeIs(1));
 }
 
+TEST_F(ProcessExitTest, TheFirstUseAfterTheLibrarysExitMakesOneManagerThatSubmitsNothing) {
+  const ProgramResult result = endProcess("only-afterlife");
+  EXPECT_THAT(result.err, HasSubstr("flushed, telemetry off, the manager of main gives today's"));
+  EXPECT_THAT(readEvents(events_file), IsEmpty());
+}
+
 TEST_F(ProcessExitTest, AClientThatIsUnloadedLeavesTheLibraryAndItsReportsBehind) {
   // The leak checker cannot read the thread-local storage of a loaded library in a thread that
   // lives.

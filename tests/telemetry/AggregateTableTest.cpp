@@ -143,9 +143,9 @@ TEST_F(AggregateTableTest, OrdersBySessionBeforeTexts) {
 TEST_F(AggregateTableTest, EqualSessionsAreOneObject) {
   const KivSessionId parent = session("p");
   const auto shared = std::make_shared<KivSessionId>(parent);
-  const KivSessionId one = KivSessionIdTestPeer::make("s", shared);
-  const KivSessionId same = KivSessionIdTestPeer::make("s", std::make_shared<KivSessionId>(parent));
-  const KivSessionId other = KivSessionIdTestPeer::make("s");
+  const KivSessionId one = session("s", shared);
+  const KivSessionId same = session("s", std::make_shared<KivSessionId>(parent));
+  const KivSessionId other = session("s");
   table.findOrInsert(makeKey(one, {"a", ""}));
   table.findOrInsert(makeKey(other, {"a", ""}));
   table.findOrInsert(makeKey(same, {"b", ""}));

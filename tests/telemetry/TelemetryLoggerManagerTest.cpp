@@ -8,23 +8,12 @@
 #include "tests/support/FreshProcess.h"
 #include "tests/support/Latch.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/PrivateMembers.h"
 #include "tests/support/RecorderTest.h"
 #include "tests/support/TestSessions.h"
 #include "tests/support/WorkerHold.h"
 
 namespace android::kiv {
-
-class TelemetryLoggerManagerTestPeer {
- public:
-  static std::shared_ptr<TelemetryLogger> createLogger(const std::string& name,
-                                                       const KivSessionId& session, bool blocking) {
-    return TelemetryLoggerManager::getInstance().createLogger(name, session, blocking);
-  }
-
-  static std::shared_ptr<TaskRunnerThread> thread() {
-    return TelemetryLoggerManager::getInstance().task_runner_thread_;
-  }
-};
 
 namespace {
 
@@ -61,7 +50,7 @@ class TelemetryLoggerManagerTest : public RecorderTest {
   /// Reports while the worker is blocked. A call that waits would time out and lose the report.
   void expectNotToBlock(TelemetryLogger& logger) {
     recorder.reset();
-    TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
+    TaskRunner runner(kiv_test::workerOf(TelemetryLoggerManager::getInstance()));
     WorkerHold hold(runner);
     logger.logKivEvent<long long>("n", 1, NumericAggregationType::SUM);
     hold.release();
@@ -134,7 +123,7 @@ TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerWithoutManagersSharesThoseOf
 
 TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerStartsTheManagersWithoutTheWorker) {
   EXPECT_TRUE(defaultLogger()->stop());
-  TaskRunner runner(TelemetryLoggerManagerTestPeer::thread());
+  TaskRunner runner(kiv_test::workerOf(TelemetryLoggerManager::getInstance()));
   WorkerHold hold(runner);
   const TelemetryLogger logger(session("s"), "n", TelemetrySubmissionModel::BLOCKING);
   hold.release();
@@ -142,7 +131,8 @@ TEST_F(TelemetryLoggerManagerTest, ATaskRunnerLoggerStartsTheManagersWithoutTheW
 }
 
 TEST_F(TelemetryLoggerManagerTest, CreatesLoggersWithANewChildOfTheGivenSession) {
-  const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), false);
+  const auto logger =
+      kiv_test::createLogger(TelemetryLoggerManager::getInstance(), "n", session("parent"), false);
   const std::string text = sessionOf(*logger);
   EXPECT_EQ(text.rfind("parent.", 0), 0u);
   EXPECT_EQ(text.size(), 7u + 36);
@@ -150,7 +140,8 @@ TEST_F(TelemetryLoggerManagerTest, CreatesLoggersWithANewChildOfTheGivenSession)
 
 TEST_F(TelemetryLoggerManagerTest, CreatesBlockingLoggersWhenAskedTo) {
   const LogCapture log;
-  const auto logger = TelemetryLoggerManagerTestPeer::createLogger("n", session("parent"), true);
+  const auto logger =
+      kiv_test::createLogger(TelemetryLoggerManager::getInstance(), "n", session("parent"), true);
   for (size_t i = 1; i <= 50; ++i) {
     logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
     ASSERT_THAT(log.lines(), SizeIs(i));

@@ -27,13 +27,18 @@ constexpr uintptr_t kLingering = 2;
 constexpr uintptr_t kClosed = 4;
 constexpr uintptr_t kFlags = kAsleep | kLingering | kClosed;
 
-/// The number of forks between this process and the one that loaded the library. Written only in a
-/// fresh child, which has one thread.
+/// Differs between a process and its forked copies. Written only in a fresh child, which has one
+/// thread.
 unsigned fork_generation = 0;
 
+std::atomic<bool> watches_forks{false};
+
 unsigned watchForks() {
-  static const int watching = pthread_atfork(nullptr, nullptr, [] { ++fork_generation; });
-  static_cast<void>(watching);
+  // Threads that get here at the same time count each fork more than once, which does no harm.
+  if (!watches_forks.load(std::memory_order_relaxed)) {
+    pthread_atfork(nullptr, nullptr, [] { ++fork_generation; });
+    watches_forks.store(true, std::memory_order_relaxed);
+  }
   return fork_generation;
 }
 

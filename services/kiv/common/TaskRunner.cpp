@@ -38,9 +38,24 @@ constexpr std::chrono::seconds kExitPatience{10};
 class LiveQueues {
  public:
   static LiveQueues& getInstance() {
-    // Leaked on purpose: workers may end after static destructors have run.
-    static LiveQueues& instance = *new LiveQueues;
-    return instance;
+    LiveQueues* known = instance.load(std::memory_order_acquire);
+    if (known != nullptr) return *known;
+    auto made = std::make_unique<LiveQueues>();
+    if (!instance.compare_exchange_strong(known, made.get())) return *known;
+    // A forked process has none of these workers, and must not find the list locked.
+    pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
+                   [] {
+                     getInstance().queues_.clear();
+                     getInstance().mutex_.unlock();
+                   });
+    return *made.release();
+  }
+
+  /// Has what is still queued run at process exit. Called with the first thread, so after the exit
+  /// handlers of every library that was loaded by then were registered: tasks run before the
+  /// objects that they need are destroyed.
+  void watchExit() {
+    if (!watches_exit_.exchange(true)) std::atexit([] { getInstance().runPending(); });
   }
 
   void add(std::shared_ptr<TaskQueue> queue) {
@@ -68,18 +83,6 @@ class LiveQueues {
   }
 
  private:
-  LiveQueues() {
-    // Registered with the first thread, so after the exit handlers of every library that was loaded
-    // by then: what is still queued runs before the objects that it needs are destroyed.
-    std::atexit([] { getInstance().runPending(); });
-    // A forked process has none of these workers, and must not find the list locked.
-    pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
-                   [] {
-                     getInstance().queues_.clear();
-                     getInstance().mutex_.unlock();
-                   });
-  }
-
   void runPending() {
     std::vector<std::shared_ptr<TaskQueue>> queues;
     {
@@ -107,12 +110,20 @@ class LiveQueues {
         "Gave up %zu queued tasks at process exit: the one before them does not end", given_up);
   }
 
+  /// Never destroyed: workers may end after static destructors have run. Not a static variable of a
+  /// function: that has a lock, which a forked process may inherit locked.
+  static inline std::atomic<LiveQueues*> instance{nullptr};
+
   std::mutex mutex_;
   std::vector<std::shared_ptr<TaskQueue>> queues_;  // guarded by mutex_
+  std::atomic<bool> watches_exit_{false};
   std::atomic<bool> exiting_{false};
   std::atomic<std::chrono::steady_clock::rep> patience_{
       std::chrono::steady_clock::duration(kExitPatience).count()};
 };
+
+// Made when the library is loaded, or before, by the constructor of a static object.
+[[maybe_unused]] const LiveQueues& made_at_load = LiveQueues::getInstance();
 
 void* runWorker(void* argument) {
   const std::unique_ptr<std::shared_ptr<TaskQueue>> queue(
@@ -135,6 +146,7 @@ sigset_t asynchronousSignals() {
 /// Starts a worker that takes no signals: they are for the threads of the program, which may have
 /// blocked them on purpose, and a log that has lost its reader must not end the process.
 pthread_t startWorker(const std::shared_ptr<TaskQueue>& queue) {
+  LiveQueues::getInstance().watchExit();
   const sigset_t blocked = asynchronousSignals();
   sigset_t before;
   pthread_sigmask(SIG_SETMASK, &blocked, &before);

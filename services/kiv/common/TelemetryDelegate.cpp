@@ -2,21 +2,33 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <utility>
 
 namespace android::kiv {
 
 TelemetryHandler::~TelemetryHandler() = default;
 
+namespace {
+
+/// Never destroyed: static destructors of any library may still ask for a handler. Not a static
+/// variable of a function: that has a lock, which a forked process may inherit locked.
+std::atomic<TelemetryDelegate*> instance{nullptr};
+
+// Made when the library is loaded, or before, by the constructor of a static object.
+[[maybe_unused]] const TelemetryDelegate& made_at_load = TelemetryDelegate::getInstance();
+
+}  // namespace
+
 TelemetryDelegate& TelemetryDelegate::getInstance() {
-  // Leaked on purpose: static destructors of any library may still ask for a handler.
-  static TelemetryDelegate* const instance = [] {
-    // A forked process must not find the mutex locked.
-    pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
-                   [] { getInstance().mutex_.unlock(); });
-    return new TelemetryDelegate;
-  }();
-  return *instance;
+  TelemetryDelegate* known = instance.load(std::memory_order_acquire);
+  if (known != nullptr) return *known;
+  std::unique_ptr<TelemetryDelegate> made(new TelemetryDelegate);
+  if (!instance.compare_exchange_strong(known, made.get())) return *known;
+  // A forked process must not find the mutex locked.
+  pthread_atfork([] { getInstance().mutex_.lock(); }, [] { getInstance().mutex_.unlock(); },
+                 [] { getInstance().mutex_.unlock(); });
+  return *made.release();
 }
 
 void TelemetryDelegate::registerHandler(TelemetryHandler* handler, HandlerFactory factory) {

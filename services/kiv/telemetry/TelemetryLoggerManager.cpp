@@ -11,7 +11,8 @@
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/ForkCount.h"
-#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
+#include "services/kiv/telemetry/vocabulary/SessionForks.h"
+#include "tamsa/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
@@ -49,9 +50,11 @@ std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, cons
 
 }  // namespace
 
-/// Submits what the manager holds when the process exits: the library's only object with a static
-/// destructor.
+/// Submits what the manager holds when the process exits: the library's only static object with a
+/// constructor and a destructor.
 struct SubmissionAtExit {
+  SubmissionAtExit() { internal::generateSessionsAcrossForks(); }
+
   ~SubmissionAtExit() {
     TelemetryLoggerManager* const manager = process_manager;
     // A forked process leaves the windows that it inherited to its parent.
@@ -68,7 +71,7 @@ const SubmissionAtExit submission_at_exit;
 
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
   std::call_once(manager_once, [] {
-    const internal::ScopedNoCancellation no_cancellation;
+    const TAMSA::internal::ScopedNoCancellation no_cancellation;
     internal::watchForks();
     // Around the exit handler that the common library registers with its first worker.
     internal::ExitBudget::registerEnd();

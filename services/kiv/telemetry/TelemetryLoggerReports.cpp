@@ -9,7 +9,6 @@
 #include "kiv/EventNames.h"
 #include "kiv/TelemetryLogger.h"
 #include "services/kiv/telemetry/TaskStrings.h"
-#include "services/kiv/telemetry/ThreadLocalScratch.h"
 #include "services/kiv/telemetry/aggregation/Reports.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
@@ -22,7 +21,6 @@ using internal::ReportedStream;
 using internal::ScratchStrings;
 using internal::StreamEventReport;
 using internal::TaskStrings;
-using internal::ThreadLocalScratch;
 using internal::ValueReport;
 
 namespace {
@@ -61,6 +59,56 @@ void writeErrorLine(const std::string& tag, const std::string& api, const std::s
   }
 }
 
+// Calls of an operation for the worker. Types with names, because the library has the name of each
+// type that a std::function holds, and a lambda's has the whole signature of its function in it.
+
+struct ErrorCodeTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  KivErrorSeverity severity;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logErrorCode(strings[0], strings[1], severity, strings[2]);
+  }
+};
+
+struct StreamEventTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  KivPcmInfoExt pcm_info;
+  ::kiv::KivStreamType stream_type;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logStreamEventInternal(pcm_info, stream_type, strings[0]);
+  }
+};
+
+struct TextTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logKivEvent<std::string>(strings[0], strings[1], aggregation_type);
+  }
+};
+
+template <typename T>
+struct NumberTask {
+  std::shared_ptr<TelemetryLogger> logger;
+  TaskStrings texts;
+  T value;
+  NumericAggregationType aggregation_type;
+
+  void operator()() const {
+    const ScratchStrings strings(texts);
+    logger->logKivEvent<T>(strings[0], value, aggregation_type);
+  }
+};
+
 }  // namespace
 
 // Off the worker, each operation posts a call of itself, which does the work on the worker.
@@ -84,11 +132,7 @@ void TelemetryLogger::logErrorCode(const std::string& error_code, const std::str
                                    KivErrorSeverity severity, const std::string& kiv_class) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker(
-        [self = ownerOf(*this), packed = TaskStrings{error_code, api, kiv_class}, severity] {
-          const ScratchStrings texts(packed);
-          self->logErrorCode(texts[0], texts[1], severity, texts[2]);
-        });
+    postToWorker(ErrorCodeTask{ownerOf(*this), TaskStrings{error_code, api, kiv_class}, severity});
     return;
   }
   writeErrorLine(kiv_class, api, error_code);
@@ -130,9 +174,7 @@ void TelemetryLogger::logStreamEventInternal(const KivPcmInfoExt& pcm_info,
                                              const std::string& event) {
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
-    postToWorker([self = ownerOf(*this), pcm_info, stream_type, packed = TaskStrings{event}] {
-      self->logStreamEventInternal(pcm_info, stream_type, ScratchStrings(packed)[0]);
-    });
+    postToWorker(StreamEventTask{ownerOf(*this), TaskStrings{event}, pcm_info, stream_type});
     return;
   }
   recordReport(*managers_.stream_event_manager_,
@@ -175,26 +217,18 @@ void TelemetryLogger::recordKivEvent(const Manager<KivGenericEvent<T>>& manager,
   ensureLoggerRespectsTelemetrySubmissionModel();
   if (!worksOnCurrentThread()) {
     if constexpr (std::is_same_v<T, std::string>) {
-      postToWorker(
-          [self = ownerOf(*this), packed = TaskStrings({name, value}, prefix), aggregation_type] {
-            const ScratchStrings texts(packed);
-            self->logKivEvent<T>(texts[0], texts[1], aggregation_type);
-          });
+      postToWorker(TextTask{ownerOf(*this), TaskStrings({name, value}, prefix), aggregation_type});
     } else {
       postToWorker(
-          [self = ownerOf(*this), packed = TaskStrings({name}, prefix), value, aggregation_type] {
-            self->logKivEvent<T>(ScratchStrings(packed)[0], value, aggregation_type);
-          });
+          NumberTask<T>{ownerOf(*this), TaskStrings({name}, prefix), value, aggregation_type});
     }
     return;
   }
   if (prefix.empty()) {
     recordReport(*manager, ValueReport<T>{session_id_, name, aggregation_type, value});
   } else {
-    const ThreadLocalScratch<std::string> full_name(prefix.size() + name.size(),
-                                                    [] { return std::string(); });
-    full_name->assign(prefix).append(name);
-    recordReport(*manager, ValueReport<T>{session_id_, *full_name, aggregation_type, value});
+    const TaskStrings full_name({name}, prefix);
+    recordReport(*manager, ValueReport<T>{session_id_, full_name[0], aggregation_type, value});
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -38,15 +39,10 @@ class ThreadLocalScratch {
  private:
   enum class Release : uint8_t { NONE, REGISTERED, DONE };
 
-  struct Key {
-    static void release(void* /*anything*/) {
-      delete std::exchange(kept, nullptr);
-      ThreadLocalScratch::release = Release::DONE;
-    }
-
-    pthread_key_t key{};
-    const bool made = pthread_key_create(&key, &Key::release) == 0;
-  };
+  static void releaseKept(void* /*anything*/) {
+    delete std::exchange(kept, nullptr);
+    release = Release::DONE;
+  }
 
   /// Has what the thread keeps released when the thread ends. False if that is over: a thread may
   /// report until its very end, from destructors that run after ours.
@@ -55,14 +51,27 @@ class ThreadLocalScratch {
   /// takes the loader's lock, for which a worker must not wait.
   static bool isReleasedAtThreadEnd() {
     if (release == Release::NONE) {
-      static const Key key;
       static const char anything = 0;
-      // Without a key the object is not kept.
-      if (!key.made || pthread_setspecific(key.key, &anything) != 0) return false;
+      int64_t shared = key.load(std::memory_order_relaxed);
+      if (shared == kNoKey) {
+        pthread_key_t made{};
+        // Without a key the object is not kept.
+        if (pthread_key_create(&made, &releaseKept) != 0) return false;
+        // Threads that get here at the same time each use a key of their own.
+        shared = made;
+        key.store(shared, std::memory_order_relaxed);
+      }
+      if (pthread_setspecific(static_cast<pthread_key_t>(shared), &anything) != 0) return false;
       release = Release::REGISTERED;
     }
     return release == Release::REGISTERED;
   }
+
+  static constexpr int64_t kNoKey = -1;
+
+  /// Made by the first thread. Not a static variable of the function: that has a lock, which a
+  /// forked child may inherit locked.
+  static inline std::atomic<int64_t> key{kNoKey};
 
   static inline thread_local T* kept = nullptr;
   static inline thread_local Release release = Release::NONE;

@@ -61,6 +61,8 @@ class AggregateTable {
     const KivSessionId* session;
   };
 
+  using Slot = HashIndex<Entry>::Slot;
+
   Entry* makeEntry(const AggregationKey& key);
   const KivSessionId* findOrInsertSession(const KivSessionId& session);
 
@@ -75,6 +77,7 @@ class AggregateTable {
   bool isLess(const Entry& left, const Entry& right) const;
   int compareTexts(const Entry& left, const Entry& right, size_t first, size_t last) const;
   size_t sortEntries();
+  void sortSlots(Slot* slots, size_t count);
 
   const KeyLayout layout_;
   const HashSeed seed_;

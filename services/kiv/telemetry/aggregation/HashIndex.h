@@ -19,6 +19,11 @@ class HashIndex {
 
   bool empty() const { return used_ == 0; }
 
+  size_t size() const { return used_; }
+
+  /// The number of slots that are not in use: at least a third as many as those in use.
+  size_t spare() const { return slots_.size() - used_; }
+
   /// The slot of the item with this hash for which `matches(item)` is true. If there is none, the
   /// slot is empty, and the caller has to fill it.
   template <typename Matches>
@@ -47,7 +52,8 @@ class HashIndex {
   }
 
   /// Moves the slots that are in use to the front and returns how many they are. Until it is
-  /// cleared, the index then serves as an array of them and finds nothing.
+  /// cleared, the index then serves as an array of them, with the spare ones behind, and finds
+  /// nothing.
   size_t compact() {
     std::partition(slots_.begin(), slots_.end(),
                    [](const Slot& slot) { return slot.item != nullptr; });

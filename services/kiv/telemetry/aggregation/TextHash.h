@@ -16,8 +16,8 @@ struct HashSeed {
   size_t state;
 };
 
-/// Drawn at random on first use.
-const HashSeed& processHashSeed();
+/// Drawn at random on first use. May be called by any thread.
+HashSeed processHashSeed();
 
 /// Multiplies two machine words of input at a time with each other: the standard library's hashes
 /// take several times as many dependent steps.

@@ -9,7 +9,8 @@
 #include <mutex>
 #include <utility>
 
-#include "services/kiv/telemetry/vocabulary/ScopedNoCancellation.h"
+#include "services/kiv/telemetry/vocabulary/SessionForks.h"
+#include "tamsa/ScopedNoCancellation.h"
 
 namespace android::kiv {
 
@@ -18,7 +19,7 @@ namespace {
 // Two libraries bring this header; Android's has no name for the length.
 constexpr size_t kUuidTextSize = 37;
 
-using internal::ScopedNoCancellation;
+using TAMSA::internal::ScopedNoCancellation;
 
 // Trivially destructible: loggers are made until the very end of a process.
 std::mutex generating;
@@ -28,9 +29,6 @@ std::mutex generating;
 class ScopedRandomState {
  public:
   ScopedRandomState() {
-    static const int watching = pthread_atfork(
-        [] { generating.lock(); }, [] { generating.unlock(); }, [] { generating.unlock(); });
-    static_cast<void>(watching);
     generating.lock();
     constexpr unsigned kAnySeed = 1;
     before_ = initstate(kAnySeed, ours, sizeof(ours));
@@ -64,6 +62,11 @@ std::string generateId() {
 }
 
 }  // namespace
+
+void internal::generateSessionsAcrossForks() {
+  pthread_atfork([] { generating.lock(); }, [] { generating.unlock(); },
+                 [] { generating.unlock(); });
+}
 
 KivSessionId::KivSessionId(std::shared_ptr<KivSessionId> parent)
     : id_(generateId()), parent_(std::move(parent)) {}

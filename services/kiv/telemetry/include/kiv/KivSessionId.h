@@ -48,7 +48,6 @@ class KIV_EXPORT KivSessionId {
 
  private:
   friend struct internal::DeviceLayout;
-  friend class KivSessionIdTestPeer;
 
   std::string id_;
   std::shared_ptr<KivSessionId> parent_;

@@ -325,7 +325,6 @@ class KIV_EXPORT TelemetryLoggerManager {
   friend struct internal::DeviceLayout;
   friend class TelemetryEnv;
   friend class TelemetryLogger;
-  friend class TelemetryLoggerManagerTestPeer;
   friend struct SubmissionAtExit;
   friend bool isTelemetryEnabled();
   friend void disableTelemetryForTesting();

@@ -3,7 +3,7 @@
 
 #include <pthread.h>
 
-namespace android::kiv::internal {
+namespace TAMSA::internal {
 
 /// Keeps the calling thread from being cancelled while it holds what other threads wait for. A
 /// request that comes meanwhile takes effect at the thread's next cancellation point after that.
@@ -26,4 +26,4 @@ class ScopedNoCancellation {
 #endif
 };
 
-}  // namespace android::kiv::internal
+}  // namespace TAMSA::internal
