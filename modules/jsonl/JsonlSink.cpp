@@ -32,9 +32,26 @@ bool isOurs(const ProcessLosses* losses) {
   return losses != nullptr && losses->process == getpid();
 }
 
+void logPendingLosses() {
+  ProcessLosses* const losses = process_losses.load(std::memory_order_acquire);
+  const WriteSignalBlock signals;
+  if (isOurs(losses)) losses->log.logPending();
+}
+
+/// If the first window comes while the loader finalises libraries, the loader does not finalise
+/// this module, which was loaded then. Only this handler is called, after all libraries.
+void watchExit() {
+  static const int watching = std::atexit(logPendingLosses);
+  static_cast<void>(watching);
+}
+
+// Runs after the exit handlers of the program: the library may submit its last windows after them.
+__attribute__((destructor)) void logAtTheEnd() { logPendingLosses(); }
+
 support::LossLog& ourLossLog() {
   ProcessLosses* known = process_losses.load(std::memory_order_acquire);
   if (isOurs(known)) return known->log;
+  watchExit();
   // A fork gets a log of its own: a thread of the parent may have held the lock of the copy.
   auto made = std::make_unique<ProcessLosses>();
   if (process_losses.compare_exchange_strong(known, made.get())) return made.release()->log;
@@ -44,13 +61,6 @@ support::LossLog& ourLossLog() {
 std::string pathFromEnvironment() {
   const char* const path = std::getenv("TAMSA_JSONL_PATH");
   return path != nullptr && *path != '\0' ? path : "telemetry.jsonl";
-}
-
-// Runs after all exit handlers, so after the library has submitted its last windows.
-__attribute__((destructor)) void logPendingLosses() {
-  ProcessLosses* const losses = process_losses.load(std::memory_order_acquire);
-  const WriteSignalBlock signals;
-  if (isOurs(losses)) losses->log.logPending();
 }
 
 }  // namespace

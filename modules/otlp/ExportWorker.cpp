@@ -94,27 +94,26 @@ void ExportWorker::report(const support::Event& event, uint64_t source) {
   }
   // Records in between do not change when the thread has to wake.
   if (exporter_.queued() == 1 || exporter_.queued() == max_batch_size_) work_changed_.notify_one();
-  if (is_finished_) flushForTheLastTime(lock);
+  if (is_finished_) flushOrLose(lock);
 }
 
-void ExportWorker::forceFlush() {
+void ExportWorker::flushOrLose() {
   std::unique_lock lock(mutex_);
   exporter_.beginEnd();
-  flush(lock);
-  lock.unlock();
-  log_.logPendingLosses();
+  flushOrLose(lock);
 }
 
 void ExportWorker::finish() {
   std::unique_lock lock(mutex_);
   exporter_.beginEnd();
   is_finished_ = true;
-  flushForTheLastTime(lock);
+  flushOrLose(lock);
 }
 
-void ExportWorker::flushForTheLastTime(std::unique_lock<std::mutex>& lock) {
+void ExportWorker::flushOrLose(std::unique_lock<std::mutex>& lock) {
   flush(lock);
   const LossTable losses = exporter_.abandon();
+  settled_ = exporter_.settled();
   lock.unlock();
   log_.lost(losses, Clock::now());
   log_.logPendingLosses();
@@ -168,7 +167,7 @@ void ExportWorker::run() {
     log_.lost(losses, Clock::now());
     lock.lock();
     // Only now: a flush returns when all is logged, because the process may end then.
-    settled_ = settled;
+    settled_ = std::max(settled_, settled);
     request_ended_.notify_all();
   }
 }

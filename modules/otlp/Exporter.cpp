@@ -144,7 +144,11 @@ LossTable Exporter::abandon() {
     is_abandoned_ = true;
     lost += queue_.batchCount();
   }
-  if (lost.events > 0) losses.add({"the process ended first", last_failure_}, lost);
+  if (lost.events == 0) return losses;
+  losses.add({"the process ended first", last_failure_}, lost);
+  losses_.add(losses);
+  // There is no time left to send them by themselves.
+  are_losses_tried_ = true;
   return losses;
 }
 

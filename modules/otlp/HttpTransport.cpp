@@ -194,7 +194,9 @@ Exchange HttpTransport::describe(CURLcode result) {
     exchange.end = Exchange::End::COMPLETE;
   } else {
     exchange.end = isRetryable(result) ? Exchange::End::RETRYABLE : Exchange::End::PERMANENT;
-    exchange.problem = curl_easy_strerror(result);
+    // libcurl's text for this is about the URL, whose scheme has been checked.
+    exchange.problem = result == CURLE_UNSUPPORTED_PROTOCOL ? "the answer is not HTTP/1"
+                                                            : curl_easy_strerror(result);
   }
   return exchange;
 }

@@ -41,17 +41,22 @@ Export* findExport() {
 
 void flushAtExit() {
   Export* const found = findExport();
-  if (found != nullptr && found->worker != nullptr) found->worker->forceFlush();
+  if (found == nullptr) return;
+  if (found->worker != nullptr) found->worker->flushOrLose();
+  found->losses.logPending();
 }
 
 /// The library's exit handler may be older than this one, so its last windows may come later. But
 /// while exit handlers run, more of what export needs still works than at the very end.
+///
+/// If the first window comes while the loader finalises libraries, the loader does not finalise
+/// this module, which was loaded then. Only this handler is called, after all libraries.
 void watchExit() {
   static const int watching = std::atexit(flushAtExit);
   static_cast<void>(watching);
 }
 
-// Runs after all exit handlers, when the loader finalises libraries.
+// Runs after the exit handlers of the program, when the loader finalises libraries.
 __attribute__((destructor)) void finishAtTheEnd() {
   Export* const found = findExport();
   if (found == nullptr) return;

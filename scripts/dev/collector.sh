@@ -61,7 +61,7 @@ check_collector() {
   build_collector
   build_go "$collector_sources/loki" build/collector/loki github.com/grafana/loki/v3/cmd/loki
   build release fleet_load tamsa_otlp
-  say "Checking the Collector of docs/fleet.md, and the engines behind it"
+  say "Checking the Collector of docs/fleet.md, with Loki for logs and Prometheus for metrics"
   "$collector_sources/check_collector.py" --seconds "${COLLECTOR_CHECK_SECONDS:-30}" \
     docs/fleet.md build/collector/otelcol build/collector/loki \
     build/collector/prometheus/usr/bin/prometheus build/release

@@ -206,12 +206,16 @@ TEST_F(JsonlFailure, IsCountedWithTheReportsThatTheEventCombines) {
 
 TEST_F(JsonlFailure, ThatWasNotLoggedYetIsLoggedWhenTheProcessEnds) {
   setDestination("/dev/full");
-  const ProgramResult result = runProgram({JSONL_LATE_REPORTER, "3"});
-  EXPECT_EQ(result.exit_code, 0);
-  EXPECT_THAT(result.err, testing::HasSubstr("lost 1 events (1 reports), 1 in all: "
-                                             "1: cannot write to /dev/full: "));
-  EXPECT_THAT(result.err, testing::HasSubstr("lost 2 events (2 reports), 3 in all: "
-                                             "2: cannot write to /dev/full: "));
+  for (const char* when : {"before", "at-end"}) {
+    const ProgramResult result = runProgram({JSONL_LATE_REPORTER, when, "3"});
+    EXPECT_EQ(result.exit_code, 0) << when;
+    EXPECT_THAT(result.err, testing::HasSubstr("lost 1 events (1 reports), 1 in all: "
+                                               "1: cannot write to /dev/full: "))
+        << when;
+    EXPECT_THAT(result.err, testing::HasSubstr("lost 2 events (2 reports), 3 in all: "
+                                               "2: cannot write to /dev/full: "))
+        << when;
+  }
 }
 
 TEST_F(JsonlFailure, OfAPathBelowAFileIsLogged) {

@@ -1,10 +1,13 @@
-// Reports an event when the static destructors of the module have already run, or, with a number as
-// argument, that many events before a normal exit.
+// Reports events to the module. Arguments:
+//   (none)          one event, when the static destructors of the module have already run
+//   before NUMBER   before a normal exit
+//   at-end NUMBER   when the loader finalises the program, which loads the module only then
 #include <android/log.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <exception>
+#include <string>
 
 #include "tests/modules/LoadedModule.h"
 
@@ -21,20 +24,38 @@ void reportAtExit() {
   if (handler != nullptr) _exit(report(*handler->createEvent("late"), "said at exit") ? 0 : 1);
 }
 
+int count_at_end = 0;
+
+void reportSeveral(int count) {
+  const kiv_test::LoadedModule module(JSONL_MODULE);
+  handler = module.createHandler().release();
+  for (; count > 0; --count) {
+    if (!report(*module.createEvent(*handler, "one of several"), "said")) std::abort();
+  }
+}
+
+[[gnu::destructor]] void reportAtEnd() {
+  if (count_at_end > 0) reportSeveral(count_at_end);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
   __android_log_set_logger(__android_log_stderr_logger);
-  const bool is_late = argc == 1;
+  if (argc == 3) {
+    const int count = std::atoi(argv[2]);
+    if (argv[1] == std::string("at-end")) {
+      count_at_end = count;
+    } else {
+      reportSeveral(count);
+    }
+    return 0;
+  }
   // Registered before the module is loaded, so it runs after all that the module registers.
-  if (is_late && std::atexit(reportAtExit) != 0) return 1;
+  if (std::atexit(reportAtExit) != 0) return 1;
   const kiv_test::LoadedModule module(JSONL_MODULE);
   handler = module.createHandler().release();
-  if (is_late) return 1;
-  for (int count = std::atoi(argv[1]); count > 0; --count) {
-    if (!report(*module.createEvent(*handler, "early"), "said before the exit")) return 1;
-  }
-  return 0;
+  return 1;
 } catch (const std::exception&) {
   return 1;
 }

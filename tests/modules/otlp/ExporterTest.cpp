@@ -382,6 +382,16 @@ TEST_F(ExporterEnd, AbandonsWhatIsLeftWithTheLastFailure) {
   EXPECT_THAT(exporter().abandon().entries(), IsEmpty());
 }
 
+TEST_F(ExporterEnd, SendsWhatWasAbandonedAsALossWithLaterEventsOnly) {
+  add(3, 0);
+  exporter().beginEnd();
+  exporter().abandon();
+  EXPECT_EQ(exporter().nextAttempt(), std::nullopt);
+  add();
+  send();
+  EXPECT_THAT(losses(), ElementsAre(Pair("the process ended first", 3)));
+}
+
 TEST_F(ExporterEnd, AbandonsARequestUnderWayAndCountsItsEventsOnce) {
   add(6, 0);
   begin();

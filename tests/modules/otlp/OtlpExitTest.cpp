@@ -49,6 +49,11 @@ TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedByAnExitHandler) {
   EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
 }
 
+TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedWhileLibrariesAreFinalised) {
+  report(server_.url(), 10, "load-in-finaliser", patient_);
+  EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
+}
+
 TEST_F(OtlpExit, SendsReportsAfterAllLibrariesWereFinalised) {
   const ProgramResult result = report(server_.url(), 10, "after-everything", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(20));
@@ -87,6 +92,13 @@ TEST_F(OtlpExit, DoesNotHangWithoutAnswers) {
     FaultServer silent(std::deque<Reaction>(100, {"", Reaction::Then::HANG}));
     const ProgramResult result = report(silent.url(), 10, way, patient_);
     EXPECT_THAT(result.err, AllOf(HasSubstr("TamsaOtlp"), HasSubstr("lost"))) << way;
+  }
+}
+
+TEST_F(OtlpExit, LogsAllLossesIfTheModuleIsLoadedWhileLibrariesAreFinalised) {
+  FaultServer closed{FaultServer::NotYet()};
+  for (const std::string& url : {closed.url(), std::string("htp:/collector")}) {
+    EXPECT_EQ(lost(report(url, 10, "load-in-finaliser", patient_)), 10) << url;
   }
 }
 

@@ -190,6 +190,7 @@ TEST_P(OtlpFaults, AnswersThatAreNotHttp1AreRetried) {
     print("not an HTTP/1 answer, then 200", 100, result, server);
     EXPECT_THAT(server.requests(), SizeIs(2)) << bytes;
     EXPECT_EQ(lost(result), 0) << bytes;
+    EXPECT_THAT(result.err, HasSubstr("the answer is not HTTP/1")) << bytes;
   }
 }
 

@@ -191,6 +191,9 @@ using Initializer = void (*)(int, char**, char**);
   on_exit([](int, void*) { reportInHandler("after-everything"); }, nullptr);
 };
 
+// Called when the loader finalises the program. The module may be loaded only then.
+[[gnu::destructor]] void reportInFinaliser() { reportInHandler("load-in-finaliser"); }
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -205,6 +208,7 @@ int main(int argc, char** argv) try {
       {"late-after-openssl", reportLateAfterOpenSsl},
       {"late-only", createOnly},
       {"load-late", [] {}},
+      {"load-in-finaliser", [] {}},
       {"window", reportOneWindow},
       {"late-window", prepareOneWindow},
       {"load-late-window", [] { is_one_window = true; }},

@@ -104,15 +104,19 @@ def identity(resource, record):
 
 
 class Arrived:
-    """Counts what a Collector's file holds: how often each event is there, and the reports by host
-    and code. An event that is there twice counts once in the latter."""
+    """Counts what a Collector's file holds: how often each event is there, the reports by host and
+    code, and the reports that were lost. An event that is there twice counts once in the reports."""
 
     def __init__(self, records):
         self.times = collections.Counter()
         self.reports = collections.Counter()
+        self.lost = 0
         for resource, record in records:
             attributes = record["attributes"]
-            if attributes["event.name"] != "wexo_kiv_error_code":
+            if record["eventName"] == "kiv.telemetry.loss":
+                self.lost += attributes["kiv.telemetry.loss.reports"]
+                continue
+            if record["eventName"] != "wexo_kiv_error_code":
                 continue
             event = identity(resource, record)
             if event not in self.times:
@@ -227,9 +231,10 @@ class CollectorTest(unittest.TestCase):
         figures(how.name, f"{PROCESSES} processes", f"{options.seconds} s",
                 f"reports made {made.total()}", f"in the file {arrived.reports.total()}",
                 f"events {len(arrived.times)}", f"repeated {arrived.repeated()}")
-        self.assertNotIn("dropped", clients.log())
+        self.assertNotIn("lost", clients.log())
         self.assertEqual(made.total(), PROCESSES * REPORTS_PER_SECOND * options.seconds)
         self.assertEqual(arrived.reports, made)
+        self.assertEqual(arrived.lost, 0)
         return made, arrived
 
     def test_a_collector_that_is_stopped_and_started_gets_every_report_once(self):
@@ -268,16 +273,18 @@ class CollectorTest(unittest.TestCase):
         made = clients.finish()
         self.assert_loki_gives(loki, made)
 
-    def test_metrics_count_reports(self):
-        collector = self.start(self.make_collector())
+    def start_prometheus(self):
         page = page_block(options.page, "yaml", "# prometheus.yml")
         self.assertEqual(page.count("localhost:8889"), 1)
-        prometheus = self.start(Prometheus(
+        return self.start(Prometheus(
             options.prometheus,
             self.write("prometheus.yml", "global: {scrape_interval: 1s}\n" +
                        page.replace("localhost:8889", f"127.0.0.1:{self.metrics_port}")),
             self.directory / "prometheus"))
-        made = self.start_clients().finish()
+
+    def ask_prometheus(self, prometheus, expected):
+        """Returns the answer to the page's query, by host and code, as soon as it has the expected
+        number of reports."""
         query = page_block(options.page, "promql")
 
         def answer():
@@ -285,13 +292,40 @@ class CollectorTest(unittest.TestCase):
                     for labels, value in prometheus.query(query)}
 
         with contextlib.suppress(TimeoutError):
-            wait_until(lambda: sum(answer().values()) >= made.total(), "Prometheus", 20)
+            wait_until(lambda: sum(answer().values()) >= expected, "Prometheus", 20)
+        return answer()
+
+    def test_metrics_count_reports(self):
+        collector = self.start(self.make_collector())
+        prometheus = self.start_prometheus()
+        made = self.start_clients().finish()
+        counted = self.ask_prometheus(prometheus, made.total())
         records = len(collector.records())
         figures("Prometheus", f"reports made {made.total()}",
-                f"kiv_reports_total {sum(answer().values())}", f"records {records}")
-        self.assertEqual(answer(), made)
+                f"kiv_reports_total {sum(counted.values())}", f"records {records}")
+        self.assertEqual(counted, made)
         # Counting records would not have given this.
         self.assertLess(records, made.total())
+
+    def test_lost_reports_are_accounted_for_and_counted_nowhere_else(self):
+        loki = self.start(self.make_loki())
+        collector = self.make_collector(loki.url)
+        clients = self.start_clients(dict(self.sender, OTEL_BLRP_MAX_QUEUE_SIZE="1",
+                                          OTEL_BLRP_MAX_EXPORT_BATCH_SIZE="1"), LEAST_SECONDS)
+        # Of several windows, the queue takes the first.
+        time.sleep(SHORT_SECONDS)
+        self.start(collector)
+        prometheus = self.start_prometheus()
+        made = clients.finish()
+        arrived = Arrived(collector.records())
+        counted = self.ask_prometheus(prometheus, arrived.reports.total())
+        figures("Losses", f"reports made {made.total()}",
+                f"in the file {arrived.reports.total()}", f"lost {arrived.lost}",
+                f"kiv_reports_total {sum(counted.values())}")
+        self.assertGreater(arrived.lost, 0)
+        self.assertEqual(arrived.reports.total() + arrived.lost, made.total())
+        self.assertEqual(counted, arrived.reports)
+        self.assert_loki_gives(loki, arrived.reports)
 
 
 def main():
