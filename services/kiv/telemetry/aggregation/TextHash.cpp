@@ -19,7 +19,7 @@ size_t condense(std::string_view random_text) {
 
 /// A word that is drawn at random on first use. Threads that draw it at the same time may get
 /// different ones: a table keeps the seed that it was made with. A static variable with an
-/// initialiser would have a lock, which a forked child may inherit locked.
+/// initializer would have a lock, which a forked child may inherit locked.
 size_t drawOnce(std::atomic<size_t>& drawn) {
   size_t word = drawn.load(std::memory_order_relaxed);
   if (word == 0) {
