@@ -8,7 +8,8 @@
 #include <link.h>
 #include <unistd.h>
 
-#include <vector>
+#include <memory>
+#include <new>
 #endif
 
 namespace TAMSA::internal {
@@ -35,11 +36,14 @@ bool isInSearchedDirectory(const char* module) {
   }
   Dl_serinfo size{};
   if (dlinfo(caller, RTLD_DI_SERINFOSIZE, &size) != 0) return false;
-  std::vector<Dl_serinfo> memory(size.dls_size / sizeof(Dl_serinfo) + 1, size);
-  if (dlinfo(caller, RTLD_DI_SERINFO, memory.data()) != 0) return false;
-  const Dl_serpath* const directories = memory.front().dls_serpath;
+  const std::unique_ptr<char[]> memory(new char[sizeof(size) + size.dls_size]);
+  auto* const search = new (memory.get()) Dl_serinfo(size);
+  if (dlinfo(caller, RTLD_DI_SERINFO, search) != 0) return false;
+  const Dl_serpath* const directories = search->dls_serpath;
+  std::string file;
   for (unsigned i = 0; i < size.dls_cnt; ++i) {
-    const std::string file = std::string(directories[i].dls_name) + "/" + module;
+    file.clear();
+    file.append(directories[i].dls_name).append("/").append(module);
     if (access(file.c_str(), F_OK) == 0) return true;
   }
   return false;
