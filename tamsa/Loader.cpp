@@ -4,13 +4,21 @@
 #include <android/log.h>
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstddef>
+#include <string>
+
+#include "tamsa/LinkerError.h"
 
 namespace TAMSA::internal {
 
 namespace {
 
 constexpr char kLogTag[] = "TamsaLoader";
+
+/// The last function that the module turned out to lack. Not a member: the record's fields are
+/// fixed.
+std::atomic<const char*> missing_function{nullptr};
 
 /// The linker namespace that holds the platform's own libraries. A process in a restricted
 /// namespace has no other way to them. Null where the linker has no such thing.
@@ -43,18 +51,32 @@ void* Loader::findSymbol(const char* name) {
   loadModule();
   if (module_ == nullptr) return nullptr;
   dlerror();
-  return dlsym(module_, name);
+  void* const function = dlsym(module_, name);
+  if (function == nullptr) missing_function.store(name, std::memory_order_relaxed);
+  return function;
+}
+
+void Loader::logMissingFunction() const {
+  const char* const name = missing_function.load(std::memory_order_relaxed);
+  if (name == nullptr) return;
+  __android_log_print(ANDROID_LOG_DEBUG, kLogTag, "TAMSA module '%s' has no function '%s'",
+                      module_name_, name);
 }
 
 void Loader::open() {
   __android_log_print(ANDROID_LOG_DEBUG, kLogTag, "TAMSA loading module '%s'", module_name_);
+  std::string error;
   if (android_namespace_t* const platform = findPlatformNamespace()) {
     module_ = openInNamespace(module_name_, platform);
+    if (module_ == nullptr) takeLoadError(module_name_, error);
   }
   if (module_ == nullptr) module_ = dlopen(module_name_, RTLD_LAZY);
-  if (module_ == nullptr) {
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "TAMSA module '%s' not found", module_name_);
-  }
+  if (module_ != nullptr) return;
+  if (error.empty()) takeLoadError(module_name_, error);
+  __android_log_print(ANDROID_LOG_ERROR, kLogTag, "TAMSA module '%s' not found", module_name_);
+  if (error.empty()) return;
+  __android_log_print(ANDROID_LOG_DEBUG, kLogTag, "TAMSA module '%s' cannot be loaded: %s",
+                      module_name_, error.c_str());
 }
 
 // The order of the record's fields is fixed.

@@ -18,6 +18,9 @@ class Loader {
   /// The address of an exported symbol; null if the module or the symbol is missing.
   void* findSymbol(const char* name);
 
+  /// Logs the last symbol that the module turned out to lack, if any.
+  void logMissingFunction() const;
+
  private:
   friend struct LoaderLayout;
 

@@ -24,9 +24,12 @@ bool prepareAsFirst() {
   const internal::ScopedNoCancellation no_cancellation;
   Readiness none = Readiness::NONE;
   if (!readiness.compare_exchange_strong(none, Readiness::PREPARING)) return false;
-  Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
-  Symbol::Cache<Symbol::kDestroyTelemetryHandler, void(int64_t, void*) noexcept>::getCached();
+  // The log names the last one that is missing: nothing can be reported without the one for
+  // creating.
   Symbol::Cache<Symbol::kDestroyTelemetryEvent, void(int64_t, void*) noexcept>::getCached();
+  Symbol::Cache<Symbol::kDestroyTelemetryHandler, void(int64_t, void*) noexcept>::getCached();
+  Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
+  internal::Loader::getInstance().logMissingFunction();
   readiness = Readiness::READY;
   return true;
 }

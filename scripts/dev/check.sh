@@ -16,11 +16,12 @@ default_steps=(
   'reference||all declarations of public headers are documented'
   'report||the page of charts in a browser'
   "armv7||tests, binary interface and size on the device's processor"
-  'fresh||./dev demo, then ./dev test, on a minimal Debian 12'
+  'fresh||demo, test suite and packages on a minimal Debian 12'
 )
 optional_steps=(
   'collector||the Collector of docs/fleet.md and its back ends (needs Go)'
   'fresh-test||./dev test as the first command on a minimal Debian 12'
+  'fresh-packages||the packages on a minimal Debian 12, without the tests'
   'fresh-ci||.ci/run on a minimal Debian 12'
   'asan||the test suite with the address and UB sanitizers'
   'tsan||the test suite with the thread sanitizer'

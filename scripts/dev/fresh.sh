@@ -14,7 +14,22 @@ run_fresh() {
 
 check_fresh() {
   say "Running ./dev demo, then ./dev test, on a minimal Debian 12"
-  run_fresh './dev demo && ./dev test'
+  rm -rf build/fresh/shared
+  run_fresh './dev demo && ./dev test && ./dev packages && cp build/package/packages/*.deb /srv/shared'
+  install_fresh
+}
+
+# Installs the packages in build/fresh/shared on another system, which has none of what built them.
+install_fresh() {
+  say "Installing the Debian packages on a minimal Debian 12"
+  run_fresh 'tests/package/check-installed /srv/shared'
+}
+
+check_fresh-packages() {
+  say "Making Debian packages on a minimal Debian 12"
+  rm -rf build/fresh/shared
+  run_fresh './dev packages && cp build/package/packages/*.deb /srv/shared'
+  install_fresh
 }
 
 check_fresh-test() {

@@ -13,10 +13,6 @@ check_events() {
 }
 
 check_reference() {
-  need doxygen
-  say "Building the reference of the public headers"
-  rm -rf build/reference
-  mkdir -p build
-  doxygen docs/reference/Doxyfile
+  build_reference
   echo "build/reference/index.html: $(find build/reference -name '*.html' | wc -l) pages"
 }

@@ -177,6 +177,20 @@ exit 100""")
         self.assertIn("E: no space left", result.stderr)
         self.assertEqual(self.calls("doxygen"), [])
 
+    def test_the_reference_is_made_and_its_path_printed(self):
+        self.installed(False)
+        result = self.dev("docs")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(len(self.calls("doxygen")), 1)
+        self.assertRegex("\n".join(self.calls("apt-get")), r" install .*\bdoxygen\b")
+        self.assertIn(f"{self.tree}/build/reference/index.html", result.stdout)
+
+    def test_a_reference_that_fails_prints_no_path(self):
+        self.replace("doxygen", "false")
+        result = self.dev("docs")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertNotIn("index.html", result.stdout)
+
     def test_installs_nothing_that_is_there(self):
         self.installed(True)
         self.dev("check", "reference")

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "tests/support/RunProgram.h"
@@ -9,6 +10,7 @@
 namespace {
 
 using kiv_test::ProgramResult;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -33,6 +35,18 @@ TEST(PartialModule, WithoutTheFunctionThatCreatesHandlersNothingIsSubmitted) {
   EXPECT_THAT(err, Not(HasSubstr("not found")));
   EXPECT_THAT(err, Not(HasSubstr("reported")));
   EXPECT_THAT(err, Not(HasSubstr("destroyed")));
+}
+
+TEST(PartialModule, NamesTheMissingFunctionOnce) {
+  const std::map<std::string, std::string> functions{
+      {"LACKS_CREATE_HANDLER", "createTelemetryHandler"},
+      {"LACKS_DESTROY_HANDLER", "destroyTelemetryHandler"},
+      {"LACKS_DESTROY_EVENT", "destroyTelemetryEvent"}};
+  for (const auto& [module, function] : functions) {
+    const std::string err = reportEveryKindTo(module).err;
+    EXPECT_EQ(count(err, "TAMSA module 'libtamsa.nebrik.so' has no function"), 1u) << err;
+    EXPECT_THAT(err, ContainsRegex(" D .*TamsaLoader.*has no function '" + function + "'"));
+  }
 }
 
 TEST(PartialModule, WithoutTheFunctionThatDestroysHandlersEverythingIsSubmitted) {

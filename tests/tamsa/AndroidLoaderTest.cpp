@@ -26,15 +26,21 @@ struct Linker {
   android_dlextinfo info{};
   android_namespace_t* platform_namespace = nullptr;
   void* module = nullptr;
+  bool finds_no_library = false;  // a file that is not a library is in the namespace
 };
 
 Linker linker;
 int some_namespace;
 int some_module;
 
+/// A file that is not a library.
+constexpr char kNoLibrary[] = "/dev/null";
+
 }  // namespace
 
 extern "C" {
+
+void* __real_dlopen(const char* name, int mode);
 
 __attribute__((visibility("default"))) android_namespace_t* __loader_android_get_exported_namespace(
     const char* name) {
@@ -47,16 +53,16 @@ __attribute__((visibility("default"))) void* android_dlopen_ext(const char* name
   linker.opened_in_namespace.emplace_back(name);
   linker.mode = mode;
   linker.info = *info;
+  if (linker.finds_no_library) return __real_dlopen(kNoLibrary, mode);
   return linker.module;
 }
 
-void* __real_dlopen(const char* name, int mode);
 void* __wrap_dlopen(const char* name, int mode) {
   if (name == nullptr || std::strcmp(name, "libtamsa.nebrik.so") != 0) {
     return __real_dlopen(name, mode);
   }
   linker.opened_plainly.emplace_back(name);
-  return nullptr;
+  return __real_dlopen(name, mode);
 }
 
 }  // extern "C"
@@ -125,6 +131,21 @@ TEST(AndroidLoader, FallsBackToPlainOpeningWhenTheNamespaceLacksTheModule) {
     EXPECT_THAT(linker.opened_in_namespace, ElementsAre("libtamsa.nebrik.so"));
     EXPECT_THAT(linker.opened_plainly, ElementsAre("libtamsa.nebrik.so"));
     EXPECT_THAT(log.lines(), ElementsAre(kLoading, kNotFound));
+  });
+}
+
+TEST(AndroidLoader, ExplainsWhyTheModuleInTheNamespaceCannotBeLoaded) {
+  KIV_EXPECT_IN_FRESH_PROCESS({
+    const LogCapture log;
+    linker.platform_namespace = kNamespace;
+    linker.finds_no_library = true;
+    Loader::getInstance().loadModule();
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre(kLoading, kNotFound,
+                    LogLine{ANDROID_LOG_DEBUG, "TamsaLoader",
+                            "TAMSA module 'libtamsa.nebrik.so' cannot be loaded: /dev/null: file "
+                            "too short"}));
   });
 }
 
