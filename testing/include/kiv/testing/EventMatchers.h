@@ -468,7 +468,7 @@ EventListMatcher ContainsOnly(const Matchers&... matchers) {
 /// several.
 template <typename Derived, typename Count>
 EventListMatcher TotalCount(const EventMatcher<Derived>& event, const Count& count) {
-  const internal::EventExpectation expectation = event.expectation();
+  const internal::EventExpectation& expectation = event.expectation();
   const internal::Expected<int64_t> total = internal::expect<int64_t>(count);
   const std::string what = expectation.description() + ", with a total count " +
                            (total.exact ? "of " : "that ") + total.text;
