@@ -39,7 +39,7 @@ void onExecution(unsigned processor, void* data) {
 }
 
 void onTranslation(qemu_plugin_id_t /*id*/, qemu_plugin_tb* block) {
-  // Kept for as long as the block may be executed: for ever.
+  // Never freed: the block may be executed until the process ends.
   auto* const length = new size_t(qemu_plugin_tb_n_insns(block));
   qemu_plugin_register_vcpu_tb_exec_cb(block, onExecution, 0, length);
 }

@@ -73,7 +73,7 @@ void show(const ReporterKind& kind, const char* load, void (*run)(Reporter&)) {
   const auto reporter = kind.make();
   reporter->report(Report());
   reporter->drain();
-  // Whoever lingers after work has gone to sleep by then.
+  // A worker that lingers after work has gone to sleep by then.
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   const Activity before = othersActivity();
   run(*reporter);

@@ -20,7 +20,7 @@ struct Placement {
 /// front and one behind with the same differences sound alike.
 ///
 /// The signal may be passed in blocks of any sizes; they do not change the result. Not
-/// synchronised.
+/// synchronized.
 class BinauralRenderer {
  public:
   /// The longest delay of the signal. After the end of a source, this many frames of silence are

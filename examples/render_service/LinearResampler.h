@@ -9,7 +9,7 @@ namespace render_service {
 /// Converts one mono signal, block by block. Fast, and good enough for speech: frequencies above
 /// half of the lower rate are not filtered out. Between equal rates the signal is unchanged.
 ///
-/// Not synchronised.
+/// Not synchronized.
 class LinearResampler {
  public:
   /// Both rates must be positive.

@@ -8,7 +8,7 @@
 
 namespace render_service {
 
-/// One line that is redrawn in place, at most ten times a second. Not synchronised.
+/// One line that is redrawn in place, at most ten times a second. Not synchronized.
 class ProgressBar {
  public:
   /// Draws on `terminal`, which is not owned; never draws anything if not `enabled`.

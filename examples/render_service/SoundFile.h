@@ -26,7 +26,7 @@ UniqueFd openForReading(const std::string& path);
 /// is set.
 UniqueFd openForWriting(const std::string& path);
 
-/// An open sound file that is read from the beginning to the end. Not synchronised.
+/// An open sound file that is read from the beginning to the end. Not synchronized.
 class SoundFileReader {
  public:
   /// Takes ownership of the descriptor. `error()` is 0 if it is a sound file.
@@ -53,7 +53,7 @@ class SoundFileReader {
 };
 
 /// A WAV file of 16-bit samples that is written from the beginning to the end. The format holds
-/// four gigabytes, which is six hours of stereo. Not synchronised.
+/// four gigabytes, which is six hours of stereo. Not synchronized.
 class SoundFileWriter {
  public:
   /// Takes ownership of the descriptor of an empty file. `error()` is 0 if it can be written.

@@ -38,7 +38,7 @@ void logPendingLosses() {
   if (isOurs(losses)) losses->log.logPending();
 }
 
-/// If the first window comes while the loader finalises libraries, the loader does not finalise
+/// If the first window comes while the loader finalizes libraries, the loader does not finalize
 /// this module, which was loaded then. Only this handler is called, after all libraries.
 void watchExit() {
   static const int watching = std::atexit(logPendingLosses);

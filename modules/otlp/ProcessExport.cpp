@@ -49,14 +49,14 @@ void flushAtExit() {
 /// The library's exit handler may be older than this one, so its last windows may come later. But
 /// while exit handlers run, more of what export needs still works than at the very end.
 ///
-/// If the first window comes while the loader finalises libraries, the loader does not finalise
+/// If the first window comes while the loader finalizes libraries, the loader does not finalize
 /// this module, which was loaded then. Only this handler is called, after all libraries.
 void watchExit() {
   static const int watching = std::atexit(flushAtExit);
   static_cast<void>(watching);
 }
 
-// Runs after the exit handlers of the program, when the loader finalises libraries.
+// Runs after the exit handlers of the program, when the loader finalizes libraries.
 __attribute__((destructor)) void finishAtTheEnd() {
   Export* const found = findExport();
   if (found == nullptr) return;

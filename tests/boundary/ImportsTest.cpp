@@ -45,7 +45,7 @@ TEST(Imports, WhatACommonLibraryLacksIsNamed) {
 }
 
 /// A forked child hangs on the lock of a static variable that another thread of its parent was
-/// initialising.
+/// initializing.
 TEST(Imports, NoStaticVariableIsInitializedUnderALock) {
   for (const char* const library : {KIVTELEMETRY, KIVCOMMON}) {
     const auto result = runProgram({"/usr/bin/nm", "-D", "--undefined-only", library});

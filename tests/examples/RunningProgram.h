@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// A program that runs beside the test. Not synchronised.
+/// A program that runs beside the test. Not synchronized.
 class RunningProgram {
  public:
   struct Result {

@@ -1,7 +1,7 @@
 // Reports events to the module. Arguments:
 //   (none)          one event, when the static destructors of the module have already run
 //   before NUMBER   before a normal exit
-//   at-end NUMBER   when the loader finalises the program, which loads the module only then
+//   at-end NUMBER   when the loader finalizes the program, which loads the module only then
 #include <android/log.h>
 #include <unistd.h>
 

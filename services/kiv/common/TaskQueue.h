@@ -50,7 +50,7 @@ class TaskQueue {
   bool waitForEnd(std::chrono::steady_clock::time_point deadline);
 
   /// Called by the thread that ends the process, before it waits for the queue. From now on other
-  /// threads get only so many tasks in: those that never stop posting must not keep the process.
+  /// threads get only so many tasks in: those that never stop posting must not delay the exit.
   void beginExit();
 
   /// The worker's whole life. Returns when the queue is closed and empty.
@@ -119,7 +119,7 @@ class TaskQueue {
   uint32_t size() const;
 
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
-  /// that stood in posted_.
+  /// that were set in posted_.
   uintptr_t takePosted();
 
   /// On the worker: runs and releases the first task of the batch.

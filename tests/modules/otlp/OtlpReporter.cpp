@@ -191,7 +191,7 @@ using Initializer = void (*)(int, char**, char**);
   on_exit([](int, void*) { reportInHandler("after-everything"); }, nullptr);
 };
 
-// Called when the loader finalises the program. The module may be loaded only then.
+// Called when the loader finalizes the program. The module may be loaded only then.
 [[gnu::destructor]] void reportInFinaliser() { reportInHandler("load-in-finaliser"); }
 
 }  // namespace

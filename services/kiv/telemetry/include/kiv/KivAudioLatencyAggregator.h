@@ -41,7 +41,7 @@ struct KIV_EXPORT KivAudioLatencyEventKey {
 
 /// Averages the samples of each stream. The key is finer than what is reported: an event carries
 /// neither the average nor the stream's configuration, only its session and how many samples there
-/// were. Not synchronised; see `KivBaseAggregator`.
+/// were. Not synchronized; see `KivBaseAggregator`.
 class KIV_EXPORT KivAudioLatencyAggregator
     : public KivBaseAggregator<KivAudioLatencyEvent, KivAudioLatencyEventKey, unsigned int> {
  public:

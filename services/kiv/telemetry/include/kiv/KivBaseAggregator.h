@@ -1,7 +1,7 @@
 /// The aggregator framework. An aggregator combines reports into one aggregate per distinct key,
 /// and turns each aggregate into one unified-telemetry event.
 ///
-/// An aggregator is not synchronised: its operations are called by one thread at a time.
+/// An aggregator is not synchronized: its operations are called by one thread at a time.
 ///
 /// The virtual operations and the data members are part of the binary interface: never add, remove
 /// or reorder any, because clients' classes continue the tables. The templates are defined and

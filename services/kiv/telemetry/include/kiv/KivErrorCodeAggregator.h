@@ -22,7 +22,7 @@ struct KIV_EXPORT KivErrorCodeEvent {
   bool operator<(const KivErrorCodeEvent& other) const;
 };
 
-/// Counts equal errors. Not synchronised; see `KivBaseAggregator`.
+/// Counts equal errors. Not synchronized; see `KivBaseAggregator`.
 class KIV_EXPORT KivErrorCodeAggregator : public KivCountedAggregator<KivErrorCodeEvent> {
  public:
   /// Combines reports, each of which counts 1, by `aggregation_type`.

@@ -43,7 +43,7 @@ struct KIV_EXPORT std::less<android::kiv::KivGenericEvent<std::string>> {
 
 namespace android::kiv {
 
-/// Combines `long long` or `float` samples by the method that each report names. Not synchronised;
+/// Combines `long long` or `float` samples by the method that each report names. Not synchronized;
 /// see `KivBaseAggregator`.
 template <typename T>
 class KIV_EXPORT KivGenericNumericEventAggregator
@@ -65,7 +65,7 @@ class KIV_EXPORT KivGenericNumericEventAggregator
 };
 
 /// Counts equal texts. The method that a report names is part of its key only; events have the
-/// aggregator's own method. Not synchronised; see `KivBaseAggregator`.
+/// aggregator's own method. Not synchronized; see `KivBaseAggregator`.
 class KIV_EXPORT KivGenericStringEventAggregator
     : public KivCountedAggregator<KivGenericEvent<std::string>> {
  public:

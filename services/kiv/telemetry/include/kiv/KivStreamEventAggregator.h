@@ -28,7 +28,7 @@ struct KIV_EXPORT KivStreamEvent {
   bool operator<(const KivStreamEvent& other) const;
 };
 
-/// Counts equal stream events. Not synchronised; see `KivBaseAggregator`.
+/// Counts equal stream events. Not synchronized; see `KivBaseAggregator`.
 class KIV_EXPORT KivStreamEventAggregator : public KivCountedAggregator<KivStreamEvent> {
  public:
   /// Combines reports, each of which counts 1, by `aggregation_type`.

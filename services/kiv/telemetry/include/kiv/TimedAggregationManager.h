@@ -25,7 +25,7 @@ inline constexpr std::chrono::milliseconds kAggregationPeriod{5000};
 /// measured on the steady clock; its reported start and end are wall-clock times, and one window
 /// ends exactly where the next begins.
 ///
-/// Not synchronised: callers must serialize their calls.
+/// Not synchronized: callers must serialize their calls.
 ///
 /// Instantiated in the library for its own kinds of events.
 template <typename Event>
