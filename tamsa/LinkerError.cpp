@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 
-#ifdef __ANDROID__
 #include <cstring>
-#else
+
+#ifndef __ANDROID__
 #include <link.h>
 #include <unistd.h>
 
@@ -49,9 +49,10 @@ bool isInSearchedDirectory(const char* module) {
   return false;
 }
 
-/// The text alone does not tell, and may be in another language.
+/// The linker names a file that it found with its directory, and a missing library with its own
+/// name. After the module's bare name the text does not tell, and may be in another language.
 bool concernsAFile(const char* error, const char* module) {
-  return *error == '/' || isInSearchedDirectory(module);
+  return std::strncmp(error, module, std::strlen(module)) != 0 || isInSearchedDirectory(module);
 }
 
 #endif

@@ -41,8 +41,9 @@ void logPendingLosses() {
 /// If the first window comes while the loader finalizes libraries, the loader does not finalize
 /// this module, which was loaded then. Only this handler is called, after all libraries.
 void watchExit() {
-  static const int watching = std::atexit(logPendingLosses);
-  static_cast<void>(watching);
+  // A static variable with an initializer would have a lock, which a fork may inherit locked.
+  static std::atomic<bool> is_watching{false};
+  if (!is_watching.exchange(true)) std::atexit(logPendingLosses);
 }
 
 // Runs after the exit handlers of the program: the library may submit its last windows after them.

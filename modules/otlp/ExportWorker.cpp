@@ -94,33 +94,45 @@ void ExportWorker::report(const support::Event& event, uint64_t source) {
   }
   // Records in between do not change when the thread has to wake.
   if (exporter_.queued() == 1 || exporter_.queued() == max_batch_size_) work_changed_.notify_one();
-  if (is_finished_) flushOrLose(lock);
+  if (is_finished_) {
+    flush(lock);
+    loseRest(lock);
+  }
 }
 
 void ExportWorker::flushOrLose() {
   std::unique_lock lock(mutex_);
   exporter_.beginEnd();
-  flushOrLose(lock);
+  // The second attempt does not wait for the delay after a failure.
+  const bool is_flushed = flush(lock) || flush(lock);
+  if (!is_flushed) {
+    loseRest(lock);
+    return;
+  }
+  // Other threads may have reported meanwhile, and there is time left for their events.
+  lock.unlock();
+  log_.logPendingLosses();
 }
 
 void ExportWorker::finish() {
   std::unique_lock lock(mutex_);
   exporter_.beginEnd();
   is_finished_ = true;
-  flushOrLose(lock);
+  flush(lock);
+  loseRest(lock);
 }
 
-void ExportWorker::flushOrLose(std::unique_lock<std::mutex>& lock) {
-  flush(lock);
+void ExportWorker::loseRest(std::unique_lock<std::mutex>& lock) {
+  const uint64_t settled_before = exporter_.settled();
   const LossTable losses = exporter_.abandon();
-  settled_ = exporter_.settled();
+  settled_ += exporter_.settled() - settled_before;
   lock.unlock();
   log_.lost(losses, Clock::now());
   log_.logPendingLosses();
 }
 
-void ExportWorker::flush(std::unique_lock<std::mutex>& lock) {
-  if (!has_thread_) return;
+bool ExportWorker::flush(std::unique_lock<std::mutex>& lock) {
+  if (!has_thread_) return true;
   const uint64_t target = exporter_.added();
   const TimePoint end = Clock::now() + time_left_;
   // Requests end a little earlier, so that their events can be counted as lost.
@@ -138,6 +150,7 @@ void ExportWorker::flush(std::unique_lock<std::mutex>& lock) {
   flush_deadline_ = TimePoint::max();
   time_left_ = std::max(end - Clock::now(), Clock::duration::zero());
   work_changed_.notify_one();
+  return settled_ >= target;
 }
 
 bool ExportWorker::startThread() {
@@ -160,14 +173,15 @@ void ExportWorker::run() {
     waitForAttempt(lock);
     size_t bytes = 0;
     const Reply reply = sendBatch(lock, bytes);
+    const uint64_t settled_before = exporter_.settled();
     const LossTable losses = exporter_.complete(reply, bytes, Clock::now());
-    const uint64_t settled = exporter_.settled();
+    const uint64_t settled = exporter_.settled() - settled_before;
     lock.unlock();
     log_.answered(reply, bytes, Clock::now());
     log_.lost(losses, Clock::now());
     lock.lock();
     // Only now: a flush returns when all is logged, because the process may end then.
-    settled_ = std::max(settled_, settled);
+    settled_ += settled;
     request_ended_.notify_all();
   }
 }

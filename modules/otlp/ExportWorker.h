@@ -37,12 +37,13 @@ class ExportWorker final {
   void report(const support::Event& event, uint64_t source);
 
   /// To be called when the process begins to end. Waits until what was reported so far is sent or
-  /// cannot be sent in time, at most for the rest of the time that the end may be delayed, and
-  /// counts as lost what is left. Later reports are sent without delay.
+  /// cannot be sent in time, at most for the rest of the time that the end may be delayed. If it
+  /// cannot be sent in time, counts everything in the queue as lost. Later reports are sent without
+  /// delay.
   void flushOrLose();
 
-  /// To be called at the very end of the process: flushes like `flushOrLose`. Only reports can
-  /// follow, and these flush by themselves.
+  /// To be called at the very end of the process: flushes, and counts as lost what is left. Only
+  /// reports can follow, and these flush by themselves.
   void finish();
 
   /// The process it was made in; a fork has no such thread.
@@ -55,8 +56,10 @@ class ExportWorker final {
   void run();
   Reply sendBatch(std::unique_lock<std::mutex>& lock, size_t& bytes);
   void waitForAttempt(std::unique_lock<std::mutex>& lock);
-  void flush(std::unique_lock<std::mutex>& lock);
-  void flushOrLose(std::unique_lock<std::mutex>& lock);
+  /// False if something of what was reported before is left.
+  bool flush(std::unique_lock<std::mutex>& lock);
+  /// Releases the lock.
+  void loseRest(std::unique_lock<std::mutex>& lock);
   TimePoint flushDeadline() const;
 
   const pid_t process_;

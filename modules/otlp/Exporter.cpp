@@ -69,6 +69,10 @@ Exporter::Request Exporter::begin() {
 LossTable Exporter::complete(const Reply& reply, size_t bytes, TimePoint now) noexcept {
   is_under_way_ = false;
   if (std::exchange(is_abandoned_, false)) {
+    if (reply.verdict == Reply::Verdict::DELIVERED) {
+      losses_.subtract(losses_under_way_);
+      losses_.subtract(losses_abandoned_);
+    }
     queue_.settleBatch();
     return {};
   }
@@ -139,13 +143,16 @@ void Exporter::onFailure(const Reply& reply, TimePoint now) {
 
 LossTable Exporter::abandon() {
   LossTable losses;
+  const LossCause cause{"the process ended first", last_failure_};
   LossCount lost = queue_.clear();
   if (is_under_way_ && !is_abandoned_) {
     is_abandoned_ = true;
+    losses_abandoned_ = LossTable();
+    losses_abandoned_.add(cause, queue_.batchCount());
     lost += queue_.batchCount();
   }
   if (lost.events == 0) return losses;
-  losses.add({"the process ended first", last_failure_}, lost);
+  losses.add(cause, lost);
   losses_.add(losses);
   // There is no time left to send them by themselves.
   are_losses_tried_ = true;

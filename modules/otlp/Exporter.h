@@ -95,6 +95,8 @@ class Exporter {
   /// Not delivered to the collector yet, and those of them that are under way.
   support::LossTable losses_;
   support::LossTable losses_under_way_;
+  /// Records under way that were counted as lost. The collector may take them all the same.
+  support::LossTable losses_abandoned_;
 
   bool is_ending_ = false;
   bool is_under_way_ = false;

@@ -52,8 +52,9 @@ void flushAtExit() {
 /// If the first window comes while the loader finalizes libraries, the loader does not finalize
 /// this module, which was loaded then. Only this handler is called, after all libraries.
 void watchExit() {
-  static const int watching = std::atexit(flushAtExit);
-  static_cast<void>(watching);
+  // A static variable with an initializer would have a lock, which a fork may inherit locked.
+  static std::atomic<bool> is_watching{false};
+  if (!is_watching.exchange(true)) std::atexit(flushAtExit);
 }
 
 // Runs after the exit handlers of the program, when the loader finalizes libraries.

@@ -107,7 +107,7 @@ TEST_F(ProcessExitTest, AnObjectMayReportBeforeMainAndFromItsDestructor) {
                           {{"REPORT_BEFORE_MAIN", "1"}});
 }
 
-TEST_F(ProcessExitTest, AModuleThatIsFinalisedFirstStillTakesTheLastWindows) {
+TEST_F(ProcessExitTest, AModuleThatIsFinalizedFirstStillTakesTheLastWindows) {
   endProcess("flush");
   EXPECT_EQ(reported("before flush"), 5);
   EXPECT_EQ(reported("before return"), 7);

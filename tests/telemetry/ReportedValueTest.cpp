@@ -128,6 +128,15 @@ TEST_F(ReportedValueTest, AnArrayIsATextUpToItsFirstNul) {
   EXPECT_EQ(event().ints.at("aggregated_count"), 2);
 }
 
+extern const char array_of_unknown_size[];
+
+TEST_F(ReportedValueTest, AnArrayOfUnknownSizeIsATextUpToItsFirstNul) {
+  report(array_of_unknown_size);
+  EXPECT_EQ(text(), "declared elsewhere");
+}
+
+const char array_of_unknown_size[] = "declared elsewhere";
+
 TEST_F(ReportedValueTest, AnArrayWithoutANulIsATextOfItsLength) {
   struct {
     char code[4];

@@ -52,14 +52,14 @@ class ThreadLocalScratch {
   static bool isReleasedAtThreadEnd() {
     if (release == Release::NONE) {
       static const char anything = 0;
-      int64_t shared = key.load(std::memory_order_relaxed);
+      int64_t shared = key.load(std::memory_order_acquire);
       if (shared == kNoKey) {
         pthread_key_t made{};
         // Without a key the object is not kept.
         if (pthread_key_create(&made, &releaseKept) != 0) return false;
         // Threads that get here at the same time each use a key of their own.
         shared = made;
-        key.store(shared, std::memory_order_relaxed);
+        key.store(shared, std::memory_order_release);
       }
       if (pthread_setspecific(static_cast<pthread_key_t>(shared), &anything) != 0) return false;
       release = Release::REGISTERED;

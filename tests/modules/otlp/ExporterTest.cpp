@@ -392,6 +392,16 @@ TEST_F(ExporterEnd, SendsWhatWasAbandonedAsALossWithLaterEventsOnly) {
   EXPECT_THAT(losses(), ElementsAre(Pair("the process ended first", 3)));
 }
 
+TEST_F(ExporterEnd, ReportsNoLossOfARequestThatIsDeliveredAfterItWasAbandoned) {
+  add(3, 0);
+  begin();
+  exporter().abandon();
+  exporter().complete(reply(Verdict::DELIVERED), 1, now_);
+  add();
+  send();
+  EXPECT_THAT(losses(), IsEmpty());
+}
+
 TEST_F(ExporterEnd, AbandonsARequestUnderWayAndCountsItsEventsOnce) {
   add(6, 0);
   begin();

@@ -49,12 +49,12 @@ TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedByAnExitHandler) {
   EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
 }
 
-TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedWhileLibrariesAreFinalised) {
-  report(server_.url(), 10, "load-in-finaliser", patient_);
+TEST_F(OtlpExit, SendsReportsIfTheModuleIsLoadedWhileLibrariesAreFinalized) {
+  report(server_.url(), 10, "load-in-finalizer", patient_);
   EXPECT_THAT(numbers(server_.requests()), SizeIs(10));
 }
 
-TEST_F(OtlpExit, SendsReportsAfterAllLibrariesWereFinalised) {
+TEST_F(OtlpExit, SendsReportsAfterAllLibrariesWereFinalized) {
   const ProgramResult result = report(server_.url(), 10, "after-everything", patient_);
   EXPECT_EQ(numbers(server_.requests()), numbersBelow(20));
   EXPECT_EQ(result.err, "");
@@ -87,6 +87,15 @@ TEST_F(OtlpExit, IsNotDelayedByReportsThatContinue) {
   EXPECT_THAT(numbers(server_.requests()), IsSupersetOf(numbersBelow(10)));
 }
 
+TEST_F(OtlpExit, LosesNothingThatIsReportedWhileItFlushes) {
+  Environment environment = patient_;
+  // Small requests, so that those of the main thread's events end while there are others.
+  environment["OTEL_BLRP_MAX_EXPORT_BATCH_SIZE"] = "100";
+  const ProgramResult result = report(server_.url(), 1'000, "rest", environment);
+  EXPECT_EQ(numbers(server_.requests()), numbersBelow(2'000));
+  EXPECT_EQ(result.err, "");
+}
+
 TEST_F(OtlpExit, DoesNotHangWithoutAnswers) {
   for (const char* way : {"late", "late-only", "load-late", "after-everything", "flow"}) {
     FaultServer silent(std::deque<Reaction>(100, {"", Reaction::Then::HANG}));
@@ -95,10 +104,10 @@ TEST_F(OtlpExit, DoesNotHangWithoutAnswers) {
   }
 }
 
-TEST_F(OtlpExit, LogsAllLossesIfTheModuleIsLoadedWhileLibrariesAreFinalised) {
+TEST_F(OtlpExit, LogsAllLossesIfTheModuleIsLoadedWhileLibrariesAreFinalized) {
   FaultServer closed{FaultServer::NotYet()};
   for (const std::string& url : {closed.url(), std::string("htp:/collector")}) {
-    EXPECT_EQ(lost(report(url, 10, "load-in-finaliser", patient_)), 10) << url;
+    EXPECT_EQ(lost(report(url, 10, "load-in-finalizer", patient_)), 10) << url;
   }
 }
 

@@ -156,6 +156,23 @@ void reportWhileExiting() {
   while (!flows) std::this_thread::yield();
 }
 
+std::thread rest;
+
+/// Exits while another thread reports the rest, for which an exit handler waits that is older than
+/// the module.
+void reportRestWhileExiting() {
+  is_one_window = true;
+  reportAll();
+  static std::atomic<bool> flows{false};
+  rest = std::thread([] {
+    for (int number = count; number < count + late_count; ++number) {
+      report(number);
+      flows = true;
+    }
+  });
+  while (!flows) std::this_thread::yield();
+}
+
 void reportInHandler(const char* way) {
   if (std::strcmp(way_name, way) == 0) reportMore();
 }
@@ -192,7 +209,7 @@ using Initializer = void (*)(int, char**, char**);
 };
 
 // Called when the loader finalizes the program. The module may be loaded only then.
-[[gnu::destructor]] void reportInFinaliser() { reportInHandler("load-in-finaliser"); }
+[[gnu::destructor]] void reportInFinaliser() { reportInHandler("load-in-finalizer"); }
 
 }  // namespace
 
@@ -208,7 +225,7 @@ int main(int argc, char** argv) try {
       {"late-after-openssl", reportLateAfterOpenSsl},
       {"late-only", createOnly},
       {"load-late", [] {}},
-      {"load-in-finaliser", [] {}},
+      {"load-in-finalizer", [] {}},
       {"window", reportOneWindow},
       {"late-window", prepareOneWindow},
       {"load-late-window", [] { is_one_window = true; }},
@@ -218,6 +235,7 @@ int main(int argc, char** argv) try {
       {"fork", reportAndFork},
       {"fork-to-report", reportAndForkToReport},
       {"flow", reportWhileExiting},
+      {"rest", reportRestWhileExiting},
   };
   const auto way = argc == 3 || argc == 4 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {
@@ -232,6 +250,7 @@ int main(int argc, char** argv) try {
     for (const char* late : {"late", "late-after-openssl", "late-only", "load-late", "stay-late",
                              "late-window", "load-late-window"})
       reportInHandler(late);
+    if (rest.joinable()) rest.join();
   });
   way->second();
   return 0;

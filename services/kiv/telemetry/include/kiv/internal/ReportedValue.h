@@ -46,10 +46,11 @@ constexpr long long toInt64(T value) {
   }
 }
 
-/// An array ends at its first NUL, if it has one. A null pointer is an empty text.
+/// An array ends at its first NUL, if it has one; an array of unknown size has one. A null pointer
+/// is an empty text.
 template <typename T>
 std::string toText(const T& value) {
-  if constexpr (std::is_array_v<T>) {
+  if constexpr (std::extent_v<T> != 0) {
     const std::string_view whole(value, std::extent_v<T>);
     return std::string(whole.substr(0, whole.find('\0')));
   } else if constexpr (std::is_pointer_v<T>) {
