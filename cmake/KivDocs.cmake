@@ -19,7 +19,7 @@ function(kiv_install_page page to_top)
   string(
     REGEX
     REPLACE
-      "\\[([^]]*)\\]\\((\\.\\./)*(services|tamsa|platform|modules|testing|tools|examples|bench|tests|CONTRIBUTING)[^)]*\\)"
+      "\\[([^]]*)\\]\\((\\.\\./)*(services|tamsa|platform|modules|testing|tools|examples|bench|tests|scripts|CONTRIBUTING)[^)]*\\)"
       "\\1"
       text
       "${text}")
