@@ -37,7 +37,7 @@ fuzz_packages=("${test_packages[@]}" clang-14 libclang-rt-14-dev)
 otlp_packages=("${test_packages[@]}" protobuf-compiler python3-protobuf)
 # Limits on the device: bytes of the stripped library, and the libraries that it may depend on.
 library_budget=120000
-# The cross-built library has no packed relocations, and equal functions are not merged.
+# The cross-built library has no packed relocations, and fewer equal functions are merged.
 cross_built_budget=123000
 library_needs=(libkivcommon.so liblog.so.0 libuuid.so.1
   libc++.so.1 libc++abi.so.1 libgcc_s.so.1 libc.so.6 libm.so.6 ld-linux.so.3)
