@@ -140,6 +140,16 @@ TEST_F(TaskRunnerTest, IsNotOnTheWorkerOfAnotherThread) {
   EXPECT_FALSE(inside);
 }
 
+TEST_F(TaskRunnerTest, AWaitOnItsOwnWorkerFailsAtOnce) {
+  int code = android::OK;
+  bool ran = false;
+  ASSERT_TRUE(
+      runner.postTaskAndWait([&] { code = runner.postTaskAndWait([&] { ran = true; }).code(); })
+          .ok());
+  EXPECT_EQ(code, android::INVALID_OPERATION);
+  EXPECT_FALSE(ran);
+}
+
 TEST_F(TaskRunnerTest, CopiesShareTheThread) {
   TaskRunner copy = runner;  // NOLINT(performance-unnecessary-copy-initialization)
   bool inside = false;
