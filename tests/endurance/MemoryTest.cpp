@@ -134,7 +134,7 @@ TEST_F(MemoryTest, AWindowOfManyKeysIsSubmittedAndItsMemoryReleased) {
   EXPECT_LE(after, before + kMebibyte);
   // Blocks that are still in use keep pages of the heap resident. On a busy machine the queue gets
   // longer, and leaves more of them.
-  EXPECT_LE(resident_after_trim, resident_before + 4 * kMebibyte);
+  EXPECT_LE(resident_after_trim, resident_before + 4 * kMebibyte + (full - before) / 8);
   RecordProperty("allocated_before", std::to_string(before));
   RecordProperty("allocated_when_full", std::to_string(full));
   RecordProperty("allocated_after", std::to_string(after));
