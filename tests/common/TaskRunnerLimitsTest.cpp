@@ -142,7 +142,10 @@ TEST(TaskRunnerThreadTeardown, AThreadThatHasEndedLeavesNothingBehind) {
 
 TEST(TaskRunnerStartLimit, ANegativeOneIsZero) {
   alarm(kHangsAfterSeconds);
-  for (const auto limit : {std::chrono::milliseconds(-1500), std::chrono::milliseconds::min()}) {
+  // The second becomes a long time if its nanoseconds wrap around.
+  for (const auto limit :
+       {std::chrono::milliseconds(-1500), std::chrono::milliseconds(-13'835'058'055'283),
+        std::chrono::milliseconds::min()}) {
     const auto thread = TaskRunnerThread::create(limit);
     TaskRunner runner(thread);
     const WorkerHold hold(runner);

@@ -234,6 +234,31 @@ TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskRunsWhatIsQueued) {
   EXPECT_EXIT(exitFromATask(), testing::ExitedWithCode(0), "second task ran\nlast task ran");
 }
 
+/// Exits while a worker is in a task that closed its queue.
+[[noreturn]] void exitWhileAWorkerEnds() {
+  static Latch closed;
+  static Latch exiting;
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  runner.postTask([thread = std::move(thread)]() mutable {
+    thread.reset();
+    closed.countDown();
+    exiting.wait();
+    fputs("last task ran\n", stderr);
+  });
+  closed.wait();
+  // Registered after the thread was made, hence called before the queue is waited for.
+  std::atexit([] { exiting.countDown(); });
+  std::exit(0);
+}
+
+TEST(TaskRunnerThreadTeardownDeathTest, ExitWaitsForAWorkerThatEnds) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exitWhileAWorkerEnds(), testing::ExitedWithCode(0),
+              testing::AllOf(testing::HasSubstr("last task ran"),
+                             testing::Not(testing::HasSubstr("Gave up"))));
+}
+
 /// Says how many tasks ran of those that a thread, the worker and the exiting thread posted while
 /// the process ended.
 [[noreturn]] void exitWhileAThreadPosts() {
