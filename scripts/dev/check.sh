@@ -62,7 +62,12 @@ run_tidy() {
       clang-tidy-14 --quiet -p build/clang-libcxx
 }
 
-check_tidy() { run_tidy '^(services|tamsa|modules|platform|testing|examples)/'; }
+check_tidy() {
+  run_tidy '^(services|tamsa|modules|platform|testing|examples)/'
+  # The tests run without clang where the first command is ./dev test.
+  say "Compiling clients' code, and misuse of the library, with clang"
+  ctest --preset clang-libcxx --no-tests=error -R '^compile_clangxx$'
+}
 
 check_tidy-tests() { run_tidy '^tests/'; }
 
