@@ -1,4 +1,4 @@
-// What clients write with the public headers. Compiled by compile_test.py only, in every dialect.
+// Clients' code that uses the public headers. Compiled by compile_test.py only, in every dialect.
 #include <kiv/ScopedKivTrace.h>
 #include <kiv/TelemetryLogger.h>
 

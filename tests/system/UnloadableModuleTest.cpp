@@ -1,4 +1,4 @@
-// What the log says of a telemetry module that is there but cannot be loaded.
+// The log lines about a telemetry module that is there but cannot be loaded.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

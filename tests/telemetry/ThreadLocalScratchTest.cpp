@@ -56,7 +56,7 @@ TEST(ThreadLocalScratch, EachThreadHasItsOwn) {
   std::thread([] { EXPECT_EQ(ThreadLocalScratch<Object<5>>(1, makeFresh<5>)->value, 0); }).join();
 }
 
-/// Uses a spare object when the thread ends, after what that thread had kept is gone: destructors
+/// Uses a scratch object when the thread ends, after the kept one was released: destructors
 /// of thread-specific values run in the order in which their keys were made.
 void useLate(void* seen) {
   *static_cast<int*>(seen) = ThreadLocalScratch<Object<6>>(1, makeFresh<6>)->value;

@@ -1,9 +1,9 @@
 // Where a logger waits for its worker, and where it must not.
 //
 // The loader of shared libraries holds a lock while it runs the static constructors and destructors
-// of a library that comes or goes. Loading the telemetry module takes the same lock. A worker that
-// loads it therefore waits for a static constructor that waits for the worker. So the module is
-// loaded before a thread waits, on that thread, which may hold the lock already.
+// of a library that is loaded or unloaded. Loading the telemetry module takes the same lock. A
+// worker that loads it therefore waits for a static constructor that waits for the worker. So the
+// module is loaded before a thread waits, on that thread, which may hold the lock already.
 #include <chrono>
 
 #include "kiv/TelemetryLogger.h"

@@ -209,7 +209,7 @@ using Initializer = void (*)(int, char**, char**);
 };
 
 // Called when the loader finalizes the program. The module may be loaded only then.
-[[gnu::destructor]] void reportInFinaliser() { reportInHandler("load-in-finalizer"); }
+[[gnu::destructor]] void reportInFinalizer() { reportInHandler("load-in-finalizer"); }
 
 }  // namespace
 
