@@ -230,7 +230,7 @@ void TaskQueue::run() {
       woken_.waitFor(nextLinger());
     } else {
       woken_.wait();
-      linger_ = kShortestLinger;
+      linger_ = std::chrono::microseconds::zero();
     }
     lingers_ = false;
     tasks_since_sleep_ = 0;
@@ -241,8 +241,12 @@ void TaskQueue::run() {
 }
 
 std::chrono::microseconds TaskQueue::nextLinger() {
-  if (tasks_since_sleep_ >= kManyTasks) linger_ = kShortestLinger;
-  return std::exchange(linger_, std::min(linger_ * 2, kLongestLinger));
+  if (tasks_since_sleep_ >= kManyTasks) {
+    linger_ /= 2;
+  } else if (tasks_since_sleep_ < kFewTasks) {
+    linger_ *= 2;
+  }
+  return linger_ = std::clamp(linger_, kShortestLinger, kLongestLinger);
 }
 
 TaskQueue::Task* TaskQueue::newestOf(uintptr_t posted) {

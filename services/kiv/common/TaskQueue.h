@@ -62,15 +62,18 @@ class TaskQueue {
   /// False in a forked process. The worker's locks stay locked there.
   bool hasWorker() const;
 
-  /// The time for which the worker lets tasks gather before it looks again, once it has run out of
-  /// them. Only if there are none by then does it sleep until it is woken, which costs its waker a
-  /// system call. Starts with the shortest time and doubles for as long as few tasks gather: each
-  /// look costs processor time, and a long queue costs cache misses.
+  /// The limits of the time for which the worker lets tasks gather before it looks again, once it
+  /// has run out of them. Only if there are none by then does it sleep until it is woken, which
+  /// costs its waker a system call. Each look costs processor time, and a long queue costs cache
+  /// misses, so the time is halved or doubled until neither few nor many tasks gather.
   static constexpr std::chrono::microseconds kShortestLinger{500};
   static constexpr std::chrono::microseconds kLongestLinger{4000};
 
-  /// From so many on, tasks that have gathered are not few.
-  static constexpr size_t kManyTasks = 64;
+  /// Fewer tasks than this are few.
+  static constexpr size_t kFewTasks = 6;
+
+  /// From so many on, tasks are many.
+  static constexpr size_t kManyTasks = 12;
 
   /// A queue that holds more tasks than this says so in the log, and again whenever it has doubled.
   static constexpr uint32_t kFirstMark = 65536;
@@ -151,7 +154,7 @@ class TaskQueue {
   // it ran may have been one of many. If a caller waits for each task, the next one comes later.
   Task* batch_ = nullptr;
   Task* batch_end_ = nullptr;
-  std::chrono::microseconds linger_ = kShortestLinger;  // the next one
+  std::chrono::microseconds linger_{0};  // the last one; 0 after a sleep
   size_t tasks_since_sleep_ = 0;
   std::atomic<uint32_t> started_{0};  // tasks; written by the worker only
   bool lingers_ = false;
