@@ -37,7 +37,7 @@ namespace v7 {
 /// Setting a field that is already set replaces it.
 class ITelemetryEvent {
  public:
-  /// The version that goes with every event handed to the module's functions.
+  /// The version passed to the module's functions with every event.
   static constexpr int64_t kVersion = 7;
 
   /// Takes ownership of an event that `ITelemetryHandler::createEvent` returned.
@@ -72,7 +72,7 @@ namespace v9 {
 /// Creates events and takes them back filled.
 class ITelemetryHandler {
  public:
-  /// The version that goes with every handler asked of the module's functions.
+  /// The version passed to the module's functions with every handler.
   static constexpr int64_t kVersion = 9;
 
   virtual void reserved1() {}

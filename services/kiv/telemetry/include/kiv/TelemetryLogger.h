@@ -76,9 +76,9 @@ struct KivTraceInfo {
 /// from any thread, the worker included. In `LOCKING_IMMEDIATE` one thread at a time.
 ///
 /// Ownership: a logger of a task-runner model must be owned by a `std::shared_ptr`, except for
-/// latency samples, lifecycle operations and beginning a trace; any other report aborts the process
-/// without one. Queued reports share ownership of their logger. Latency samples do not: the owner
-/// must keep the logger until they have been aggregated.
+/// latency samples, lifecycle operations, `startTrace`, `stopTrace` and `kiv_beginTraceSection`;
+/// any other report aborts the process without one. Queued reports share ownership of their logger.
+/// Latency samples do not: the owner must keep the logger until they have been aggregated.
 ///
 /// Failure: reports return nothing. A report that cannot be taken is dropped. If the reason is a
 /// stopped aggregation, an error line goes to the Android log.
@@ -121,10 +121,10 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   TelemetryLogger& operator=(const TelemetryLogger&) = delete;
 
   // Lifecycle. These operations act on all six aggregations of the logger, which in the task-runner
-  // models are those of every such logger of the process. They wait for the worker in both models,
-  // and return false if it has not started within a second or has ended. An operation that has
-  // started is waited for until it returns. `stop` and `flush` also return false beyond the limit
-  // of nested submissions; see `TimedAggregationManager`.
+  // models are those of every such logger of the process. In both of these models they wait for the
+  // worker, and return false if it has not begun the operation within a second, or has ended. An
+  // operation that has begun is waited for until it returns. `stop` and `flush` also return false
+  // beyond the limit of nested submissions; see `TimedAggregationManager`.
 
   /// Starts stopped aggregations, with empty aggregates. A new logger is started.
   bool start();
@@ -136,7 +136,8 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// others are submitted all the same.
   bool flush() override;
 
-  // Errors. Each also writes one line to the Android log, tagged with `kiv_class`.
+  // Errors. Each also writes the line "API - CODE" to the Android log, tagged with `kiv_class`, at
+  // error priority whatever its severity.
 
   /// Reports an error given as text, in the operation `api` of `kiv_class`. An empty `kiv_class` is
   /// replaced by the logger's name.

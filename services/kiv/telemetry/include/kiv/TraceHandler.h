@@ -15,8 +15,8 @@ class KIV_EXPORT TraceHandler {
  public:
   virtual ~TraceHandler();
 
-  /// Begins a trace of `name`, on behalf of `kiv_class`. The token ends the trace, on any thread,
-  /// and owns all that belongs to it. A token that is dropped ends nothing and reports nothing.
+  /// Begins a trace of `name`, on behalf of `kiv_class`. Pass the token to `stopTrace`, on any
+  /// thread. A token that is dropped reports nothing.
   [[nodiscard]] virtual std::shared_ptr<void> startTrace(const std::string& kiv_class,
                                                          const std::string& name) = 0;
 
