@@ -8,9 +8,11 @@ flaky, if an equivalent one is killed, or if one cannot be applied or does not c
 """
 
 import argparse
+import concurrent.futures
 import dataclasses
 import os
 import pathlib
+import queue
 import re
 import resource
 import shutil
@@ -152,7 +154,8 @@ class Tree:
             running = subprocess.Popen(
                 [path, "--gtest_fail_fast", "--gtest_color=no", f"--gtest_filter={tests}"],
                 cwd=path.parent, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
-                start_new_session=True, preexec_fn=limit_resources)
+                start_new_session=True)
+            limit_resources(running.pid)
             hung = False
             try:
                 running.wait(time_limit)
@@ -178,9 +181,12 @@ class Tree:
         return test
 
 
-def limit_resources():
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+def limit_resources(process):
+    try:
+        resource.prlimit(process, resource.RLIMIT_CORE, (0, 0))
+        resource.prlimit(process, resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+    except ProcessLookupError:
+        pass  # It has ended already.
 
 
 def read_mutants():
@@ -230,6 +236,9 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--check-applies", action="store_true",
                         help="only check that every mutant can be applied; builds nothing")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(),
+                        help="mutants that are tried at a time, each in a copy of its own; as many "
+                        "as there are processors by default")
     parser.add_argument("work", type=pathlib.Path, nargs="?",
                         help="directory for the copy of the tree and its build")
     parser.add_argument("regex", nargs="?", default="",
@@ -247,15 +256,17 @@ def main():
     mutants = [mutant for mutant in everything if re.search(arguments.regex, str(mutant))]
     programs = [name for name in PROGRAMS if any(name in mutant.programs() for mutant in mutants)]
 
-    tree = Tree(arguments.work.resolve())
-    tree.sync()
-    tree.configure()
-    if not tree.build(programs):
-        return 1
+    jobs = max(1, min(arguments.jobs, len(mutants)))
+    trees = [Tree(arguments.work.resolve() / str(number)) for number in range(jobs)]
+    for tree in trees:
+        tree.sync()
+        tree.configure()
+        if not tree.build(programs):
+            return 1
     limits = {}
     for program in programs:
         start = time.monotonic()
-        how = tree.run(program, 600)
+        how = trees[0].run(program, 600)
         taken = time.monotonic() - start
         if how:
             print(f"The suite fails without a mutant: {program}: {how}")
@@ -263,23 +274,35 @@ def main():
         limits[program] = max(LEAST_TIME_LIMIT, TIME_LIMIT_FACTOR * taken)
         print(f"{taken:6.1f} s  {program}", flush=True)
 
-    counts = dict.fromkeys(("killed", "equivalent", "flaky", "SURVIVED", "STALE", "INVALID"), 0)
-    for number, mutant in enumerate(mutants, 1):
+    free_trees = queue.SimpleQueue()
+    for tree in trees:
+        free_trees.put(tree)
+
+    def try_in_free_tree(mutant):
+        tree = free_trees.get()
         start = time.monotonic()
-        how = try_mutant(tree, mutant, limits)
-        if how is None:
-            verdict, detail = "INVALID", "does not compile"
-        elif how:
-            verdict, detail = ("STALE" if mutant.equivalent else "killed"), how
-        elif mutant.equivalent:
-            verdict, detail = "equivalent", mutant.equivalent
-        elif mutant.flaky:
-            verdict, detail = "flaky", mutant.flaky
-        else:
-            verdict, detail = "SURVIVED", "no test fails"
-        counts[verdict] += 1
-        print(f"{number:3}/{len(mutants)} {time.monotonic() - start:5.0f} s  {verdict:10}  {mutant}"
-              f"\n{'':27}{detail}", flush=True)
+        try:
+            return try_mutant(tree, mutant, limits), time.monotonic() - start
+        finally:
+            free_trees.put(tree)
+
+    counts = dict.fromkeys(("killed", "equivalent", "flaky", "SURVIVED", "STALE", "INVALID"), 0)
+    with concurrent.futures.ThreadPoolExecutor(jobs) as executor:
+        tries = executor.map(try_in_free_tree, mutants)
+        for number, (mutant, (how, taken)) in enumerate(zip(mutants, tries), 1):
+            if how is None:
+                verdict, detail = "INVALID", "does not compile"
+            elif how:
+                verdict, detail = ("STALE" if mutant.equivalent else "killed"), how
+            elif mutant.equivalent:
+                verdict, detail = "equivalent", mutant.equivalent
+            elif mutant.flaky:
+                verdict, detail = "flaky", mutant.flaky
+            else:
+                verdict, detail = "SURVIVED", "no test fails"
+            counts[verdict] += 1
+            print(f"{number:3}/{len(mutants)} {taken:5.0f} s  {verdict:10}  {mutant}"
+                  f"\n{'':27}{detail}", flush=True)
 
     print(f"\n{len(mutants)} mutants: {counts['killed']} killed, {counts['equivalent']} equivalent, "
           f"{counts['flaky']} flaky and not killed, {counts['SURVIVED']} survived, "
