@@ -15,6 +15,8 @@ enum class Readiness : uint8_t { NONE, PREPARING, READY };
 
 std::atomic<Readiness> readiness{Readiness::NONE};
 
+thread_local bool is_preparing = false;
+
 /// Looked at while another thread loads the module: once per process, and rarely.
 constexpr std::chrono::milliseconds kPollInterval{1};
 
@@ -24,12 +26,14 @@ bool prepareAsFirst() {
   const internal::ScopedNoCancellation no_cancellation;
   Readiness none = Readiness::NONE;
   if (!readiness.compare_exchange_strong(none, Readiness::PREPARING)) return false;
+  is_preparing = true;
   // The log names the last one that is missing: nothing can be reported without the one for
   // creating.
   Symbol::Cache<Symbol::kDestroyTelemetryEvent, void(int64_t, void*) noexcept>::getCached();
   Symbol::Cache<Symbol::kDestroyTelemetryHandler, void(int64_t, void*) noexcept>::getCached();
   Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
   internal::Loader::getInstance().logMissingFunction();
+  is_preparing = false;
   readiness = Readiness::READY;
   return true;
 }
@@ -39,6 +43,7 @@ bool prepareAsFirst() {
 bool isModuleReady() { return readiness.load(std::memory_order_acquire) == Readiness::READY; }
 
 bool prepareModule(std::chrono::milliseconds limit) {
+  if (is_preparing) return false;
   if (prepareAsFirst()) return true;
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!isModuleReady()) {
@@ -48,9 +53,12 @@ bool prepareModule(std::chrono::milliseconds limit) {
   return true;
 }
 
-void prepareModule() {
-  if (isModuleReady() || prepareAsFirst()) return;
+bool prepareModule() {
+  if (isModuleReady()) return true;
+  if (is_preparing) return false;
+  if (prepareAsFirst()) return true;
   while (!isModuleReady()) std::this_thread::sleep_for(kPollInterval);
+  return true;
 }
 
 }  // namespace TAMSA::UnifiedTelemetry

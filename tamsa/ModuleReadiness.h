@@ -11,10 +11,12 @@ bool isModuleReady();
 
 /// Makes the module ready on the calling thread. While another thread does, waits for that one, but
 /// not beyond `limit`: it may be waiting for a lock that the caller holds. True if the module is
-/// ready.
+/// ready. False at once inside a call that makes it ready, in a function of the log or of the
+/// module.
 bool prepareModule(std::chrono::milliseconds limit);
 
-/// Makes the module ready, and waits for another thread without a limit.
-void prepareModule();
+/// Makes the module ready, and waits for another thread without a limit. False only inside a call
+/// that makes it ready.
+bool prepareModule();
 
 }  // namespace TAMSA::UnifiedTelemetry

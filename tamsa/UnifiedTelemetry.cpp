@@ -13,7 +13,7 @@ Ptr<v7::ITelemetryEvent> v7::ITelemetryEvent::rawToPtr(ITelemetryEvent* event) {
 Ptr<v9::ITelemetryHandler> v9::createTelemetryHandlerPtr() {
   using Factory = internal::PtrFactory<ITelemetryHandler, Symbol::kDestroyTelemetryHandler,
                                        ITelemetryHandler::kVersion>;
-  prepareModule();
+  if (!prepareModule()) return {};
   auto* const create = Symbol::Cache<Symbol::kCreateTelemetryHandler, void*(int64_t)>::getCached();
   if (create == nullptr) return {};
   void* const handler = create(ITelemetryHandler::kVersion);

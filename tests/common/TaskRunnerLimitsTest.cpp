@@ -1,12 +1,13 @@
-// A worker at its limits: a queue that is too long, a start limit below zero, an empty task,
-// several workers at process exit.
+// A worker at its limits: a queue that is too long, a start limit below zero, an empty task.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -35,6 +36,23 @@ std::vector<std::string> textsOf(const LogCapture& log) {
   std::vector<std::string> texts;
   for (const LogLine& line : log.lines()) texts.push_back(line.text);
   return texts;
+}
+
+/// Of this process, in bytes.
+size_t addressSpace() {
+  size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+/// Of a thread, in bytes.
+size_t stackSize() {
+  pthread_attr_t attributes;
+  size_t size = 0;
+  pthread_getattr_default_np(&attributes);
+  pthread_attr_getstacksize(&attributes, &size);
+  pthread_attr_destroy(&attributes);
+  return size;
 }
 
 class TaskRunnerLimits : public testing::Test {
@@ -138,6 +156,26 @@ TEST(TaskRunnerThreadTeardown, AThreadThatHasEndedLeavesNothingBehind) {
   EXPECT_LT(mallinfo2().uordblks, before + 100'000);
 }
 
+TEST(TaskRunnerThreadTeardown, AWorkerThatDropsItsOwnThreadLeavesNothingBehind) {
+  const auto makeThreads = [] {
+    for (int i = 0; i < 200; ++i) {
+      Latch dropped;
+      auto thread = TaskRunnerThread::create(kLong);
+      TaskRunner runner(thread);
+      runner.postTask([owner = std::move(thread), &dropped]() mutable {
+        owner.reset();
+        dropped.countDown();
+      });
+      dropped.wait();
+    }
+  };
+  makeThreads();
+  const size_t before = addressSpace();
+  makeThreads();
+  // A thread that nobody joins or detaches keeps its stack. The C library keeps a few for reuse.
+  EXPECT_LT(addressSpace(), before + 100 * stackSize());
+}
+
 #endif
 
 TEST(TaskRunnerStartLimit, ANegativeOneIsZero) {
@@ -161,71 +199,6 @@ TEST(TaskRunnerEmptyTaskDeathTest, AnEmptyTaskEndsTheProcess) {
   EXPECT_EXIT(runner.postTask(nullptr), testing::KilledBySignal(SIGABRT), "empty task");
   EXPECT_EXIT(runner.postTaskAndWait(std::function<void()>()), testing::KilledBySignal(SIGABRT),
               "empty task");
-}
-
-/// Exits with a task on each of two workers, of which the second takes its time.
-[[noreturn]] void exitWithTwoQueues() {
-  static const auto* const owners = new std::vector<std::shared_ptr<TaskRunnerThread>>{
-      TaskRunnerThread::create(kLong), TaskRunnerThread::create(kLong)};
-  TaskRunner(owners->front()).postTask([] { fputs("first\n", stderr); });
-  TaskRunner(owners->back()).postTask([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    fputs("second\n", stderr);
-  });
-  std::exit(0);
-}
-
-TEST(TaskRunnerThreadTeardownDeathTest, TasksOfEveryThreadRunAtProcessExit) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitWithTwoQueues(), testing::ExitedWithCode(0),
-              "first(.|\n)*second|second(.|\n)*first");
-}
-
-/// Exits on a worker with a task queued that posts itself again and again.
-[[noreturn]] void exitBehindATaskThatReposts() {
-  // Never destroyed: a static destructor would close the queue before exit runs what is in it.
-  static const auto* const thread =
-      new std::shared_ptr<TaskRunnerThread>(TaskRunnerThread::create(kLong));
-  static auto* const runner = new TaskRunner(*thread);
-  static std::function<void()>* repost = nullptr;
-  repost = new std::function<void()>([] { runner->postTask(*repost); });
-  // Before exit gives up tasks that never end.
-  constexpr unsigned kHangsEarly = 5;
-  alarm(kHangsEarly);
-  Latch posted;
-  runner->postTask([&] {
-    posted.wait();
-    std::exit(0);
-  });
-  runner->postTask(*repost);
-  posted.countDown();
-  for (;;) pause();
-}
-
-TEST(TaskRunnerThreadTeardownDeathTest, ExitFromATaskDoesNotRunWhatIsPostedMeanwhile) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitBehindATaskThatReposts(), testing::ExitedWithCode(0), "");
-}
-
-/// Exits while a worker's task does not end, and lets a static destructor drop that worker.
-[[noreturn]] void exitWithAHangingTask() {
-  alarm(kHangsAfterSeconds);
-  static std::shared_ptr<TaskRunnerThread> thread;
-  thread = TaskRunnerThread::create(kLong);
-  TaskRunner runner(thread);
-  Latch hanging;
-  runner.postTask([&] {
-    hanging.countDown();
-    for (;;) pause();
-  });
-  hanging.wait();
-  for (int i = 0; i < 3; ++i) runner.postTask([] {});
-  std::exit(0);
-}
-
-TEST(TaskRunnerThreadTeardownDeathTest, ExitGivesUpATaskThatDoesNotEndAndSaysHowManyAreBehindIt) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(exitWithAHangingTask(), testing::ExitedWithCode(0), "Gave up 3 queued tasks");
 }
 
 }  // namespace

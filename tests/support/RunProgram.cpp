@@ -92,6 +92,12 @@ TemporaryDirectory::~TemporaryDirectory() {
   std::filesystem::remove_all(path_, ignored);
 }
 
+size_t occurrences(const std::string& text, const std::string& part) {
+  size_t found = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+  return found;
+}
+
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream contents;

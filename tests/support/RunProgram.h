@@ -36,6 +36,9 @@ class TemporaryDirectory {
   std::string path_;
 };
 
+/// How often `part` is in `text`.
+size_t occurrences(const std::string& text, const std::string& part);
+
 /// The contents of a file; "" if it does not exist.
 std::string readFile(const std::string& path);
 

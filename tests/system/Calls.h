@@ -1,6 +1,7 @@
 /// Calls that the programs of these tests make on loggers.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "kiv/TelemetryLogger.h"
@@ -11,6 +12,9 @@ constexpr android::kiv::TelemetrySubmissionModel kEveryModel[] = {
     android::kiv::TelemetrySubmissionModel::NON_BLOCKING,
     android::kiv::TelemetrySubmissionModel::BLOCKING,
     android::kiv::TelemetrySubmissionModel::LOCKING_IMMEDIATE};
+
+/// A `NON_BLOCKING` logger on a worker, windows and public aggregators of its own.
+std::shared_ptr<android::kiv::TelemetryLogger> makeOwnLogger();
 
 /// Reports a value of the given name, as many times.
 void report(android::kiv::TelemetryLogger& logger, const std::string& name, int times);

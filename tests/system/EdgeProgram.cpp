@@ -5,7 +5,6 @@
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/signalfd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -60,10 +59,6 @@ std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
 
 void onModuleReportDo(std::function<void()> hook) {
   module_hook = new std::function<void()>(std::move(hook));
-}
-
-[[noreturn]] void hang() {
-  for (;;) pause();
 }
 
 // The delegate's handler.
@@ -197,6 +192,19 @@ int firstUseDuringExit() {
   return 0;
 }
 
+/// The first handle replaces a factory whose last owner makes a handle when it goes.
+int replaceAFactory() {
+  struct Owned {
+    ~Owned() { report(*TelemetryEnv("of the factory").getLogger(), "from the factory", 1); }
+  };
+  TelemetryDelegate::getInstance().registerHandler(
+      nullptr, [owned = std::make_shared<Owned>()](const std::string& /*name*/) {
+        return std::unique_ptr<TelemetryHandler>();
+      });
+  const TelemetryEnv telemetry("Edge");
+  return 0;
+}
+
 // The loader's lock.
 
 int loadPlugin() {
@@ -257,80 +265,7 @@ int throwFromModule() {
   return 3;
 }
 
-// Fork and exit on the worker.
-
-int forkOnWorker() {
-  const TelemetryEnv telemetry("Edge");
-  static TelemetryLogger& logger = *telemetry.getLogger();
-  onModuleReportDo([forked = false]() mutable {
-    if (std::exchange(forked, true)) return;
-    const pid_t child = fork();
-    if (child == 0) {
-      alarm(kHangsAfterSeconds);
-      report(logger, "of the child", 1);
-      std::fprintf(stderr, "flush in the child %d\n", static_cast<int>(logger.flush()));
-      // Returns into the submission of its parent's window.
-      return;
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    std::fprintf(stderr, "the child ended with %d\n", status);
-  });
-  for (const char* name : {"a", "b", "c"}) report(logger, name, 2);
-  report(logger, "after", 1);
-  return logger.flush() ? 0 : 1;
-}
-
-class ExitingLogger : public TelemetryLogger {
- public:
-  using TelemetryLogger::TelemetryLogger;
-
-  void logErrorCode(const std::string& error_code, const std::string& api,
-                    KivErrorSeverity severity, const std::string& kiv_class) override {
-    if (std::this_thread::get_id() != owner_) std::exit(0);
-    TelemetryLogger::logErrorCode(error_code, api, severity, kiv_class);
-  }
-
- private:
-  const std::thread::id owner_ = std::this_thread::get_id();
-};
-
-int exitOnWorker() {
-  const auto logger = std::make_shared<ExitingLogger>(KivSessionId(nullptr), "Edge",
-                                                      TelemetrySubmissionModel::NON_BLOCKING);
-  report(*logger, "before exit", 5);
-  logger->logErrorCode("code", "api", KivErrorSeverity::INFO, "class");
-  hang();
-}
-
-// Modules that hang.
-
-int exitWithHangingModule() {
-  onModuleReportDo(hang);
-  report(*TelemetryEnv("Edge").getLogger(), "n", 1);
-  return 0;
-}
-
-int exitBehindHangingModule() {
-  Latch hanging;
-  onModuleReportDo([&] {
-    hanging.countDown();
-    hang();
-  });
-  const TelemetryEnv telemetry("Edge");
-  report(*telemetry.getLogger(), "n", 1);
-  std::thread([&] { telemetry.getLogger()->flush(); }).detach();
-  hanging.wait();
-  report(*telemetry.getLogger(), "behind", 5);
-  return 0;
-}
-
-int exitWithSlowModule() {
-  onModuleReportDo([] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
-  const TelemetryEnv telemetry("Edge");
-  for (int i = 0; i < 10; ++i) report(*telemetry.getLogger(), "n" + std::to_string(i), 1);
-  return 0;
-}
+// The shared worker.
 
 int waitForSharedWorker() {
   const TelemetryEnv telemetry("Edge");
@@ -341,9 +276,9 @@ int waitForSharedWorker() {
 
 extern "C" {
 
-__attribute__((visibility("default"))) void onModuleReport();
-void onModuleReport() {
-  if (module_hook != nullptr) (*module_hook)();
+__attribute__((visibility("default"))) void onModuleCall(const char* function);
+void onModuleCall(const char* function) {
+  if (module_hook != nullptr && std::string(function) == "reportEvent") (*module_hook)();
 }
 
 __attribute__((visibility("default"))) void reportImmediatelyElsewhere();
@@ -415,15 +350,11 @@ int main(int argc, char** argv) {
       {"makers", [&] { return exitBehindMakers(static_cast<size_t>(std::atoi(argv[2]))); }},
       {"cancel", exitAfterCancellation},
       {"first-use", firstUseDuringExit},
+      {"factory", replaceAFactory},
       {"plugin", loadPlugin},
       {"memory", [&] { return failAllocation(std::atoi(argv[2])); }},
       {"thread", failThread},
       {"throw", throwFromModule},
-      {"fork", forkOnWorker},
-      {"exit-on-worker", exitOnWorker},
-      {"hanging-window", exitWithHangingModule},
-      {"hanging-queue", exitBehindHangingModule},
-      {"slow-window", exitWithSlowModule},
       {"wait", waitForSharedWorker},
   };
   const auto way = argc >= 2 ? ways.find(argv[1]) : ways.end();

@@ -44,12 +44,6 @@ void endsWellAgainAndAgain(const std::string& way, const std::string& number = "
   for (size_t i = 1; i <= runs && !testing::Test::HasFailure(); ++i) endsWell(way, {}, number);
 }
 
-size_t count(const std::string& text, const std::string& part) {
-  size_t found = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
-  return found;
-}
-
 TEST(DelegateHandler, IsSafeForTheWholeLifeOfTheProcess) { endsWellAgainAndAgain("handler"); }
 
 TEST(WorkerSignals, ASignalThatMainReadsFromADescriptorIsNotTakenByTheWorker) {
@@ -88,10 +82,15 @@ TEST(ExitBehindMakers, TheFirstUseMayComeWhileTheProcessExits) {
   endsWellAgainAndAgain("first-use");
 }
 
+TEST(FirstUse, MayReplaceAFactoryThatUsesTelemetryWhenItGoes) {
+  EXPECT_THAT(endsWell("factory").err, HasSubstr("reported from the factory 1"));
+}
+
 class LoaderLock : public testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Waits, LoaderLock,
-                         testing::Values("flush", "stop", "blocking", "immediate-elsewhere"),
+                         testing::Values("flush", "stop", "blocking", "immediate-elsewhere",
+                                         "immediate-here-and-elsewhere"),
                          [](const auto& way) {
                            std::string name = way.param;
                            std::replace(name.begin(), name.end(), '-', '_');
@@ -156,36 +155,5 @@ TEST(StartLimit, OfTheSharedWorkerIsASecond) {
 }
 
 #endif
-
-TEST(ForkOnWorker, TheChildSubmitsNothingOfItsParentsAndIsToldSo) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizers' run-time libraries do not survive in the child";
-#endif
-  const std::string err = endsWell("fork").err;
-  EXPECT_THAT(err, AllOf(HasSubstr("flush in the child 0"), HasSubstr("the child ended with 0"),
-                         Not(HasSubstr("of the child"))));
-  for (const char* line : {"reported a 2\n", "reported b 2\n", "reported c 2\n"}) {
-    EXPECT_EQ(count(err, line), 1u) << line << err;
-  }
-}
-
-TEST(ExitOnWorker, SubmitsTheOpenWindows) {
-  EXPECT_THAT(endsWell("exit-on-worker").err, HasSubstr("reported before exit 5"));
-}
-
-TEST(HangingModule, ExitGivesUpTheWindowsThatItDoesNotTake) {
-  EXPECT_THAT(endsWell("hanging-window").err, HasSubstr("Gave up 4 of 6 windows"));
-}
-
-TEST(HangingModule, ExitGivesUpTheTasksBehindIt) {
-  EXPECT_THAT(endsWell("hanging-queue").err,
-              AllOf(HasSubstr("Gave up 5 queued tasks"), HasSubstr("Gave up 6 of 6 windows")));
-}
-
-TEST(HangingModule, ExitWaitsForOneThatIsOnlySlow) {
-  const std::string err = endsWell("slow-window").err;
-  EXPECT_EQ(count(err, "reported n"), 10u) << err;
-  EXPECT_THAT(err, Not(HasSubstr("Gave up")));
-}
 
 }  // namespace

@@ -107,6 +107,15 @@ bool exitWithAWindowOpen() {
   return forkChildren([] {});
 }
 
+/// The children drop a copy of a logger that has windows of its own.
+bool dropAnOwnLogger() {
+  auto logger = kiv_test::makeOwnLogger();
+  report(*logger, "before fork", 50);
+  // Waits until the worker has taken them.
+  logger->start();
+  return forkChildren([&logger] { logger.reset(); });
+}
+
 /// The children use what only the parent's worker could do.
 bool useTheWorker() {
   const TelemetryEnv telemetry("Main");
@@ -138,8 +147,10 @@ bool useEverything() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::map<std::string, bool (*)()> ways = {
-      {"exit", exitWithAWindowOpen}, {"worker", useTheWorker}, {"everything", useEverything}};
+  const std::map<std::string, bool (*)()> ways = {{"exit", exitWithAWindowOpen},
+                                                  {"own", dropAnOwnLogger},
+                                                  {"worker", useTheWorker},
+                                                  {"everything", useEverything}};
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {
     std::fprintf(stderr, "usage: %s WAY\n", argv[0]);

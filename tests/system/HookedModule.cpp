@@ -1,5 +1,5 @@
-// A telemetry module that says on standard error what is reported to it, and then calls a function
-// that its program may define.
+// A telemetry module that says on standard error what is reported to it. Each of its operations
+// calls a function that its program may define, with the operation's name.
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -15,7 +15,12 @@ using TAMSA::UnifiedTelemetry::v7::ITelemetryEvent;
 using TAMSA::UnifiedTelemetry::v9::ITelemetryHandler;
 
 // Looked up when the module is loaded: a report must not need the loader.
-void (*const hook)() = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, "onModuleReport"));
+void (*const hook)(const char*) = reinterpret_cast<void (*)(const char*)>(dlsym(RTLD_DEFAULT,
+                                                                                "onModuleCall"));
+
+void callHook(const char* function) {
+  if (hook != nullptr) hook(function);
+}
 
 class Event final : public ITelemetryEvent {
  public:
@@ -25,6 +30,7 @@ class Event final : public ITelemetryEvent {
   void setFloatField(const char* /*name*/, float /*value*/) override {}
   void setInt64Field(const char* name, int64_t value) override {
     if (std::string(name) == "aggregated_count") count_ = value;
+    callHook("setInt64Field");
   }
 
   /// In one system call, which other threads and processes do not divide.
@@ -40,10 +46,13 @@ class Event final : public ITelemetryEvent {
 
 class Handler final : public ITelemetryHandler {
  public:
-  ITelemetryEvent* createEvent(const char* /*name*/) override { return new Event; }
+  ITelemetryEvent* createEvent(const char* /*name*/) override {
+    callHook("createEvent");
+    return new Event;
+  }
   bool reportEvent(ITelemetryEvent* event, int32_t /*flag*/) override {
     static_cast<Event*>(event)->print();
-    if (hook != nullptr) hook();
+    callHook("reportEvent");
     return true;
   }
 };
@@ -53,6 +62,7 @@ class Handler final : public ITelemetryHandler {
 extern "C" {
 
 __attribute__((visibility("default"))) void* createTelemetryHandler(int64_t /*version*/) {
+  callHook("createTelemetryHandler");
   return static_cast<ITelemetryHandler*>(new Handler);
 }
 

@@ -37,6 +37,11 @@ void waitForWorker(const std::string& way) {
   } else if (way == "immediate-elsewhere") {
     reportImmediatelyElsewhere();
     TelemetryEnv("Plugin").getLogger()->flush();
+  } else if (way == "immediate-here-and-elsewhere") {
+    reportImmediatelyElsewhere();
+    TelemetryLogger immediate(KivSessionId(nullptr), "Plugin",
+                              TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+    kiv_test::report(immediate, "of the plugin", 1);
   }
   std::fputs("waited\n", stderr);
 }

@@ -194,6 +194,10 @@ TEST_F(ForkTest, AForkedProcessSubmitsNothingOfTheWindowThatItInherited) {
   endProcessAgainAndAgain("exit", {{"before fork", 50}}, {}, FORK_PROGRAM);
 }
 
+TEST_F(ForkTest, AForkedProcessThatDropsALoggerWithWindowsOfItsOwnSubmitsNothingOfThem) {
+  endProcessAgainAndAgain("own", {{"before fork", 50}}, {}, FORK_PROGRAM);
+}
+
 /// The process forks while its other threads report.
 class BusyForkTest : public ForkTest {
  protected:

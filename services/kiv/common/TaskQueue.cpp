@@ -90,6 +90,7 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
   if (start_limit.has_value() && !waited->ended.waitFor(std::min(*start_limit, kLongestWait)) &&
       waited->claim(Waited::State::WITHDRAWN)) {
     waited->work = nullptr;
+    withdrawn_.fetch_add(1, std::memory_order_relaxed);
     return TIMED_OUT;
   }
   while (waited->state != Waited::State::FINISHED) waited->ended.wait();
@@ -97,7 +98,10 @@ KivStatus TaskQueue::postAndWait(std::function<void()> task,
 }
 
 void TaskQueue::runWaited(Waited& waited) {
-  if (!waited.claim(Waited::State::STARTED)) return;
+  if (!waited.claim(Waited::State::STARTED)) {
+    withdrawn_.fetch_sub(1, std::memory_order_relaxed);
+    return;
+  }
   waited.work();
   waited.work = nullptr;
   lingers_ = false;
@@ -179,24 +183,33 @@ void TaskQueue::resetMark() {
 }
 
 uint32_t TaskQueue::size() const {
-  return accepted_.load(std::memory_order_relaxed) - started_.load(std::memory_order_relaxed);
+  return accepted_.load(std::memory_order_relaxed) - started_.load(std::memory_order_relaxed) -
+         withdrawn_.load(std::memory_order_relaxed);
 }
 
-std::optional<size_t> TaskQueue::runPending(std::chrono::steady_clock::time_point deadline) {
+TaskQueue::Pending TaskQueue::markPending() {
+  Pending pending;
+  if (isRunningOnCurrentThread()) return pending;
+  const auto reached = std::make_shared<Semaphore>();
+  if (append([reached] { reached->signal(); }, Urgency::AT_ONCE)) pending.reached_ = reached;
+  return pending;
+}
+
+std::optional<size_t> TaskQueue::runPending(const Pending& pending,
+                                            std::chrono::steady_clock::time_point deadline) {
   if (!hasWorker()) return std::nullopt;
   if (isRunningOnCurrentThread()) {
     takePosted();
-    size_t pending = 0;
-    for (const Task* task = batch_; task != nullptr; task = task->next) ++pending;
-    for (; pending > 0 && batch_ != nullptr; --pending) {
-      if (std::chrono::steady_clock::now() >= deadline) return pending;
+    size_t left = 0;
+    for (const Task* task = batch_; task != nullptr; task = task->next) ++left;
+    for (; left > 0 && batch_ != nullptr; --left) {
+      if (std::chrono::steady_clock::now() >= deadline) return left;
       runFirst();
     }
     return std::nullopt;
   }
-  const auto reached = std::make_shared<Semaphore>();
-  if (append([reached] { reached->signal(); }, Urgency::AT_ONCE)) {
-    if (reached->waitUntil(deadline)) return std::nullopt;
+  if (pending.reached_ != nullptr) {
+    if (pending.reached_->waitUntil(deadline)) return std::nullopt;
     // Not counting the task that marks the end of the others.
     return std::max<size_t>(size(), 1) - 1;
   }

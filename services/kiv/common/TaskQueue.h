@@ -42,9 +42,19 @@ class TaskQueue {
   /// Refuses tasks from now on. The worker ends once those already queued have run.
   void close();
 
-  /// Waits until every task that is queued now has run, but not beyond `deadline`; on the worker
-  /// itself, runs them here. Returns how many tasks are still queued if the deadline has passed.
-  std::optional<size_t> runPending(std::chrono::steady_clock::time_point deadline);
+  /// What is queued at one moment.
+  class Pending;
+
+  /// Everything that is queued now, to be waited for by `runPending`.
+  Pending markPending();
+
+  /// Waits until everything that was marked has run, but not beyond `deadline`; on the worker
+  /// itself, runs it here. Returns how many tasks are still queued if the deadline has passed.
+  std::optional<size_t> runPending(const Pending& pending,
+                                   std::chrono::steady_clock::time_point deadline);
+
+  /// The number of tasks that are queued now and will run.
+  uint32_t size() const;
 
   /// Waits until `run()` has ended. False if `deadline` passes first.
   bool waitForEnd(std::chrono::steady_clock::time_point deadline);
@@ -118,9 +128,6 @@ class TaskQueue {
   /// drained.
   void resetMark();
 
-  /// The number of tasks that are queued now.
-  uint32_t size() const;
-
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
   /// that were set in posted_.
   uintptr_t takePosted();
@@ -145,6 +152,7 @@ class TaskQueue {
   std::atomic<uint32_t> check_at_{kFirstMark};  // no queue outgrows its mark before this many
   std::atomic<uint32_t> mark_{kFirstMark};      // the size above which the next line is logged
   std::atomic<uint32_t> dropped_{0};            // since the queue was empty
+  std::atomic<uint32_t> withdrawn_{0};          // queued, but their waiters have given them up
 
   std::atomic<bool> exiting_{false};
   std::atomic<unsigned> posted_during_exit_{0};
@@ -164,6 +172,13 @@ class TaskQueue {
   std::mutex mutex_;
   std::condition_variable ended_changed_;
   bool ended_ = false;  // guarded by mutex_
+};
+
+class TaskQueue::Pending {
+ private:
+  friend class TaskQueue;
+
+  std::shared_ptr<Semaphore> reached_;  // signalled behind it; null on the worker, or when closed
 };
 
 }  // namespace android::kiv::internal

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "services/kiv/common/TaskQueue.h"
@@ -31,8 +32,15 @@ void requireTask(const std::function<void()>& task) {
   __android_log_assert("task", kLogTag, "An empty task was posted");
 }
 
-/// The time that process exit waits for workers, in all.
-constexpr std::chrono::seconds kExitPatience{10};
+/// The time that process exit waits for workers, in all. The telemetry library has a second more
+/// for the last windows.
+constexpr std::chrono::seconds kExitPatience{9};
+
+void logGivenUp(size_t tasks) {
+  __android_log_print(ANDROID_LOG_ERROR, kLogTag,
+                      "Gave up %zu queued tasks at process exit: the one before them does not end",
+                      tasks);
+}
 
 /// The queues whose worker has not ended, so that what they hold can be run at process exit.
 class LiveQueues {
@@ -63,22 +71,28 @@ class LiveQueues {
     queues_.push_back(std::move(queue));
   }
 
-  void remove(const std::shared_ptr<TaskQueue>& queue) {
+  /// False if it was removed before.
+  bool remove(const std::shared_ptr<TaskQueue>& queue) {
     std::lock_guard lock(mutex_);
-    queues_.erase(std::remove(queues_.begin(), queues_.end(), queue), queues_.end());
+    const auto found = std::find(queues_.begin(), queues_.end(), queue);
+    if (found == queues_.end()) return false;
+    queues_.erase(found);
+    return true;
   }
 
   /// True once the process has begun to exit.
   bool isExiting() const { return exiting_; }
 
   /// Calls `wait` with the deadline that is left to process exit, and takes the time that passes
-  /// meanwhile off the rest.
+  /// meanwhile off the rest. Other threads do not delay the exit: each wait of theirs may take as
+  /// long as all of its.
   template <typename Wait>
   auto waitDuringExit(Wait wait) {
     using std::chrono::steady_clock;
     const auto begin = steady_clock::now();
-    const auto result = wait(begin + steady_clock::duration(patience_));
-    patience_ -= (steady_clock::now() - begin).count();
+    if (std::this_thread::get_id() != exiting_thread_) return wait(begin + kExitPatience);
+    const auto result = wait(begin + patience_);
+    patience_ -= steady_clock::now() - begin;
     return result;
   }
 
@@ -89,25 +103,40 @@ class LiveQueues {
       std::lock_guard lock(mutex_);
       queues = queues_;
     }
+    exiting_thread_ = std::this_thread::get_id();
     exiting_ = true;
     for (const auto& queue : queues) queue->beginExit();
+    const size_t all = queues.size();
+    const size_t given_up = waitDuringExit([&](auto deadline) {
+      const size_t left = runPending(queues, deadline);
+      if (queues.size() < all) return left;
+      // Tasks of one worker may have posted further ones to another.
+      return runPending(queues, deadline);
+    });
+    if (queues.size() < all) logGivenUp(given_up);
+  }
+
+  /// Runs what is queued now. Removes the queues that do not get through until `deadline`, and
+  /// returns how many tasks they hold.
+  static size_t runPending(std::vector<std::shared_ptr<TaskQueue>>& queues,
+                           std::chrono::steady_clock::time_point deadline) {
+    std::vector<TaskQueue::Pending> pending;
+    // All at first, so that a worker that hangs takes no time from the others.
+    for (const auto& queue : queues) pending.push_back(queue->markPending());
     size_t given_up = 0;
-    const bool all_ran = waitDuringExit([&](auto deadline) {
-      bool none_given_up = true;
-      for (const auto& queue : queues) {
-        const std::optional<size_t> left = queue->runPending(deadline);
-        if (!left.has_value()) continue;
-        none_given_up = false;
+    std::vector<std::shared_ptr<TaskQueue>> through;
+    for (size_t i = 0; i < queues.size(); ++i) {
+      if (const auto left = queues[i]->runPending(pending[i], deadline)) {
         given_up += *left;
         // It is too late for further tasks: callers would wait for nothing.
-        queue->close();
+        queues[i]->close();
+        getInstance().remove(queues[i]);
+      } else {
+        through.push_back(queues[i]);
       }
-      return none_given_up;
-    });
-    if (all_ran) return;
-    __android_log_print(
-        ANDROID_LOG_ERROR, kLogTag,
-        "Gave up %zu queued tasks at process exit: the one before them does not end", given_up);
+    }
+    queues = std::move(through);
+    return given_up;
   }
 
   /// Never destroyed: workers may end after static destructors have run. Not a static variable of a
@@ -118,8 +147,8 @@ class LiveQueues {
   std::vector<std::shared_ptr<TaskQueue>> queues_;  // guarded by mutex_
   std::atomic<bool> watches_exit_{false};
   std::atomic<bool> exiting_{false};
-  std::atomic<std::chrono::steady_clock::rep> patience_{
-      std::chrono::steady_clock::duration(kExitPatience).count()};
+  std::thread::id exiting_thread_;                                // constant once exiting_ is set
+  std::chrono::steady_clock::duration patience_ = kExitPatience;  // used by that thread only
 };
 
 // Made when the library is loaded, or before, by the constructor of a static object.
@@ -175,6 +204,7 @@ TaskRunnerThread::~TaskRunnerThread() {
   LiveQueues& queues = LiveQueues::getInstance();
   if (joins && queues.isExiting()) {
     joins = queues.waitDuringExit([this](auto deadline) { return queue_->waitForEnd(deadline); });
+    if (!joins && queues.remove(queue_)) logGivenUp(queue_->size());
   }
   if (joins) {
     pthread_join(worker_, nullptr);

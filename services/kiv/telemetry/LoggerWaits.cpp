@@ -1,9 +1,10 @@
-// Where a logger waits for its worker, and where it must not.
+// Where a logger waits for another thread, and where it must not.
 //
 // The loader of shared libraries holds a lock while it runs the static constructors and destructors
 // of a library that is loaded or unloaded. Loading the telemetry module takes the same lock. A
 // worker that loads it therefore waits for a static constructor that waits for the worker. So the
-// module is loaded before a thread waits, on that thread, which may hold the lock already.
+// module is loaded before a thread waits, on that thread, which may hold the lock already. If
+// another thread is loading it, only the worker waits for that one without a limit.
 #include <chrono>
 
 #include "kiv/TelemetryLogger.h"
@@ -23,11 +24,14 @@ constexpr std::chrono::milliseconds kLoadLimit{1000};
 }  // namespace
 
 bool TelemetryLogger::mayWaitForWorker() {
+  // In a forked copy of a process there is no worker, and no wait.
+  return TAMSA::UnifiedTelemetry::isModuleReady() || internal::isForkedCopy() || maySubmit();
+}
+
+bool TelemetryLogger::maySubmit() {
   using TAMSA::UnifiedTelemetry::isModuleReady;
   using TAMSA::UnifiedTelemetry::prepareModule;
-  if (isModuleReady()) return true;
-  // In a forked copy of a process there is no worker, and no wait.
-  return !isTelemetryEnabled() || internal::forkCount() > 0 || prepareModule(kLoadLimit);
+  return isModuleReady() || !isTelemetryEnabled() || prepareModule(kLoadLimit);
 }
 
 bool TelemetryLogger::submitOnWorker(bool (TelemetryLogger::*operation)()) {

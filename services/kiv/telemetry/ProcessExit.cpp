@@ -1,5 +1,6 @@
 #include "services/kiv/telemetry/ProcessExit.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace android::kiv::internal {
@@ -27,7 +28,9 @@ void ExitBudget::registerBegin() {
   std::atexit([] { begin = Clock::now(); });
 }
 
-Clock::time_point ExitBudget::deadline() { return Clock::now() + kBudget - waited; }
+Clock::time_point ExitBudget::deadline() {
+  return Clock::now() + std::max<Clock::duration>(kBudget - waited, kRest);
+}
 
 void ExitProgress::end() {
   std::lock_guard lock(mutex_);

@@ -21,6 +21,8 @@ class ExitBudget {
 
  private:
   static constexpr std::chrono::seconds kBudget{10};
+  /// Left to the last windows in any case: other workers than the shared one may have hung.
+  static constexpr std::chrono::seconds kRest{1};
 };
 
 /// Counts the steps of a task that process exit waits for. Shared by the two.

@@ -1,7 +1,6 @@
 // Construction and lifecycle of a logger.
 #include "kiv/TelemetryLogger.h"
 
-#include <functional>
 #include <utility>
 
 #include "services/kiv/telemetry/aggregation/AggregationManagers.h"
@@ -105,7 +104,9 @@ bool TelemetryLogger::worksOnCurrentThread() const {
 }
 
 bool TelemetryLogger::callOnWorker(bool (TelemetryLogger::*operation)()) {
-  const KivStatusOr<bool> result = task_runner_->postTaskAndWait<bool>(std::bind(operation, this));
+  // Shares the logger, if it is shared: a cancelled thread does not wait, and may drop it.
+  const KivStatusOr<bool> result = task_runner_->postTaskAndWait<bool>(
+      [this, operation, owner = weak_from_this().lock()] { return (this->*operation)(); });
   return result.ok() && result.value();
 }
 

@@ -53,12 +53,15 @@ std::shared_ptr<TelemetryLogger> makeLogger(const KivSessionId& session_id, cons
 /// Submits what the manager holds when the process exits: the library's only static object with a
 /// constructor and a destructor.
 struct SubmissionAtExit {
-  SubmissionAtExit() { internal::generateSessionsAcrossForks(); }
+  SubmissionAtExit() {
+    internal::generateSessionsAcrossForks();
+    internal::watchForks();
+  }
 
   ~SubmissionAtExit() {
     TelemetryLoggerManager* const manager = process_manager;
     // A forked process leaves the windows that it inherited to its parent.
-    if (manager != nullptr && internal::forkCount() == 0) manager->submitAtExit();
+    if (manager != nullptr && !internal::isForkedCopy()) manager->submitAtExit();
     submission_is_over = true;
   }
 };
@@ -72,7 +75,7 @@ const SubmissionAtExit submission_at_exit;
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
   std::call_once(manager_once, [] {
     const TAMSA::internal::ScopedNoCancellation no_cancellation;
-    internal::watchForks();
+    internal::claimProcess();
     // Around the exit handler that the common library registers with its first worker.
     internal::ExitBudget::registerEnd();
     process_manager = new TelemetryLoggerManager;
@@ -106,8 +109,8 @@ void TelemetryLoggerManager::submitAtExit() {
   progress->waitForEnd(internal::ExitBudget::deadline());
   if (const int left = progress->left(); left > 0) {
     __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                        "Gave up %d of %d windows at process exit: the telemetry module is busy",
-                        left, kKinds);
+                        "Gave up %d of %d windows at process exit: the worker is busy", left,
+                        kKinds);
   }
 }
 
@@ -170,7 +173,16 @@ TelemetryEnv::TelemetryEnv(std::shared_ptr<TelemetryLogger> logger) : logger_(st
 
 TelemetryEnv::~TelemetryEnv() = default;
 
-void TelemetryEnv::ensureInitialized() { std::call_once(env_once, init); }
+void TelemetryEnv::ensureInitialized() {
+  // A handler factory that the first handle replaces may make a handle in its destructor.
+  thread_local bool is_initializing = false;
+  if (is_initializing) return;
+  std::call_once(env_once, [] {
+    is_initializing = true;
+    init();
+    is_initializing = false;
+  });
+}
 
 void TelemetryEnv::init() {
   const auto default_logger = TelemetryLoggerManager::getInstance().getTelemetryLoggerInstance();

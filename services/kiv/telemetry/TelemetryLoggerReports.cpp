@@ -125,7 +125,12 @@ template <typename Report>
 void TelemetryLogger::recordReport(TimedAggregationManager<typename Report::Event>& manager,
                                    const Report& report) {
   internal::WindowAccess::add(manager, report);
-  if (submission_model_ == TelemetrySubmissionModel::LOCKING_IMMEDIATE) manager.flush();
+  if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) return;
+  if (maySubmit()) {
+    manager.flush();
+  } else {
+    internal::WindowAccess::begin(manager);
+  }
 }
 
 void TelemetryLogger::logErrorCode(const std::string& error_code, const std::string& api,

@@ -2,7 +2,6 @@
 
 #include <android/log.h>
 
-#include "services/kiv/telemetry/vocabulary/ForkCount.h"
 #include "tamsa/Ptr.h"
 
 namespace android::kiv::internal {
@@ -20,11 +19,13 @@ constexpr int kNestingLimit = 4;
 thread_local int nested_submissions = 0;
 
 template <typename SetFields>
-void submit(ITelemetryHandler& handler, const char* event_name, const SetFields& set_fields) {
+void submit(ITelemetryHandler& handler, const char* event_name, const ForkWatch& fork,
+            const SetFields& set_fields) {
   const auto event = ITelemetryEvent::rawToPtr(handler.createEvent(event_name));
   bool reported = false;
   if (event) {
     set_fields(*event.get());
+    if (fork.hasHappened()) return;
     reported = handler.reportEvent(event.get(), kReportFlag);
   }
   if (!reported) {
@@ -95,29 +96,28 @@ void StagedFields::swap() {
   string_fields_.swap(string_source_);
 }
 
-void submitEvent(ITelemetryHandler& handler, const char* event_name, const StagedFields& fields) {
-  submit(handler, event_name, [&](ITelemetryEvent& event) { fields.setOn(event); });
+void submitEvent(ITelemetryHandler& handler, const char* event_name, const ForkWatch& fork,
+                 const StagedFields& fields) {
+  submit(handler, event_name, fork, [&](ITelemetryEvent& event) { fields.setOn(event); });
 }
 
 void submitTable(ITelemetryHandler& handler, AggregateTable& table, const EventSchema& schema,
-                 std::chrono::system_clock::time_point start,
+                 const ForkWatch& fork, std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end) {
   const long long start_milliseconds = toEpochMilliseconds(start);
   const long long end_milliseconds = toEpochMilliseconds(end);
   const KivSessionId* session = nullptr;
   std::string session_text;
   EventFields fields;
-  const unsigned forks = internal::forkCount();
   table.visitInOrder([&](const AggregationKey& key, const AggregateTable::Aggregate& aggregate) {
-    // The module has forked: this is a copy, and the rest is its parent's to submit.
-    if (internal::forkCount() != forks) return;
+    if (fork.hasHappened()) return;
     if (key.session != session) {
       session = key.session;
       session_text = session->toString();
     }
     fields.clear();
     schema.add_fields({key, session_text, schema.method, aggregate.value, aggregate.count}, fields);
-    submit(handler, schema.event_name, [&](ITelemetryEvent& event) {
+    submit(handler, schema.event_name, fork, [&](ITelemetryEvent& event) {
       event.setInt64Field("start_time_since_epoch", start_milliseconds);
       event.setInt64Field("end_time_since_epoch", end_milliseconds);
       setFields(event, fields);

@@ -8,6 +8,7 @@
 
 #include "services/kiv/telemetry/aggregation/AggregateTable.h"
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace android::kiv::internal {
@@ -31,6 +32,16 @@ class NestedSubmission {
 
   /// True if no further submission may begin on this thread.
   static bool limitReached();
+};
+
+/// Tells whether the module has forked on this thread since, so that this is a copy of its process,
+/// and the rest of the submission is the parent's.
+class ForkWatch {
+ public:
+  bool hasHappened() const { return forkCount() != count_; }
+
+ private:
+  const unsigned count_ = forkCount();
 };
 
 /// Clears the maps that are not empty.
@@ -64,15 +75,16 @@ class StagedFields {
   std::unordered_map<std::string, std::string> string_fields_;
 };
 
-/// Creates an event, sets the fields, reports it and releases it. A refused event is logged and
-/// dropped.
+/// Creates an event, sets the fields, reports it unless the module forks meanwhile, and releases
+/// it. A refused event is logged and dropped.
 void submitEvent(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, const char* event_name,
-                 const StagedFields& fields);
+                 const ForkWatch& fork, const StagedFields& fields);
 
-/// Submits one event for every entry of a table, in key order. The table has to be cleared
-/// afterwards.
+/// Submits one event for every entry of a table, in key order, until there is a fork. The table has
+/// to be cleared afterwards.
 void submitTable(TAMSA::UnifiedTelemetry::v9::ITelemetryHandler& handler, AggregateTable& table,
-                 const EventSchema& schema, std::chrono::system_clock::time_point start,
+                 const EventSchema& schema, const ForkWatch& fork,
+                 std::chrono::system_clock::time_point start,
                  std::chrono::system_clock::time_point end);
 
 }  // namespace android::kiv::internal

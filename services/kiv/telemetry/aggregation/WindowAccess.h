@@ -10,6 +10,7 @@
 #include "services/kiv/telemetry/aggregation/Clock.h"
 #include "services/kiv/telemetry/aggregation/EventSubmission.h"
 #include "services/kiv/telemetry/aggregation/TableAggregator.h"
+#include "services/kiv/telemetry/vocabulary/ForkCount.h"
 
 namespace android::kiv::internal {
 
@@ -28,11 +29,11 @@ struct WindowAccess {
     return true;
   }
 
-  /// Empties the aggregator and opens a window.
+  /// Empties the aggregator and opens a window. Rare, and kept out of the path of a report.
   template <typename Event>
-  static void begin(TimedAggregationManager<Event>& manager) {
+  [[gnu::cold, gnu::noinline]] static void begin(TimedAggregationManager<Event>& manager) {
     manager.aggregator_->reset();
-    manager.window_.open(newWindow<Event>());
+    manager.window_.open(newWindow<Event>(), forkCount());
   }
 
   /// Submits the open window, if any, and releases the telemetry module's handler. The manager
@@ -65,6 +66,7 @@ struct WindowAccess {
                           "%s: TimedAggregationManager not running! Cannot add.", "add");
       return false;
     }
+    if (isInherited(manager)) begin(manager);
     const std::chrono::nanoseconds age = steadyNow() - manager.window_->started_steady;
     if (manager.aggregation_period_ < age) rollOver(manager);
     return true;
@@ -80,6 +82,13 @@ struct WindowAccess {
   }
 
  private:
+  /// True if the window is a copy, which a forked process has: its reports are the parent's to
+  /// submit.
+  template <typename Event>
+  static bool isInherited(const TimedAggregationManager<Event>& manager) {
+    return manager.window_.generation() != forkCount();
+  }
+
   template <typename Event>
   static auto newWindow() {
     const auto steady = steadyNow();
@@ -90,6 +99,10 @@ struct WindowAccess {
   /// stays open, if the limit of nested submissions is reached.
   template <typename Event>
   static bool rollOver(TimedAggregationManager<Event>& manager) {
+    if (isInherited(manager)) {
+      begin(manager);
+      return true;
+    }
     if (NestedSubmission::limitReached()) return false;
     const NestedSubmission nested;
     const auto start = manager.window_->started_system;

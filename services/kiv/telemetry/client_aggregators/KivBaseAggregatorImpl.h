@@ -90,6 +90,7 @@ void KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_cloc
                                                         Entries& next) {
   // Read once, so that a window is submitted whole or not at all.
   const bool enabled = isTelemetryEnabled();
+  const internal::ForkWatch fork;
   const long long start_milliseconds = internal::toEpochMilliseconds(start);
   const long long end_milliseconds = internal::toEpochMilliseconds(end);
   for (auto entry = aggregated_data_.begin(); entry != aggregated_data_.end(); ++entry) {
@@ -106,10 +107,10 @@ void KivBaseAggregator<Event, Key, Value>::submitWindow(std::chrono::system_cloc
     swapWith(next);
     const auto& handler = getUnifiedTelemetryHandler();
     const bool ready = handler != nullptr;
-    if (ready) internal::submitEvent(*handler, this->getEventName(), fields);
+    if (ready) internal::submitEvent(*handler, this->getEventName(), fork, fields);
     swapWith(next);
     // Without a handler the window is dropped. The next one asks for a handler again.
-    if (!ready) return;
+    if (!ready || fork.hasHappened()) return;
   }
 }
 

@@ -2,19 +2,29 @@
 
 #include <pthread.h>
 
+#include <atomic>
+
 namespace android::kiv::internal {
 
 namespace {
 
-// Written only in a fresh child, which has one thread.
-unsigned count = 0;
+constexpr unsigned kUnclaimed = -1U;
+
+std::atomic<unsigned> claimed_at{kUnclaimed};
 
 }  // namespace
 
+unsigned fork_count = 0;
+
 void watchForks() {
-  pthread_atfork(nullptr, nullptr, [] { ++count; });
+  pthread_atfork(nullptr, nullptr, [] { ++fork_count; });
 }
 
-unsigned forkCount() { return count; }
+void claimProcess() { claimed_at = forkCount(); }
+
+bool isForkedCopy() {
+  const unsigned claimed = claimed_at.load(std::memory_order_relaxed);
+  return claimed != kUnclaimed && claimed != forkCount();
+}
 
 }  // namespace android::kiv::internal

@@ -31,8 +31,9 @@ class TaskQueue;
 /// Owns a worker thread. Held by shared pointers only; work is posted through a `TaskRunner`.
 ///
 /// Tasks that are queued when the process exits run before the destruction of static objects that
-/// were constructed before the first `TaskRunnerThread`. Exit waits ten seconds for them in all;
-/// tasks that have not run by then are given up, with a line in the log.
+/// were constructed before the first `TaskRunnerThread`. Exit waits nine seconds for them in all;
+/// tasks that have not run by then are given up, with a line in the log. Younger static objects are
+/// destroyed before that: if they own a thread, its destruction waits without a limit.
 ///
 /// The worker blocks all signals except those that its own faults raise.
 class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<TaskRunnerThread> {
@@ -40,7 +41,7 @@ class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<T
   /// Starts a worker. `start_limit` bounds how long a waited task may be queued before it starts;
   /// it does not bound how long a task runs. A negative limit counts as zero. If there is no memory
   /// or no thread, the process ends.
-  static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) {
+  static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) noexcept {
     // In two allocations: handles hold weak references, which would keep a joint one alive.
     // NOLINTNEXTLINE(modernize-make-shared)
     return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
@@ -94,7 +95,7 @@ class KIV_COMMON_EXPORT TaskRunner {
 
   /// `postTaskAndWait` for a task with a result. An empty task ends the process.
   template <typename T>
-  KivStatusOr<T> postTaskAndWait(std::function<T()> task) {
+  KivStatusOr<T> postTaskAndWait(std::function<T()> task) noexcept {
     // Shared, so that a wrapper that outlived its waiter would still write to live memory.
     auto result = std::make_shared<T>();
     const KivStatus status =
@@ -108,21 +109,21 @@ class KIV_COMMON_EXPORT TaskRunner {
   /// Posts `object->method(args...)`. The task owns the arguments, converted to the types of the
   /// method's parameters, and shares the object, which therefore lives until the task has run.
   template <typename C, typename... Params, typename... Args>
-  void postTask(void (C::*method)(Params...), std::shared_ptr<C> object, Args&&... args) {
+  void postTask(void (C::*method)(Params...), std::shared_ptr<C> object, Args&&... args) noexcept {
     postTask(bindTask(method, std::move(object), std::forward<Args>(args)...));
   }
 
   /// Posts `object->method(args...)` as above, and waits as `postTaskAndWait(task)` does.
   template <typename C, typename... Params, typename... Args>
   KivStatus postTaskAndWait(void (C::*method)(Params...), std::shared_ptr<C> object,
-                            Args&&... args) {
+                            Args&&... args) noexcept {
     return postTaskAndWait(bindTask(method, std::move(object), std::forward<Args>(args)...));
   }
 
   /// Posts `object->method(args...)` without keeping `object` alive, waiting for it if `wait` is
   /// true. The owner of the object must keep it alive until the task has run.
   template <typename C, typename... Params, typename... Args>
-  void postTask(bool wait, void (C::*method)(Params...), C* object, Args&&... args) {
+  void postTask(bool wait, void (C::*method)(Params...), C* object, Args&&... args) noexcept {
     auto task = bindTask(method, object, std::forward<Args>(args)...);
     if (wait) {
       postTaskAndWait(std::move(task));

@@ -238,6 +238,9 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// True if the calling thread may wait for the worker. See LoggerWaits.cpp.
   KIV_HIDDEN static bool mayWaitForWorker();
 
+  /// True if the calling thread may submit events itself. See LoggerWaits.cpp.
+  KIV_HIDDEN static bool maySubmit();
+
   /// Ends the process if the model needs a worker and there is none.
   KIV_HIDDEN void ensureLoggerRespectsTelemetrySubmissionModel();
 

@@ -6,8 +6,8 @@
 
 namespace android::kiv::internal {
 
-/// A window and its state. Its layout is that of a std::optional, but any thread may read the
-/// state.
+/// A window and its state. Its layout is that of a std::optional, with a member in its padding, but
+/// any thread may read the state.
 template <typename Window>
 class WindowSlot {
  public:
@@ -20,11 +20,16 @@ class WindowSlot {
   }
   bool isClaimed() const { return isIn(State::CLAIMED); }
 
-  void open(const Window& window) {
+  /// `generation` tells the processes apart that fork from each other.
+  void open(const Window& window, uint32_t generation) {
     window_ = window;
+    generation_ = generation;
     state_.store(State::OPEN, std::memory_order_release);
   }
   void close() { state_.store(State::CLOSED, std::memory_order_release); }
+
+  /// Of the process that opened the window.
+  uint32_t generation() const { return generation_; }
 
   Window& operator*() { return window_; }
   Window* operator->() { return &window_; }
@@ -36,6 +41,7 @@ class WindowSlot {
 
   Window window_{};
   std::atomic<State> state_{State::NEW};
+  uint32_t generation_ = 0;
 };
 
 }  // namespace android::kiv::internal
