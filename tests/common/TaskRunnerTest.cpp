@@ -175,6 +175,22 @@ TEST_F(TaskRunnerTest, ReleasesCapturesBeforeTheWaiterWakes) {
   }
 }
 
+TEST_F(TaskRunnerTest, NothingButTheTaskOwnsItsCapturesWhileItRuns) {
+  struct {
+    std::weak_ptr<int> watch;
+    long owners = 0;
+  } seen;
+  auto captured = std::make_shared<int>(1);
+  seen.watch = captured;
+  // Small enough for a std::function to hold it in itself, which some libraries copy when it moves.
+  ASSERT_TRUE(runner
+                  .postTaskAndWait([captured = std::move(captured), &seen] {
+                    seen.owners = seen.watch.use_count();
+                  })
+                  .ok());
+  EXPECT_EQ(seen.owners, 1);
+}
+
 TEST_F(TaskRunnerTest, WaitingOnTheWorkerItselfFailsAtOnce) {
   KivStatus inner;
   bool ran = false;

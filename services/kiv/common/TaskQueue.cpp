@@ -47,7 +47,7 @@ unsigned watchForks() {
 struct TaskQueue::Waited {
   enum class State { QUEUED, STARTED, FINISHED, WITHDRAWN };
 
-  explicit Waited(std::function<void()> task) : work(std::move(task)) {}
+  explicit Waited(std::function<void()>&& task) { work.swap(task); }
 
   /// True for one of the worker, which starts the task, and the waiter, who withdraws it. The other
   /// does not touch `work` from then on.
@@ -74,13 +74,13 @@ TaskQueue::~TaskQueue() {
   while (batch_ != nullptr) delete std::exchange(batch_, batch_->next);
 }
 
-void TaskQueue::post(std::function<void()> task) { append(std::move(task), Urgency::CAN_LINGER); }
+void TaskQueue::post(std::function<void()>&& task) { append(std::move(task), Urgency::CAN_LINGER); }
 
-KivStatus TaskQueue::postAndWait(std::function<void()> task) {
+KivStatus TaskQueue::postAndWait(std::function<void()>&& task) {
   return postAndWait(std::move(task), start_limit_);
 }
 
-KivStatus TaskQueue::postAndWait(std::function<void()> task,
+KivStatus TaskQueue::postAndWait(std::function<void()>&& task,
                                  std::optional<std::chrono::milliseconds> start_limit) {
   if (isRunningOnCurrentThread()) return INVALID_OPERATION;
 
@@ -109,7 +109,7 @@ void TaskQueue::runWaited(Waited& waited) {
   waited.ended.signal();
 }
 
-bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
+bool TaskQueue::append(std::function<void()>&& task, Urgency urgency) {
   if (!hasWorker()) return false;
   if (exiting_.load(std::memory_order_acquire) && !admitsDuringExit()) return false;
   const uint32_t place = accepted_.fetch_add(1, std::memory_order_relaxed);
@@ -117,7 +117,8 @@ bool TaskQueue::append(std::function<void()> task, Urgency urgency) {
       !admitsBeyondMark(place) && urgency == Urgency::CAN_LINGER) {
     return drop();
   }
-  auto newest = std::make_unique<Task>(Task{std::move(task), nullptr});
+  auto newest = std::make_unique<Task>();
+  newest->work.swap(task);
   const uintptr_t wakes = urgency == Urgency::AT_ONCE ? kAsleep | kLingering : kAsleep;
   uintptr_t posted = posted_.load(std::memory_order_relaxed);
   do {

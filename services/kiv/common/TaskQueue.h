@@ -32,12 +32,15 @@ class TaskQueue {
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
+  // Posted tasks are passed by reference and swapped: some standard libraries copy a small function
+  // when it is moved, and its captures would live on in the frames of the caller.
+
   /// Appends a task; drops it when the queue is closed, or holds kMaxQueued tasks already. The
   /// worker takes it within kLongestLinger if it is free.
-  void post(std::function<void()> task);
+  void post(std::function<void()>&& task);
 
   /// Appends a task and waits for its end, as `TaskRunner::postTaskAndWait` promises.
-  KivStatus postAndWait(std::function<void()> task);
+  KivStatus postAndWait(std::function<void()>&& task);
 
   /// Refuses tasks from now on. The worker ends once those already queued have run.
   void close();
@@ -97,7 +100,7 @@ class TaskQueue {
  private:
   struct Task {
     std::function<void()> work;
-    Task* next;
+    Task* next = nullptr;
   };
 
   /// A task that a caller waits for, shared with that caller.
@@ -105,7 +108,7 @@ class TaskQueue {
 
   enum class Urgency { CAN_LINGER, AT_ONCE };
 
-  KivStatus postAndWait(std::function<void()> task,
+  KivStatus postAndWait(std::function<void()>&& task,
                         std::optional<std::chrono::milliseconds> start_limit);
 
   /// False when the process is ending and the calling thread has had its share.
@@ -115,7 +118,7 @@ class TaskQueue {
   static Task* newestOf(uintptr_t posted);
 
   /// False when the queue is closed.
-  bool append(std::function<void()> task, Urgency urgency);
+  bool append(std::function<void()>&& task, Urgency urgency);
 
   /// Called for a task at a place in the order of all tasks at which the queue may have outgrown
   /// its mark. False when it has outgrown its capacity.
