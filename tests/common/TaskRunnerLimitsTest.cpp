@@ -38,23 +38,6 @@ std::vector<std::string> textsOf(const LogCapture& log) {
   return texts;
 }
 
-/// Of this process, in bytes.
-size_t addressSpace() {
-  size_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
-}
-
-/// Of a thread, in bytes.
-size_t stackSize() {
-  pthread_attr_t attributes;
-  size_t size = 0;
-  pthread_getattr_default_np(&attributes);
-  pthread_attr_getstacksize(&attributes, &size);
-  pthread_attr_destroy(&attributes);
-  return size;
-}
-
 class TaskRunnerLimits : public testing::Test {
  protected:
   /// Holds the worker inside a task, so that none of those behind it starts.
@@ -154,6 +137,23 @@ TEST(TaskRunnerThreadTeardown, AThreadThatHasEndedLeavesNothingBehind) {
   makeThreads();
   // A queue takes some 300 bytes.
   EXPECT_LT(mallinfo2().uordblks, before + 100'000);
+}
+
+/// Of this process, in bytes.
+size_t addressSpace() {
+  size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+/// Of a thread, in bytes.
+size_t stackSize() {
+  pthread_attr_t attributes;
+  size_t size = 0;
+  pthread_getattr_default_np(&attributes);
+  pthread_attr_getstacksize(&attributes, &size);
+  pthread_attr_destroy(&attributes);
+  return size;
 }
 
 TEST(TaskRunnerThreadTeardown, AWorkerThatDropsItsOwnThreadLeavesNothingBehind) {

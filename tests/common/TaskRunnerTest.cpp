@@ -167,12 +167,18 @@ TEST_F(TaskRunnerTest, ReturnsTheResultOfAWaitedTask) {
 }
 
 TEST_F(TaskRunnerTest, ReleasesCapturesBeforeTheWaiterWakes) {
-  for (int i = 0; i < 200; ++i) {
-    auto captured = std::make_shared<int>(1);
-    const std::weak_ptr<int> watch = captured;
-    ASSERT_TRUE(runner.postTaskAndWait([captured = std::move(captured)] {}).ok());
-    ASSERT_TRUE(watch.expired());
-  }
+  /// Takes its time, so that a waiter would wake before it is gone.
+  struct Captured {
+    std::atomic<bool>& released;
+    ~Captured() {
+      std::this_thread::sleep_for(milliseconds(50));
+      released = true;
+    }
+  };
+  std::atomic<bool> released{false};
+  std::shared_ptr<Captured> captured(new Captured{released});
+  ASSERT_TRUE(runner.postTaskAndWait([captured = std::move(captured)] {}).ok());
+  EXPECT_TRUE(released);
 }
 
 TEST_F(TaskRunnerTest, NothingButTheTaskOwnsItsCapturesWhileItRuns) {
