@@ -63,10 +63,12 @@ ROOMS = {
     "testing/": ["testing_test"],
 }
 
-# A program that exceeds its limit, in seconds, hangs. The limits are generous: on a busy machine, a
-# slow program must not pass for one that hangs.
-LEAST_TIME_LIMIT = 40
-TIME_LIMIT_FACTOR = 8
+# A program hangs that writes nothing for so many seconds: each test says that it begins. The limits
+# are generous, because on a busy machine a slow program must not pass for one that hangs.
+LEAST_SILENCE = 40
+SILENCE_FACTOR = 4
+# What writes without end hangs, too.
+TIME_LIMIT = 600
 # A mutant may allocate without limit.
 MEMORY_LIMIT = 8 << 30
 
@@ -145,9 +147,9 @@ class Tree:
             print("\n".join(done.stdout.splitlines()[-30:]))
         return done.returncode == 0
 
-    def run(self, program, time_limit, tests="*"):
+    def run(self, program, longest_silence, tests="*"):
         """Runs tests in one process until the first failure. Returns which test killed the mutant;
-        empty if none did.
+        empty if none did. Notes the longest silence.
         """
         path = self.build_directory / PROGRAMS[program] / program
         with tempfile.TemporaryFile("w+", errors="replace") as output:
@@ -156,11 +158,7 @@ class Tree:
                 cwd=path.parent, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
                 start_new_session=True)
             limit_resources(running.pid)
-            hung = False
-            try:
-                running.wait(time_limit)
-            except subprocess.TimeoutExpired:
-                hung = True
+            hung = self.hangs(running, output, longest_silence)
             # Ends the programs that it started, too.
             try:
                 os.killpg(running.pid, signal.SIGKILL)
@@ -179,6 +177,24 @@ class Tree:
         if not failed:
             return f"{test} (crashes)"
         return test
+
+
+    def hangs(self, running, output, longest_silence):
+        """True if the program writes nothing for too long. False when it has ended."""
+        begin = last = time.monotonic()
+        size = self.silence = 0
+        while True:
+            try:
+                running.wait(0.2)
+                return False
+            except subprocess.TimeoutExpired:
+                pass
+            now = time.monotonic()
+            self.silence = max(self.silence, now - last)
+            if os.fstat(output.fileno()).st_size != size:
+                size, last = os.fstat(output.fileno()).st_size, now
+            if now - last > longest_silence or now - begin > TIME_LIMIT:
+                return True
 
 
 def limit_resources(process):
@@ -266,12 +282,12 @@ def main():
     limits = {}
     for program in programs:
         start = time.monotonic()
-        how = trees[0].run(program, 600)
+        how = trees[0].run(program, TIME_LIMIT)
         taken = time.monotonic() - start
         if how:
             print(f"The suite fails without a mutant: {program}: {how}")
             return 1
-        limits[program] = max(LEAST_TIME_LIMIT, TIME_LIMIT_FACTOR * taken)
+        limits[program] = max(LEAST_SILENCE, SILENCE_FACTOR * trees[0].silence)
         print(f"{taken:6.1f} s  {program}", flush=True)
 
     free_trees = queue.SimpleQueue()

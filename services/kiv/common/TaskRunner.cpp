@@ -121,10 +121,12 @@ class LiveQueues {
   static size_t runPending(std::vector<std::shared_ptr<TaskQueue>>& queues,
                            std::chrono::steady_clock::time_point deadline) {
     std::vector<TaskQueue::Pending> pending;
+    pending.reserve(queues.size());
     // All at first, so that a worker that hangs takes no time from the others.
     for (const auto& queue : queues) pending.push_back(queue->markPending());
     size_t given_up = 0;
     std::vector<std::shared_ptr<TaskQueue>> through;
+    through.reserve(queues.size());
     for (size_t i = 0; i < queues.size(); ++i) {
       if (const auto left = queues[i]->runPending(pending[i], deadline)) {
         given_up += *left;

@@ -43,7 +43,7 @@ class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<T
   /// or no thread, the process ends.
   static std::shared_ptr<TaskRunnerThread> create(std::chrono::milliseconds start_limit) noexcept {
     // In two allocations: handles hold weak references, which would keep a joint one alive.
-    // NOLINTNEXTLINE(modernize-make-shared)
+    // NOLINTNEXTLINE(modernize-make-shared, bugprone-unhandled-exception-at-new)
     return std::shared_ptr<TaskRunnerThread>(new TaskRunnerThread(start_limit));
   }
 
