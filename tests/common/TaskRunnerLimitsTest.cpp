@@ -139,14 +139,14 @@ TEST(TaskRunnerThreadTeardown, AThreadThatHasEndedLeavesNothingBehind) {
   EXPECT_LT(mallinfo2().uordblks, before + 100'000);
 }
 
-/// Of this process, in bytes.
+/// The size of this process's address space, in bytes.
 size_t addressSpace() {
   size_t pages = 0;
   std::ifstream("/proc/self/statm") >> pages;
   return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// Of a thread, in bytes.
+/// The default size of a thread's stack, in bytes.
 size_t stackSize() {
   pthread_attr_t attributes;
   size_t size = 0;
@@ -172,7 +172,8 @@ TEST(TaskRunnerThreadTeardown, AWorkerThatDropsItsOwnThreadLeavesNothingBehind) 
   makeThreads();
   const size_t before = addressSpace();
   makeThreads();
-  // A thread that nobody joins or detaches keeps its stack. The C library keeps a few for reuse.
+  // A thread that is neither joined nor detached keeps its stack. The C library caches the stacks
+  // of a few ended threads.
   EXPECT_LT(addressSpace(), before + 100 * stackSize());
 }
 

@@ -36,7 +36,7 @@ class TemporaryDirectory {
   std::string path_;
 };
 
-/// How often `part` is in `text`.
+/// Counts the occurrences of `part` in `text`.
 size_t occurrences(const std::string& text, const std::string& part);
 
 /// The contents of a file; "" if it does not exist.

@@ -27,11 +27,14 @@
 #include "kiv/TelemetryLogger.h"
 #include "tests/support/Latch.h"
 #include "tests/system/Calls.h"
+#include "tests/system/ModuleHook.h"
 
 namespace {
 
 using android::kiv::KivErrorSeverity;
 using android::kiv::KivSessionId;
+using android::kiv::TaskRunner;
+using android::kiv::TaskRunnerThread;
 using android::kiv::TelemetryDelegate;
 using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryHandler;
@@ -39,10 +42,8 @@ using android::kiv::TelemetryLogger;
 using android::kiv::TelemetryLoggerManager;
 using android::kiv::TelemetrySubmissionModel;
 using kiv_test::Latch;
+using kiv_test::onModuleCallDo;
 using kiv_test::report;
-
-/// Called inside each report to the module.
-std::function<void()>* module_hook = nullptr;
 
 /// The limit of every call, and of every exit.
 constexpr unsigned kHangsAfterSeconds = 30;
@@ -55,10 +56,6 @@ constexpr unsigned kHangsAfterSeconds = 30;
 
 std::shared_ptr<TelemetryLogger> makeLogger(TelemetrySubmissionModel model) {
   return std::make_shared<TelemetryLogger>(KivSessionId(nullptr), "Edge", model);
-}
-
-void onModuleReportDo(std::function<void()> hook) {
-  module_hook = new std::function<void()>(std::move(hook));
 }
 
 // The delegate's handler.
@@ -136,7 +133,7 @@ int faultOnWorker() {
     static_cast<void>(!write(STDERR_FILENO, "handled\n", 8));
     _exit(0);
   });
-  onModuleReportDo([] { raise(SIGSEGV); });
+  onModuleCallDo("reportEvent", [] { raise(SIGSEGV); });
   const TelemetryEnv telemetry("Edge");
   report(*telemetry.getLogger(), "n", 1);
   telemetry.getLogger()->flush();
@@ -234,6 +231,8 @@ int failAllocation(int n) {
     allocations_left = n;
     const TelemetryEnv telemetry(name);
     telemetry.getLogger()->flush();
+    const auto thread = TaskRunnerThread::create(std::chrono::seconds(1));
+    TaskRunner(thread).postTaskAndWait<bool>([] { return true; });
     allocations_left = -1;
   } catch (...) {
     allocations_left = -1;
@@ -256,7 +255,7 @@ int failThread() {
 
 /// The module throws.
 int throwFromModule() {
-  onModuleReportDo([] { throw std::runtime_error("of the module"); });
+  onModuleCallDo("reportEvent", [] { throw std::runtime_error("of the module"); });
   try {
     report(*makeLogger(TelemetrySubmissionModel::LOCKING_IMMEDIATE), "n", 1);
   } catch (...) {
@@ -275,11 +274,6 @@ int waitForSharedWorker() {
 }  // namespace
 
 extern "C" {
-
-__attribute__((visibility("default"))) void onModuleCall(const char* function);
-void onModuleCall(const char* function) {
-  if (module_hook != nullptr && std::string(function) == "reportEvent") (*module_hook)();
-}
 
 __attribute__((visibility("default"))) void reportImmediatelyElsewhere();
 void reportImmediatelyElsewhere() {

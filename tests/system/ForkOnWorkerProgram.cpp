@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "kiv/TelemetryLogger.h"
 #include "tests/system/Calls.h"
+#include "tests/system/ModuleHook.h"
 
 namespace {
 
@@ -22,8 +24,6 @@ using kiv_test::report;
 
 constexpr unsigned kHangsAfterSeconds = 30;
 
-// Not an object with a destructor: the module is called while the process exits.
-const char* forking_function = "";
 TelemetryLogger* shared_logger = nullptr;
 
 void reportSomeKinds(TelemetryLogger& logger) {
@@ -32,12 +32,10 @@ void reportSomeKinds(TelemetryLogger& logger) {
   logger.logKivEvent("text", std::string("value"), NumericAggregationType::COUNT);
 }
 
-}  // namespace
-
-extern "C" __attribute__((visibility("default"))) void onModuleCall(const char* function);
-void onModuleCall(const char* function) {
-  if (std::string(function) != forking_function) return;
-  forking_function = "";
+/// Forks the first time that it is called.
+void forkOnce() {
+  static bool forked = false;
+  if (std::exchange(forked, true)) return;
   const pid_t child = fork();
   if (child == 0) {
     alarm(kHangsAfterSeconds);
@@ -53,6 +51,8 @@ void onModuleCall(const char* function) {
   std::fprintf(stderr, "the child ended with %d\n", status);
 }
 
+}  // namespace
+
 int main(int argc, char** argv) {
   if (argc != 4) {
     std::fprintf(stderr, "usage: %s FUNCTION shared|own flush|stop|exit\n", argv[0]);
@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
   static const auto& telemetry = *new TelemetryEnv("Shared");
   shared_logger = telemetry.getLogger().get();
   const auto logger = std::string(argv[2]) == "own" ? makeOwnLogger() : telemetry.getLogger();
-  forking_function = argv[1];
+  kiv_test::onModuleCallDo(argv[1], forkOnce);
   reportSomeKinds(*logger);
   const std::string end = argv[3];
   if (end == "flush") return logger->flush() ? 0 : 1;

@@ -18,6 +18,7 @@
 #include "kiv/TelemetryLogger.h"
 #include "tests/support/Latch.h"
 #include "tests/system/Calls.h"
+#include "tests/system/ModuleHook.h"
 
 namespace {
 
@@ -29,17 +30,11 @@ using android::kiv::TelemetryEnv;
 using android::kiv::TelemetryLogger;
 using android::kiv::TelemetrySubmissionModel;
 using kiv_test::Latch;
+using kiv_test::onModuleCallDo;
 using kiv_test::report;
-
-/// Called inside each report to the module.
-std::function<void()>* module_hook = nullptr;
 
 /// The limit of every call, and of every exit.
 constexpr unsigned kHangsAfterSeconds = 30;
-
-void onModuleReportDo(std::function<void()> hook) {
-  module_hook = new std::function<void()>(std::move(hook));
-}
 
 [[noreturn]] void hang() {
   for (;;) pause();
@@ -72,14 +67,14 @@ int exitOnWorker() {
 // Modules that hang.
 
 int exitWithHangingModule() {
-  onModuleReportDo(hang);
+  onModuleCallDo("reportEvent", hang);
   report(*TelemetryEnv("Edge").getLogger(), "n", 1);
   return 0;
 }
 
 int exitBehindHangingModule() {
   Latch hanging;
-  onModuleReportDo([&] {
+  onModuleCallDo("reportEvent", [&] {
     hanging.countDown();
     hang();
   });
@@ -92,7 +87,8 @@ int exitBehindHangingModule() {
 }
 
 int exitWithSlowModule() {
-  onModuleReportDo([] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
+  onModuleCallDo("reportEvent",
+                 [] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
   const TelemetryEnv telemetry("Edge");
   for (int i = 0; i < 10; ++i) report(*telemetry.getLogger(), "n" + std::to_string(i), 1);
   return 0;
@@ -114,7 +110,7 @@ int exitBesideHangingWorker() {
 int cancelWaitingThread() {
   Latch submitting;
   Latch release;
-  onModuleReportDo([&] {
+  onModuleCallDo("reportEvent", [&] {
     submitting.countDown();
     release.wait();
   });
@@ -126,13 +122,15 @@ int cancelWaitingThread() {
   // The worker is busy, so this thread waits.
   auto logger = std::make_unique<TelemetryEnv>("Dropped");
   std::thread waiting([held = logger->getLogger().get()] { held->flush(); });
+  // Most often it waits by then; the test holds in either order.
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   pthread_cancel(waiting.native_handle());
   waiting.join();
   logger.reset();
   // Overwrites the logger's memory, if it was released.
-  for (int i = 0; i < 100; ++i)
+  for (int i = 0; i < 100; ++i) {
     std::memset(std::malloc(sizeof(TelemetryLogger)), 0xff, sizeof(TelemetryLogger));
+  }
   release.countDown();
   first.join();
   return telemetry.getLogger()->flush() ? 0 : 1;
@@ -154,11 +152,6 @@ int reportFromLog() {
 }
 
 }  // namespace
-
-extern "C" __attribute__((visibility("default"))) void onModuleCall(const char* function);
-void onModuleCall(const char* function) {
-  if (module_hook != nullptr && std::string(function) == "reportEvent") (*module_hook)();
-}
 
 int main(int argc, char** argv) {
   const std::map<std::string, int (*)()> ways = {

@@ -184,19 +184,20 @@ void TaskQueue::resetMark() {
 }
 
 uint32_t TaskQueue::size() const {
-  return accepted_.load(std::memory_order_relaxed) - started_.load(std::memory_order_relaxed) -
-         withdrawn_.load(std::memory_order_relaxed);
+  const uint32_t queued = accepted_.load(std::memory_order_relaxed) -
+                          started_.load(std::memory_order_relaxed) -
+                          withdrawn_.load(std::memory_order_relaxed);
+  // Below zero while the worker takes a withdrawn task.
+  return static_cast<uint32_t>(std::max(static_cast<int32_t>(queued), 0));
 }
 
-TaskQueue::Pending TaskQueue::markPending() {
-  Pending pending;
-  if (isRunningOnCurrentThread()) return pending;
-  const auto reached = std::make_shared<Semaphore>();
-  if (append([reached] { reached->signal(); }, Urgency::AT_ONCE)) pending.reached_ = reached;
-  return pending;
+std::shared_ptr<Semaphore> TaskQueue::markPending() {
+  if (isRunningOnCurrentThread()) return nullptr;
+  const auto marker = std::make_shared<Semaphore>();
+  return append([marker] { marker->signal(); }, Urgency::AT_ONCE) ? marker : nullptr;
 }
 
-std::optional<size_t> TaskQueue::runPending(const Pending& pending,
+std::optional<size_t> TaskQueue::runPending(const std::shared_ptr<Semaphore>& marker,
                                             std::chrono::steady_clock::time_point deadline) {
   if (!hasWorker()) return std::nullopt;
   if (isRunningOnCurrentThread()) {
@@ -209,9 +210,9 @@ std::optional<size_t> TaskQueue::runPending(const Pending& pending,
     }
     return std::nullopt;
   }
-  if (pending.reached_ != nullptr) {
-    if (pending.reached_->waitUntil(deadline)) return std::nullopt;
-    // Not counting the task that marks the end of the others.
+  if (marker != nullptr) {
+    if (marker->waitUntil(deadline)) return std::nullopt;
+    // Not counting the marker.
     return std::max<size_t>(size(), 1) - 1;
   }
   if (waitForEnd(deadline)) return std::nullopt;

@@ -45,15 +45,14 @@ class TaskQueue {
   /// Refuses tasks from now on. The worker ends once those already queued have run.
   void close();
 
-  /// What is queued at one moment.
-  class Pending;
+  /// Appends a marker, for `runPending` to wait for. Null on the worker, and if the queue is
+  /// closed.
+  std::shared_ptr<Semaphore> markPending();
 
-  /// Everything that is queued now, to be waited for by `runPending`.
-  Pending markPending();
-
-  /// Waits until everything that was marked has run, but not beyond `deadline`; on the worker
-  /// itself, runs it here. Returns how many tasks are still queued if the deadline has passed.
-  std::optional<size_t> runPending(const Pending& pending,
+  /// Waits until every task before the marker has run, or, without a marker, until the worker has
+  /// ended, but not beyond `deadline`. On the worker itself, runs what is queued. Returns how many
+  /// tasks are still queued if the deadline has passed.
+  std::optional<size_t> runPending(const std::shared_ptr<Semaphore>& marker,
                                    std::chrono::steady_clock::time_point deadline);
 
   /// The number of tasks that are queued now and will run.
@@ -175,13 +174,6 @@ class TaskQueue {
   std::mutex mutex_;
   std::condition_variable ended_changed_;
   bool ended_ = false;  // guarded by mutex_
-};
-
-class TaskQueue::Pending {
- private:
-  friend class TaskQueue;
-
-  std::shared_ptr<Semaphore> reached_;  // signalled behind it; null on the worker, or when closed
 };
 
 }  // namespace android::kiv::internal

@@ -120,15 +120,15 @@ class LiveQueues {
   /// returns how many tasks they hold.
   static size_t runPending(std::vector<std::shared_ptr<TaskQueue>>& queues,
                            std::chrono::steady_clock::time_point deadline) {
-    std::vector<TaskQueue::Pending> pending;
-    pending.reserve(queues.size());
+    std::vector<std::shared_ptr<internal::Semaphore>> markers;
+    markers.reserve(queues.size());
     // All at first, so that a worker that hangs takes no time from the others.
-    for (const auto& queue : queues) pending.push_back(queue->markPending());
+    for (const auto& queue : queues) markers.push_back(queue->markPending());
     size_t given_up = 0;
     std::vector<std::shared_ptr<TaskQueue>> through;
     through.reserve(queues.size());
     for (size_t i = 0; i < queues.size(); ++i) {
-      if (const auto left = queues[i]->runPending(pending[i], deadline)) {
+      if (const auto left = queues[i]->runPending(markers[i], deadline)) {
         given_up += *left;
         // It is too late for further tasks: callers would wait for nothing.
         queues[i]->close();

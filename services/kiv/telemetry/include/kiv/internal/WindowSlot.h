@@ -20,7 +20,7 @@ class WindowSlot {
   }
   bool isClaimed() const { return isIn(State::CLAIMED); }
 
-  /// `generation` tells the processes apart that fork from each other.
+  /// `generation` differs between a process and its forked copies.
   void open(const Window& window, uint32_t generation) {
     window_ = window;
     generation_ = generation;
@@ -28,7 +28,7 @@ class WindowSlot {
   }
   void close() { state_.store(State::CLOSED, std::memory_order_release); }
 
-  /// Of the process that opened the window.
+  /// The generation of the process that opened the window.
   uint32_t generation() const { return generation_; }
 
   Window& operator*() { return window_; }
