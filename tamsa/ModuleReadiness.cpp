@@ -42,6 +42,8 @@ bool prepareAsFirst() {
 
 bool isModuleReady() { return readiness.load(std::memory_order_acquire) == Readiness::READY; }
 
+bool isPreparingModule() { return is_preparing; }
+
 bool prepareModule(std::chrono::milliseconds limit) {
   if (is_preparing) return false;
   if (prepareAsFirst()) return true;

@@ -179,6 +179,28 @@ TEST(TaskRunnerThreadTeardown, AWorkerThatDropsItsOwnThreadLeavesNothingBehind) 
 
 #endif
 
+TEST(TaskRunnerThreadTeardown, AWorkerThatHasEndedIsAThreadLikeOthers) {
+  struct WaitsWhenTheThreadEnds {
+    ~WaitsWhenTheThreadEnds() {
+      status->store(runner->postTaskAndWait([] {}).code());
+      ended->countDown();
+    }
+    TaskRunner* runner;
+    std::atomic<int>* status;
+    Latch* ended;
+  };
+  std::atomic<int> status{android::OK};
+  Latch ended;
+  auto thread = TaskRunnerThread::create(kLong);
+  TaskRunner runner(thread);
+  runner.postTask([&, owner = std::move(thread)]() mutable {
+    thread_local const WaitsWhenTheThreadEnds waits{&runner, &status, &ended};
+    owner.reset();
+  });
+  ended.wait();
+  EXPECT_EQ(status, android::DEAD_OBJECT);
+}
+
 TEST(TaskRunnerStartLimit, ANegativeOneIsZero) {
   alarm(kHangsAfterSeconds);
   // The second becomes a long time if its nanoseconds wrap around.
@@ -200,6 +222,8 @@ TEST(TaskRunnerEmptyTaskDeathTest, AnEmptyTaskEndsTheProcess) {
   EXPECT_EXIT(runner.postTask(nullptr), testing::KilledBySignal(SIGABRT), "empty task");
   EXPECT_EXIT(runner.postTaskAndWait(std::function<void()>()), testing::KilledBySignal(SIGABRT),
               "empty task");
+  EXPECT_EXIT(runner.postTaskAndWait<bool>(std::function<bool()>()),
+              testing::KilledBySignal(SIGABRT), "empty task");
 }
 
 }  // namespace

@@ -384,12 +384,6 @@ TEST_F(TaskRunnerTest, FlagFormWaitsWhenAskedTo) {
 
 using TaskRunnerDeathTest = TaskRunnerTest;
 
-TEST_F(TaskRunnerDeathTest, AnEmptyTaskWithAResultEndsTheProcess) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(runner.postTaskAndWait<bool>(std::function<bool()>()),
-              testing::KilledBySignal(SIGABRT), "");
-}
-
 TEST_F(TaskRunnerDeathTest, ATimedOutWaitHasNoValue) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto hasty_thread = TaskRunnerThread::create(kShort);

@@ -21,6 +21,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "kiv/TelemetryDelegate.h"
@@ -202,6 +203,33 @@ int replaceAFactory() {
   return 0;
 }
 
+/// A thread is cancelled while it waits for the first use on another one.
+int cancelDuringFirstUse() {
+  Latch replacing;
+  Latch released;
+  std::shared_ptr<void> replaced(nullptr, [&](void* /*none*/) {
+    replacing.countDown();
+    released.wait();
+  });
+  TelemetryDelegate::getInstance().registerHandler(
+      nullptr, [replaced = std::move(replaced)](const std::string& /*name*/) {
+        return std::unique_ptr<TelemetryHandler>();
+      });
+  std::thread first([] { const TelemetryEnv telemetry("first"); });
+  replacing.wait();
+  std::thread waiting([] { const TelemetryEnv telemetry("waiting"); });
+  // Most often it waits by then; the test holds in either order.
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  pthread_cancel(waiting.native_handle());
+  // For the cancellation, if it takes effect there.
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  released.countDown();
+  first.join();
+  waiting.join();
+  report(*TelemetryEnv("Edge").getLogger(), "after cancellation", 2);
+  return 0;
+}
+
 // The loader's lock.
 
 int loadPlugin() {
@@ -345,6 +373,7 @@ int main(int argc, char** argv) {
       {"cancel", exitAfterCancellation},
       {"first-use", firstUseDuringExit},
       {"factory", replaceAFactory},
+      {"cancel-first-use", cancelDuringFirstUse},
       {"plugin", loadPlugin},
       {"memory", [&] { return failAllocation(std::atoi(argv[2])); }},
       {"thread", failThread},

@@ -82,6 +82,13 @@ TEST(ExitBehindMakers, TheFirstUseMayComeWhileTheProcessExits) {
   endsWellAgainAndAgain("first-use");
 }
 
+TEST(FirstUse, DoesNotHangBecauseAThreadThatWaitsForItIsCancelled) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizers' run-time libraries do not survive a cancelled thread";
+#endif
+  EXPECT_THAT(endsWell("cancel-first-use").err, HasSubstr("reported after cancellation 2"));
+}
+
 TEST(FirstUse, MayReplaceAFactoryThatUsesTelemetryWhenItGoes) {
   EXPECT_THAT(endsWell("factory").err, HasSubstr("reported from the factory 1"));
 }

@@ -151,6 +151,23 @@ int reportFromLog() {
   return telemetry.getLogger()->flush() ? 0 : 1;
 }
 
+TelemetryLogger* reported_by_log = nullptr;
+
+/// The log reports through the logger whose first report loads the module.
+int reportFromLogThroughTheSameLogger() {
+  TelemetryLogger immediate(KivSessionId(nullptr), "Hang",
+                            TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+  reported_by_log = &immediate;
+  __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
+  __android_log_set_logger([](const __android_logger_data* /*line*/, const char* /*message*/) {
+    if (auto* const logger = std::exchange(reported_by_log, nullptr)) {
+      report(*logger, "of the log", 1);
+    }
+  });
+  report(immediate, "n", 1);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -162,6 +179,7 @@ int main(int argc, char** argv) {
       {"hanging-worker", exitBesideHangingWorker},
       {"cancel", cancelWaitingThread},
       {"log", reportFromLog},
+      {"same-logger", reportFromLogThroughTheSameLogger},
   };
   const auto way = argc == 2 ? ways.find(argv[1]) : ways.end();
   if (way == ways.end()) {

@@ -59,4 +59,9 @@ TEST(LogThatReports, WhileTheModuleIsLoadedDoesNotWaitForItself) {
   EXPECT_THAT(outputOf("log"), AllOf(HasSubstr("logged"), HasSubstr("reported n 3")));
 }
 
+TEST(LogThatReports, WhileTheModuleIsLoadedLosesNothingOfItsLogger) {
+  EXPECT_THAT(outputOf("same-logger"),
+              AllOf(HasSubstr("reported n 1"), HasSubstr("reported of the log 1")));
+}
+
 }  // namespace

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <regex>
 #include <set>
+#include <thread>
+#include <utility>
 
 #include "kiv/KivSessionId.h"
 #include "tests/support/TestSessions.h"
@@ -127,6 +130,23 @@ TEST(KivSessionIdOrder, EqualChainsOfDifferentObjectsAreEqual) {
   const KivSessionId second = session("a", session("p"));
   EXPECT_FALSE(first < second);
   EXPECT_FALSE(second < first);
+}
+
+TEST(KivSessionId, KeepsItsChainForAThreadThatFindsItByAWeakPointer) {
+  for (int i = 0; i < 2000; ++i) {
+    auto parent = std::make_shared<KivSessionId>(std::make_shared<KivSessionId>(session("root")));
+    const std::string text = parent->toString();
+    const std::weak_ptr<KivSessionId> found = parent;
+    auto child = std::make_unique<KivSessionId>(std::move(parent));
+    std::atomic<bool> begins{false};
+    std::thread finder([&] {
+      begins = true;
+      while (const auto one = found.lock()) EXPECT_EQ(one->toString(), text);
+    });
+    while (!begins) std::this_thread::yield();
+    child.reset();
+    finder.join();
+  }
 }
 
 }  // namespace

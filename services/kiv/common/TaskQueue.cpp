@@ -42,6 +42,11 @@ unsigned watchForks() {
   return fork_generation;
 }
 
+/// A difference of counters that are read one after the other, so that it may be negative.
+uint32_t atLeastZero(uint32_t difference) {
+  return static_cast<uint32_t>(std::max(static_cast<int32_t>(difference), 0));
+}
+
 }  // namespace
 
 struct TaskQueue::Waited {
@@ -67,27 +72,15 @@ TaskQueue::TaskQueue(std::chrono::milliseconds start_limit)
   static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ > kFlags, "flags have no room beside a pointer");
 }
 
-TaskQueue::~TaskQueue() {
-  // A worker that has ended leaves nothing. What a forked process inherited is not its own.
-  if (!hasWorker()) return;
-  takePosted();
-  while (batch_ != nullptr) delete std::exchange(batch_, batch_->next);
-}
-
 void TaskQueue::post(std::function<void()>&& task) { append(std::move(task), Urgency::CAN_LINGER); }
 
 KivStatus TaskQueue::postAndWait(std::function<void()>&& task) {
-  return postAndWait(std::move(task), start_limit_);
-}
-
-KivStatus TaskQueue::postAndWait(std::function<void()>&& task,
-                                 std::optional<std::chrono::milliseconds> start_limit) {
   if (isRunningOnCurrentThread()) return INVALID_OPERATION;
 
   const auto waited = std::make_shared<Waited>(std::move(task));
   if (!append([this, waited] { runWaited(*waited); }, Urgency::AT_ONCE)) return DEAD_OBJECT;
 
-  if (start_limit.has_value() && !waited->ended.waitFor(std::min(*start_limit, kLongestWait)) &&
+  if (!waited->ended.waitFor(std::min(start_limit_, kLongestWait)) &&
       waited->claim(Waited::State::WITHDRAWN)) {
     waited->work = nullptr;
     withdrawn_.fetch_add(1, std::memory_order_relaxed);
@@ -163,15 +156,18 @@ bool TaskQueue::drop() {
 }
 
 bool TaskQueue::admitsBeyondMark(uint32_t place) {
+  uint32_t check_at = check_at_.load(std::memory_order_relaxed);
   const uint32_t started = started_.load(std::memory_order_relaxed);
-  const uint32_t queued = place + 1 - started;
+  // The worker may have run tasks at later places by now.
+  const uint32_t queued = atLeastZero(place + 1 - started);
   uint32_t mark = mark_.load(std::memory_order_relaxed);
   while (queued > mark && mark < kMaxQueued) {
     if (!mark_.compare_exchange_weak(mark, mark * 2, std::memory_order_relaxed)) continue;
     __android_log_print(ANDROID_LOG_WARN, kLogTag, "More than %u tasks are queued", mark);
     mark *= 2;
   }
-  check_at_.store(started + mark, std::memory_order_relaxed);
+  // Unless the worker has reset the mark meanwhile.
+  check_at_.compare_exchange_strong(check_at, started + mark, std::memory_order_relaxed);
   return queued <= kMaxQueued;
 }
 
@@ -184,11 +180,10 @@ void TaskQueue::resetMark() {
 }
 
 uint32_t TaskQueue::size() const {
-  const uint32_t queued = accepted_.load(std::memory_order_relaxed) -
-                          started_.load(std::memory_order_relaxed) -
-                          withdrawn_.load(std::memory_order_relaxed);
   // Below zero while the worker takes a withdrawn task.
-  return static_cast<uint32_t>(std::max(static_cast<int32_t>(queued), 0));
+  return atLeastZero(accepted_.load(std::memory_order_relaxed) -
+                     started_.load(std::memory_order_relaxed) -
+                     withdrawn_.load(std::memory_order_relaxed));
 }
 
 std::shared_ptr<Semaphore> TaskQueue::markPending() {
@@ -226,6 +221,16 @@ bool TaskQueue::waitForEnd(std::chrono::steady_clock::time_point deadline) {
 
 void TaskQueue::run() {
   running_queue = this;
+  runTasks();
+  // Another queue may be made at this address while objects of this thread are destroyed.
+  running_queue = nullptr;
+  if (!hasWorker()) return;
+  std::lock_guard lock(mutex_);
+  ended_ = true;
+  ended_changed_.notify_all();
+}
+
+void TaskQueue::runTasks() {
   for (;;) {
     const uintptr_t flags = takePosted();
     if (batch_ != nullptr) {
@@ -236,7 +241,7 @@ void TaskQueue::run() {
       continue;
     }
     resetMark();
-    if ((flags & kClosed) != 0) break;
+    if ((flags & kClosed) != 0) return;
 
     // Only an empty list makes way for the flag. If a task has come meanwhile, it is taken instead.
     uintptr_t empty = 0;
@@ -250,9 +255,6 @@ void TaskQueue::run() {
     lingers_ = false;
     tasks_since_sleep_ = 0;
   }
-  std::lock_guard lock(mutex_);
-  ended_ = true;
-  ended_changed_.notify_all();
 }
 
 std::chrono::microseconds TaskQueue::nextLinger() {

@@ -27,7 +27,7 @@ namespace android::kiv::internal {
 class TaskQueue {
  public:
   explicit TaskQueue(std::chrono::milliseconds start_limit);
-  ~TaskQueue();
+  ~TaskQueue() = default;  // a worker that has ended leaves nothing behind
 
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
@@ -107,9 +107,6 @@ class TaskQueue {
 
   enum class Urgency { CAN_LINGER, AT_ONCE };
 
-  KivStatus postAndWait(std::function<void()>&& task,
-                        std::optional<std::chrono::milliseconds> start_limit);
-
   /// False when the process is ending and the calling thread has had its share.
   bool admitsDuringExit();
 
@@ -133,6 +130,9 @@ class TaskQueue {
   /// On the worker: moves what has been posted behind what is left of the batch. Returns the flags
   /// that were set in posted_.
   uintptr_t takePosted();
+
+  /// On the worker: runs tasks until the queue is closed and empty.
+  void runTasks();
 
   /// On the worker: runs and releases the first task of the batch.
   void runFirst();

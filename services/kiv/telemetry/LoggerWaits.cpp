@@ -4,7 +4,8 @@
 // of a library that is loaded or unloaded. Loading the telemetry module takes the same lock. A
 // worker that loads it therefore waits for a static constructor that waits for the worker. So the
 // module is loaded before a thread waits, on that thread, which may hold the lock already. If
-// another thread is loading it, only the worker waits for that one without a limit.
+// another thread is loading it, the wait for that one has a limit, except on the worker and for a
+// window that its owner's destruction submits.
 #include <chrono>
 
 #include "kiv/TelemetryLogger.h"

@@ -17,6 +17,7 @@
 namespace android::kiv {
 
 using internal::WindowAccess;
+using TAMSA::internal::ScopedNoCancellation;
 
 namespace {
 
@@ -73,13 +74,17 @@ const SubmissionAtExit submission_at_exit;
 }  // namespace
 
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
+  if (TelemetryLoggerManager* const manager = process_manager) return *manager;
+  // Also while another thread makes it: some standard libraries wait in a cancellation point, with
+  // a lock.
+  const ScopedNoCancellation no_cancellation;
   std::call_once(manager_once, [] {
-    const TAMSA::internal::ScopedNoCancellation no_cancellation;
     internal::claimProcess();
     // Around the exit handler that the common library registers with its first worker.
     internal::ExitBudget::registerEnd();
-    process_manager = new TelemetryLoggerManager;
+    auto* const manager = new TelemetryLoggerManager;
     internal::ExitBudget::registerBegin();
+    process_manager = manager;
   });
   return *process_manager;
 }
@@ -177,6 +182,7 @@ void TelemetryEnv::ensureInitialized() {
   // A handler factory that the first handle replaces may make a handle in its destructor.
   thread_local bool is_initializing = false;
   if (is_initializing) return;
+  const ScopedNoCancellation no_cancellation;
   std::call_once(env_once, [] {
     is_initializing = true;
     init();

@@ -12,6 +12,7 @@
 #include "services/kiv/telemetry/aggregation/Reports.h"
 #include "services/kiv/telemetry/aggregation/WindowAccess.h"
 #include "services/kiv/telemetry/vocabulary/StreamDescriptors.h"
+#include "tamsa/ModuleReadiness.h"
 
 namespace android::kiv {
 
@@ -128,7 +129,7 @@ void TelemetryLogger::recordReport(TimedAggregationManager<typename Report::Even
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) return;
   if (maySubmit()) {
     manager.flush();
-  } else {
+  } else if (!TAMSA::UnifiedTelemetry::isPreparingModule()) {
     internal::WindowAccess::begin(manager);
   }
 }

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-#include <mutex>
 #include <utility>
 
 #include "services/kiv/telemetry/vocabulary/SessionForks.h"
@@ -21,21 +20,22 @@ constexpr size_t kUuidTextSize = 37;
 
 using TAMSA::internal::ScopedNoCancellation;
 
-// Trivially destructible: loggers are made until the very end of a process.
-std::mutex generating;
+// Loggers are made until the very end of a process. Android's std::mutex has a destructor, which
+// would run before.
+pthread_mutex_t generating = PTHREAD_MUTEX_INITIALIZER;
 
 /// Keeps the host's `random()` and `rand()` as they are: libuuid seeds them anew with each
 /// identifier. One at a time, or two would give each other's state back.
 class ScopedRandomState {
  public:
   ScopedRandomState() {
-    generating.lock();
+    pthread_mutex_lock(&generating);
     constexpr unsigned kAnySeed = 1;
     before_ = initstate(kAnySeed, ours, sizeof(ours));
   }
   ~ScopedRandomState() {
     setstate(before_);
-    generating.unlock();
+    pthread_mutex_unlock(&generating);
   }
 
   ScopedRandomState(const ScopedRandomState&) = delete;
@@ -64,8 +64,8 @@ std::string generateId() {
 }  // namespace
 
 void internal::generateSessionsAcrossForks() {
-  pthread_atfork([] { generating.lock(); }, [] { generating.unlock(); },
-                 [] { generating.unlock(); });
+  pthread_atfork([] { pthread_mutex_lock(&generating); }, [] { pthread_mutex_unlock(&generating); },
+                 [] { pthread_mutex_unlock(&generating); });
 }
 
 KivSessionId::KivSessionId(std::shared_ptr<KivSessionId> parent)

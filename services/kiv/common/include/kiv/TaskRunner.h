@@ -12,7 +12,6 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <tuple>
@@ -96,13 +95,12 @@ class KIV_COMMON_EXPORT TaskRunner {
   /// `postTaskAndWait` for a task with a result. An empty task ends the process.
   template <typename T>
   KivStatusOr<T> postTaskAndWait(std::function<T()> task) noexcept {
+    // Ends the process with a line in the log.
+    if (!task) postTaskAndWait(std::function<void()>());
     // Shared, so that a wrapper that outlived its waiter would still write to live memory.
     auto result = std::make_shared<T>();
-    const KivStatus status =
-        postTaskAndWait(std::function<void()>([result, task = std::move(task)] {
-          if (!task) std::abort();
-          *result = task();
-        }));
+    const KivStatus status = postTaskAndWait(
+        std::function<void()>([result, task = std::move(task)] { *result = task(); }));
     return status.ok() ? KivStatusOr<T>(status, std::move(*result)) : KivStatusOr<T>(status);
   }
 

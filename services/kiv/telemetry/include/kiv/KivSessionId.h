@@ -24,7 +24,8 @@ class KIV_EXPORT KivSessionId {
   ~KivSessionId() {
     // Iterative, because a chain may be longer than the stack.
     while (parent_ != nullptr && parent_.use_count() == 1) {
-      std::shared_ptr<KivSessionId> next = std::move(parent_->parent_);
+      // Copied, not moved: another thread may be about to own the parent again, by a weak pointer.
+      std::shared_ptr<KivSessionId> next = parent_->parent_;
       parent_ = std::move(next);
     }
   }
