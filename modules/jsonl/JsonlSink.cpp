@@ -32,10 +32,15 @@ bool isOurs(const ProcessLosses* losses) {
   return losses != nullptr && losses->process == getpid();
 }
 
+ProcessLosses* findLosses() {
+  ProcessLosses* const found = process_losses.load(std::memory_order_acquire);
+  return isOurs(found) ? found : nullptr;
+}
+
 void logPendingLosses() {
-  ProcessLosses* const losses = process_losses.load(std::memory_order_acquire);
+  ProcessLosses* const losses = findLosses();
   const WriteSignalBlock signals;
-  if (isOurs(losses)) losses->log.logPending();
+  if (losses != nullptr) losses->log.logPending();
 }
 
 /// If the first window comes while the loader finalizes libraries, the loader does not finalize
@@ -50,13 +55,19 @@ void watchExit() {
 __attribute__((destructor)) void logAtTheEnd() { logPendingLosses(); }
 
 support::LossLog& ourLossLog() {
-  ProcessLosses* known = process_losses.load(std::memory_order_acquire);
-  if (isOurs(known)) return known->log;
+  if (ProcessLosses* const found = findLosses()) return found->log;
   watchExit();
+  ProcessLosses* known = process_losses.load(std::memory_order_acquire);
   // A fork gets a log of its own: a thread of the parent may have held the lock of the copy.
   auto made = std::make_unique<ProcessLosses>();
   if (process_losses.compare_exchange_strong(known, made.get())) return made.release()->log;
   return known->log;
+}
+
+void logLosses(support::LossLog& log, const LossTable& losses) {
+  // The log may be a file or a pipe with the same problem.
+  const WriteSignalBlock signals;
+  log.add(losses, std::chrono::steady_clock::now());
 }
 
 std::string pathFromEnvironment() {
@@ -68,13 +79,14 @@ std::string pathFromEnvironment() {
 
 bool JsonlSink::take(const support::Event& event) {
   const int error = appender_.append(toJsonLine(event));
-  if (error == 0) return true;
-  LossTable losses;
-  losses.add(LossCause{"cannot write to " + appender_.path() + ": " + std::strerror(error)},
-             LossCount{1, support::reportCount(event.fields())});
-  // The log may be a file or a pipe with the same problem.
-  const WriteSignalBlock signals;
-  ourLossLog().add(losses, std::chrono::steady_clock::now());
+  if (error != 0) {
+    LossTable losses;
+    losses.add(LossCause{"cannot write to " + appender_.path() + ": " + std::strerror(error)},
+               LossCount{1, support::reportCount(event.fields())});
+    logLosses(ourLossLog(), losses);
+  } else if (ProcessLosses* const before = findLosses()) {
+    logLosses(before->log, LossTable());
+  }
   return true;
 }
 

@@ -21,8 +21,6 @@ class Backoff {
     return delay;
   }
 
-  void reset() { next_ = kFirst; }
-
  private:
   std::chrono::milliseconds next_ = kFirst;
 };

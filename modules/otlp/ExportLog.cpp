@@ -2,6 +2,8 @@
 
 #include <android/log.h>
 
+#include <exception>
+
 namespace TAMSA::otlp {
 
 void ExportLog::warn(const std::string& text) {
@@ -12,8 +14,16 @@ void ExportLog::error(const std::string& text) {
   __android_log_print(ANDROID_LOG_ERROR, kTag, "%s", text.c_str());
 }
 
-void ExportLog::answered(const Reply& reply, size_t bytes, TimePoint now) {
+void ExportLog::answered(const Reply& reply, size_t bytes, TimePoint now) noexcept {
   const std::lock_guard lock(mutex_);
+  try {
+    log(reply, bytes, now);
+  } catch (const std::exception&) {
+    // The next reply may have better luck.
+  }
+}
+
+void ExportLog::log(const Reply& reply, size_t bytes, TimePoint now) {
   switch (reply.verdict) {
     case Reply::Verdict::DELIVERED:
       delivered();

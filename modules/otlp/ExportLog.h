@@ -27,8 +27,9 @@ class ExportLog {
   static void warn(const std::string& text);
   static void error(const std::string& text);
 
-  /// Logs what a reply means for delivery. `bytes` is the size of the request.
-  void answered(const Reply& reply, size_t bytes, TimePoint now);
+  /// Logs what a reply means for delivery, or nothing if memory is short. `bytes` is the size of
+  /// the request.
+  void answered(const Reply& reply, size_t bytes, TimePoint now) noexcept;
 
   void lost(const support::LossTable& losses, TimePoint now) noexcept { losses_.add(losses, now); }
 
@@ -36,6 +37,7 @@ class ExportLog {
   void logPendingLosses() noexcept { losses_.logPending(); }
 
  private:
+  void log(const Reply& reply, size_t bytes, TimePoint now);
   void failed(const std::string& reason, TimePoint now);
   void delivered();
   void advised(const std::string& advice, TimePoint now);

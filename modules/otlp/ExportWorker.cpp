@@ -24,18 +24,21 @@ using support::LossTable;
 using Clock = std::chrono::steady_clock;
 
 /// Scope guard: a thread that starts during its life receives no signals, which are for the
-/// process's own threads.
-class AllSignalsBlocked {
+/// process's own threads, but those that report a fault of the thread itself.
+class SignalsBlocked {
  public:
-  AllSignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &previous_);
+  SignalsBlocked() {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+      sigdelset(&blocked, fault);
+    }
+    pthread_sigmask(SIG_SETMASK, &blocked, &previous_);
   }
-  ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
-  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 
  private:
   sigset_t previous_{};
@@ -155,7 +158,7 @@ bool ExportWorker::flush(std::unique_lock<std::mutex>& lock) {
 
 bool ExportWorker::startThread() {
   if (has_thread_) return true;
-  const AllSignalsBlocked signals;
+  const SignalsBlocked signals;
   try {
     std::thread thread([this] { run(); });
     pthread_setname_np(thread.native_handle(), "otlp-export");
@@ -199,7 +202,11 @@ Reply ExportWorker::sendBatch(std::unique_lock<std::mutex>& lock, size_t& bytes)
     reply = transport_.send(body, [&] { return std::min(end, flushDeadline()); });
   } catch (const std::exception& error) {
     reply.verdict = Reply::Verdict::RETRYABLE;
-    reply.cause = error.what();
+    try {
+      reply.cause = error.what();
+    } catch (const std::exception&) {
+      // No memory for a text either.
+    }
   }
   if (!lock.owns_lock()) lock.lock();
   return reply;

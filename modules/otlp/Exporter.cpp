@@ -55,14 +55,17 @@ Exporter::Request Exporter::begin() {
   losses_under_way_ = LossTable();
   Request request;
   size_t bytes = overhead_;
-  for (const LogRecord& record : makeLossRecords(losses_, std::chrono::system_clock::now())) {
-    request.loss_records.push_back(encoder_.encodeRecord(record));
-    bytes += request.loss_records.back().size();
+  if (!std::exchange(are_losses_held_back_, false)) {
+    for (const LogRecord& record : makeLossRecords(losses_, std::chrono::system_clock::now())) {
+      request.loss_records.push_back(encoder_.encodeRecord(record));
+      bytes += request.loss_records.back().size();
+    }
+    losses_under_way_ = losses_;
   }
   const size_t losses = request.loss_records.size();
   request.queued = queue_.beginBatch(max_records_ > losses ? max_records_ - losses : 1,
                                      max_bytes_ > bytes ? max_bytes_ - bytes : 1);
-  losses_under_way_ = losses_;
+  loss_records_under_way_ = losses;
   return request;
 }
 
@@ -98,8 +101,11 @@ LossTable Exporter::onDelivered(const Reply& reply) {
   schedule_.onSuccess();
   last_failure_.clear();
   max_records_ = queue_.maxBatchSize();
-  losses_.subtract(losses_under_way_);
+  const bool is_anything_accepted =
+      reply.rejected == 0 || reply.rejected < queue_.batchSize() + loss_records_under_way_;
+  if (is_anything_accepted) losses_.subtract(losses_under_way_);
   const LossCount sent = queue_.settleBatch();
+  are_losses_tried_ = sent.events == 0 && !is_anything_accepted;
   LossTable losses;
   if (reply.rejected == 0) return losses;
   // A collector that rejects a part does not say which: each event combines one report or more.
@@ -108,12 +114,17 @@ LossTable Exporter::onDelivered(const Reply& reply) {
   losses.add({reply.cause, reply.detail},
              rejected == sent.events ? sent : LossCount{rejected, rejected});
   losses_.add(losses);
-  are_losses_tried_ = false;
   return losses;
 }
 
 LossTable Exporter::onTooLarge(const Reply& reply, size_t bytes) {
   const size_t records = queue_.batchSize();
+  if (records == 1 && loss_records_under_way_ > 0) {
+    // It may fit without the losses.
+    are_losses_held_back_ = true;
+    queue_.returnBatch();
+    return {};
+  }
   if (records <= 1) return loseBatch(reply);
   max_records_ = (records + 1) / 2;
   max_bytes_ = std::clamp(bytes / 2, kMinRequestBytes, max_bytes_);
@@ -122,6 +133,10 @@ LossTable Exporter::onTooLarge(const Reply& reply, size_t bytes) {
 }
 
 LossTable Exporter::loseBatch(const Reply& reply) {
+  if (reply.is_answer) {
+    schedule_.onSuccess();
+    last_failure_.clear();
+  }
   LossTable losses;
   const LossCount lost = queue_.settleBatch();
   if (lost.events == 0) {

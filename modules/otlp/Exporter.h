@@ -95,13 +95,15 @@ class Exporter {
   /// Not delivered to the collector yet, and those of them that are under way.
   support::LossTable losses_;
   support::LossTable losses_under_way_;
+  size_t loss_records_under_way_ = 0;
   /// Records under way that were counted as lost. The collector may take them all the same.
   support::LossTable losses_abandoned_;
 
   bool is_ending_ = false;
   bool is_under_way_ = false;
-  bool is_abandoned_ = false;      ///< The records under way have been counted as lost.
-  bool are_losses_tried_ = false;  ///< Need not be sent without events.
+  bool is_abandoned_ = false;          ///< The records under way have been counted as lost.
+  bool are_losses_tried_ = false;      ///< Need not be sent without events.
+  bool are_losses_held_back_ = false;  ///< Not part of the next request.
 
   size_t max_records_;
   size_t max_bytes_ = kMaxRequestBytes;

@@ -25,7 +25,8 @@ struct Export {
   ExportWorker* worker = nullptr;            ///< Null if nothing is sent.
   bool has_endpoint = true;                  ///< Otherwise, events are lost.
   support::LossLog losses{ExportLog::kTag};  ///< Because there is no endpoint.
-  const Export* const inherited;             ///< In a fork, the parent's, which must not be used.
+  /// In a fork, the parent's, which must not be used: only kept, so that it is not called a leak.
+  const Export* const inherited;
 };
 
 std::atomic<Export*> current{nullptr};

@@ -108,7 +108,7 @@ Reply judge(const Exchange& exchange, const std::vector<std::string>& secrets) {
     return reply;
   }
   reply.verdict = exchange.end == Exchange::End::PERMANENT ? Verdict::REFUSED : Verdict::RETRYABLE;
-  reply.cause = exchange.problem.empty() ? "no answer in HTTP" : exchange.problem;
+  reply.cause = exchange.problem.empty() ? "no HTTP response" : exchange.problem;
   return reply;
 }
 

@@ -1,4 +1,4 @@
-/// When the next request may be made.
+/// Computes when the next request may be made.
 #pragma once
 
 #include <algorithm>

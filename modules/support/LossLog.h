@@ -10,7 +10,8 @@
 namespace TAMSA::support {
 
 /// Logs the first loss at once, and what follows at most once a minute: how many events and reports
-/// were lost, and how many for each cause. Any thread may use it.
+/// were lost, and how many for each cause. Any thread may use it, also the function of the Android
+/// log that is given these lines.
 class LossLog {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -20,13 +21,16 @@ class LossLog {
   /// `tag` must outlive the log.
   explicit LossLog(const char* tag) : tag_(tag) {}
 
+  /// Counts losses. Logs them and those before them, unless the last line is too recent. There is
+  /// no timer, so call it now and then without losses, too.
   void add(const LossTable& losses, TimePoint now) noexcept;
 
   /// Logs at once what has not been logged yet.
   void logPending() noexcept;
 
  private:
-  void logLocked() noexcept;
+  /// Releases `lock`, which holds mutex_, and then logs.
+  void logPending(std::unique_lock<std::mutex> lock) noexcept;
 
   const char* const tag_;
 

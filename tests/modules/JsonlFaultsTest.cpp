@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <string>
 #include <utility>
 
@@ -21,6 +22,7 @@ int next_flock_error = 0;
 bool is_lock_taken = false;
 int lock_tries = 0;
 int next_close_error = 0;
+time_t seconds_ahead = 0;  // of the clock
 
 ssize_t writeForReal(int file, const void* data, size_t size) {
   return syscall(SYS_write, file, data, size);
@@ -38,6 +40,12 @@ extern "C" {
 __attribute__((visibility("default"))) ssize_t write(int file, const void* data, size_t size) {
   const auto call = std::exchange(next_write, nullptr);
   return call != nullptr ? call(file, data, size) : writeForReal(file, data, size);
+}
+
+__attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec* time) noexcept {
+  const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+  time->tv_sec += seconds_ahead;
+  return result;
 }
 
 __attribute__((visibility("default"))) int flock(int file, int operation) noexcept {
@@ -110,6 +118,25 @@ TEST_F(JsonlFaults, AFileIsLockedWhileItIsWritten) {
   EXPECT_TRUE(report(*handler, "e"));
   EXPECT_TRUE(was_locked);
   EXPECT_TRUE(isUnlocked());
+}
+
+TEST_F(JsonlFaults, LossesAreLoggedAMinuteLaterWithAnEventThatIsNotLost) {
+  const LogCapture log;
+  const auto handler = createHandler();
+  const auto lose = [&] {
+    next_write = [](int, const void*, size_t) -> ssize_t { return fail(ENOSPC); };
+    EXPECT_TRUE(report(*handler, "lost"));
+  };
+  constexpr time_t kMoreThanAMinute = 61;
+  seconds_ahead += kMoreThanAMinute;
+  lose();
+  lose();
+  EXPECT_TRUE(report(*handler, "e"));
+  const size_t lines = log.lines().size();
+  seconds_ahead += kMoreThanAMinute;
+  EXPECT_TRUE(report(*handler, "e"));
+  ASSERT_EQ(log.lines().size(), lines + 1);
+  EXPECT_THAT(log.lines().back().text, testing::StartsWith("lost 1 events (1 reports)"));
 }
 
 TEST_F(JsonlFaults, AnInterruptedLockIsRepeated) {

@@ -136,6 +136,26 @@ int cancelWaitingThread() {
   return telemetry.getLogger()->flush() ? 0 : 1;
 }
 
+/// A thread that submits is cancelled inside the module.
+int cancelSubmittingThread() {
+  Latch submitting;
+  Latch release;
+  onModuleCallDo("reportEvent", [&] {
+    submitting.countDown();
+    release.wait();
+  });
+  std::thread immediate([] {
+    TelemetryLogger logger(KivSessionId(nullptr), "Hang",
+                           TelemetrySubmissionModel::LOCKING_IMMEDIATE);
+    report(logger, "n", 1);
+  });
+  submitting.wait();
+  pthread_cancel(immediate.native_handle());
+  release.countDown();
+  immediate.join();
+  return 0;
+}
+
 // A log that reports, while the module is loaded.
 
 int reportFromLog() {
@@ -178,6 +198,7 @@ int main(int argc, char** argv) {
       {"slow-window", exitWithSlowModule},
       {"hanging-worker", exitBesideHangingWorker},
       {"cancel", cancelWaitingThread},
+      {"cancel-submission", cancelSubmittingThread},
       {"log", reportFromLog},
       {"same-logger", reportFromLogThroughTheSameLogger},
   };

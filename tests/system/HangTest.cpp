@@ -55,6 +55,13 @@ TEST(CancelledThread, ThatWaitsKeepsItsLogger) {
   outputOf("cancel");
 }
 
+TEST(CancelledThread, InsideASubmissionFinishesThat) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizers' run-time libraries do not survive a cancelled thread";
+#endif
+  EXPECT_THAT(outputOf("cancel-submission"), HasSubstr("reported n 1"));
+}
+
 TEST(LogThatReports, WhileTheModuleIsLoadedDoesNotWaitForItself) {
   EXPECT_THAT(outputOf("log"), AllOf(HasSubstr("logged"), HasSubstr("reported n 3")));
 }

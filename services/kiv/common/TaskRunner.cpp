@@ -37,9 +37,9 @@ void requireTask(const std::function<void()>& task) {
 constexpr std::chrono::seconds kExitPatience{9};
 
 void logGivenUp(size_t tasks) {
-  __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                      "Gave up %zu queued tasks at process exit: the one before them does not end",
-                      tasks);
+  __android_log_print(
+      ANDROID_LOG_ERROR, kLogTag,
+      "Gave up %zu queued tasks at process exit: the running task did not end in time", tasks);
 }
 
 /// The queues whose worker has not ended, so that what they hold can be run at process exit.
@@ -59,9 +59,9 @@ class LiveQueues {
     return *made.release();
   }
 
-  /// Has what is still queued run at process exit. Called with the first thread, so after the exit
-  /// handlers of every library that was loaded by then were registered: tasks run before the
-  /// objects that they need are destroyed.
+  /// Registers the exit handler that has the queued tasks run. Called with the first thread, so
+  /// after the libraries loaded by then have registered theirs. Handlers run in reverse order:
+  /// tasks run before the objects that they use are destroyed.
   void watchExit() {
     if (!watches_exit_.exchange(true)) std::atexit([] { getInstance().runPending(); });
   }
@@ -83,9 +83,8 @@ class LiveQueues {
   /// True once the process has begun to exit.
   bool isExiting() const { return exiting_; }
 
-  /// Calls `wait` with the deadline that is left to process exit, and takes the time that passes
-  /// meanwhile off the rest. Other threads do not delay the exit: each wait of theirs may take as
-  /// long as all of its.
+  /// Calls `wait` with the deadline of process exit, and subtracts the time that it takes from the
+  /// rest. Each wait of another thread gets the whole time, because it does not delay the exit.
   template <typename Wait>
   auto waitDuringExit(Wait wait) {
     using std::chrono::steady_clock;

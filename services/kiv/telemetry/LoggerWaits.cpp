@@ -1,4 +1,4 @@
-// Where a logger waits for another thread, and where it must not.
+// Waiting for the worker without a deadlock on the loader's lock.
 //
 // The loader of shared libraries holds a lock while it runs the static constructors and destructors
 // of a library that is loaded or unloaded. Loading the telemetry module takes the same lock. A
@@ -24,19 +24,19 @@ constexpr std::chrono::milliseconds kLoadLimit{1000};
 
 }  // namespace
 
-bool TelemetryLogger::mayWaitForWorker() {
+bool TelemetryLogger::prepareToWait() {
   // In a forked copy of a process there is no worker, and no wait.
-  return TAMSA::UnifiedTelemetry::isModuleReady() || internal::isForkedCopy() || maySubmit();
+  return TAMSA::UnifiedTelemetry::isModuleReady() || internal::isForkedCopy() || prepareToSubmit();
 }
 
-bool TelemetryLogger::maySubmit() {
+bool TelemetryLogger::prepareToSubmit() {
   using TAMSA::UnifiedTelemetry::isModuleReady;
   using TAMSA::UnifiedTelemetry::prepareModule;
   return isModuleReady() || !isTelemetryEnabled() || prepareModule(kLoadLimit);
 }
 
 bool TelemetryLogger::submitOnWorker(bool (TelemetryLogger::*operation)()) {
-  return mayWaitForWorker() && callOnWorker(operation);
+  return prepareToWait() && callOnWorker(operation);
 }
 
 void TelemetryLogger::startOnConstruction() {

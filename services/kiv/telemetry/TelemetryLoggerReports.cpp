@@ -116,7 +116,7 @@ struct NumberTask {
 
 void TelemetryLogger::postToWorker(std::function<void()> task) {
   if (submission_model_ == TelemetrySubmissionModel::BLOCKING) {
-    if (mayWaitForWorker()) task_runner_->postTaskAndWait(std::move(task));
+    if (prepareToWait()) task_runner_->postTaskAndWait(std::move(task));
   } else {
     task_runner_->postTask(std::move(task));
   }
@@ -127,7 +127,7 @@ void TelemetryLogger::recordReport(TimedAggregationManager<typename Report::Even
                                    const Report& report) {
   internal::WindowAccess::add(manager, report);
   if (submission_model_ != TelemetrySubmissionModel::LOCKING_IMMEDIATE) return;
-  if (maySubmit()) {
+  if (prepareToSubmit()) {
     manager.flush();
   } else if (!TAMSA::UnifiedTelemetry::isPreparingModule()) {
     internal::WindowAccess::begin(manager);
@@ -207,7 +207,7 @@ void TelemetryLogger::logAudioLatencyInternal(const KivPcmInfoExt& pcm_info,
     // Latency samples come from audio callbacks of loggers that outlive their streams: unlike the
     // other reports they do not share in owning the logger.
     const bool waits = submission_model_ == TelemetrySubmissionModel::BLOCKING;
-    if (waits && !mayWaitForWorker()) return;
+    if (waits && !prepareToWait()) return;
     task_runner_->postTask(waits, &TelemetryLogger::logAudioLatencyInternal, this, pcm_info,
                            stream_type, latency);
     return;

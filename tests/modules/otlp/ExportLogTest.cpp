@@ -97,6 +97,17 @@ TEST_F(ExportLogLosses, AreLoggedOnceAMinuteWithTheNumberOfEachCause) {
                   "2: full"}));
 }
 
+TEST_F(ExportLogLosses, AreLoggedWhenTheTimeHasComeAlsoWithoutAFurtherOne) {
+  lose(1, 1, "full", seconds(0));
+  lose(2, 20, "full", seconds(1));
+  log_.lost({}, kStart + seconds(59));
+  EXPECT_THAT(texts(), SizeIs(1));
+  log_.lost({}, kStart + seconds(60));
+  log_.lost({}, kStart + seconds(200));
+  EXPECT_THAT(texts(), ElementsAre("lost 1 events (1 reports), 1 in all: 1: full",
+                                   "lost 2 events (20 reports), 3 in all: 2: full"));
+}
+
 TEST_F(ExportLogLosses, AreOneLineForAWholeWindow) {
   for (int event = 0; event < 14'000; ++event) lose(1, 1, "full", seconds(0));
   EXPECT_THAT(texts(), SizeIs(1));

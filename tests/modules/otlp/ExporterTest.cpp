@@ -189,6 +189,15 @@ TEST_F(ExporterTest, DoesNotRepeatWhatWasRefused) {
   EXPECT_EQ(exporter().nextAttempt(), std::nullopt);
 }
 
+TEST_F(ExporterTest, BeginsItsDelaysAnewAfterAnAnswerThatRefuses) {
+  add();
+  for (int i = 0; i < 5; ++i) send(failure());
+  send(reply(Verdict::REFUSED, "HTTP status 400"));
+  add();
+  send(failure());
+  EXPECT_EQ(exporter().nextAttempt(), now_ + seconds(1));
+}
+
 TEST_F(ExporterTest, RefusesEventsWhileTheQueueIsFullAndNamesTheLastFailure) {
   config_.max_queue_size = 4;
   add(4, 0);
@@ -256,6 +265,18 @@ TEST_F(ExporterSize, OfOneEventThatIsTooLargeLosesThatEvent) {
   EXPECT_THAT(losses(), ElementsAre(Pair("HTTP status 413", 1)));
 }
 
+TEST_F(ExporterSize, OfOneEventDoesNotCountTheLossesThatAreSentWithIt) {
+  exporter().addLoss({"the queue is full"}, LossCount{7, 70});
+  add();
+  EXPECT_THAT(send(reply(Verdict::TOO_LARGE, "HTTP status 413")), IsEmpty());
+  send();
+  EXPECT_THAT(numbers(), ElementsAre(0));
+  EXPECT_THAT(losses(), IsEmpty());
+  add();
+  send();
+  EXPECT_THAT(losses(), ElementsAre(Pair("the queue is full", 7)));
+}
+
 TEST_F(ExporterLosses, AreSentOnceWithTheNextEventsCauseByCause) {
   add(3, 0);
   const auto lost = send(reply(Verdict::REFUSED, "HTTP status 400"));
@@ -320,6 +341,18 @@ TEST_F(ExporterLosses, OfAPartialSuccessAreNoMoreThanWereSent) {
   EXPECT_EQ(lost.at("rejected by the collector").count.reports, 4 * kReports);
 }
 
+TEST_F(ExporterLosses, AreSentAgainIfEveryRecordIsRejected) {
+  exporter().addLoss({"the queue is full"}, LossCount{7, 70});
+  add(3, 0);
+  Reply partial = reply(Verdict::DELIVERED, "rejected by the collector");
+  partial.rejected = 4;
+  send(partial);
+  add();
+  send();
+  EXPECT_THAT(losses(),
+              ElementsAre(Pair("rejected by the collector", 3), Pair("the queue is full", 7)));
+}
+
 TEST_F(ExporterEnd, WaitsForNoMoreEvents) {
   add();
   exporter().beginEnd();
@@ -368,6 +401,15 @@ TEST_F(ExporterEnd, SendsLossesThatAreRefusedOnlyOnce) {
   exporter().beginEnd();
   send(reply(Verdict::REFUSED, "HTTP status 400"));
   send(reply(Verdict::REFUSED, "HTTP status 400"));
+  EXPECT_EQ(exporter().nextAttempt(), std::nullopt);
+}
+
+TEST_F(ExporterEnd, SendsLossesThatAreRejectedOnlyOnce) {
+  exporter().addLoss({"the queue is full"}, LossCount{7, 70});
+  exporter().beginEnd();
+  Reply partial = reply(Verdict::DELIVERED, "rejected by the collector");
+  partial.rejected = 1;
+  send(partial);
   EXPECT_EQ(exporter().nextAttempt(), std::nullopt);
 }
 

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -108,18 +109,27 @@ void reportAndEndAbruptly() {
   _exit(0);
 }
 
-/// Prints which signals the module's thread blocks.
-void reportAndShowSignals() {
-  reportAll();
-  std::string output;
+/// Which signals the module's thread blocks.
+uint64_t blockedSignals() {
   for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
     std::ifstream status(task.path() / "status");
-    std::string text((std::istreambuf_iterator<char>(status)), {});
+    const std::string text((std::istreambuf_iterator<char>(status)), {});
     if (text.find("Name:\totlp-export\n") == std::string::npos) continue;
-    output = text.substr(text.find("SigBlk:"));
-    output.erase(output.find('\n'));
+    return std::stoull(text.substr(text.find("SigBlk:") + 8), nullptr, 16);
   }
-  std::printf("%s\n", output.c_str());
+  return 0;
+}
+
+void reportAndShowSignals() {
+  reportAll();
+  uint64_t blocked = blockedSignals();
+  // The C library blocks every signal while a thread starts another one, here to resolve a name.
+  constexpr int kAttempts = 1000;
+  for (int i = 0; i < kAttempts && (blocked & (1ULL << (SIGSEGV - 1))) != 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    blocked = blockedSignals();
+  }
+  std::printf("blocked: %llx\n", static_cast<unsigned long long>(blocked));
 }
 
 void createOnly() { handler(); }

@@ -134,7 +134,7 @@ TEST(Reply, OfAPermanentFailureIsARefusal) {
 TEST(Reply, WithoutAStatusIsRetryableAndHasAReason) {
   const Reply reply = judge(answer(0), {});
   EXPECT_EQ(reply.verdict, Verdict::RETRYABLE);
-  EXPECT_EQ(reply.reason(), "no answer in HTTP");
+  EXPECT_EQ(reply.reason(), "no HTTP response");
 }
 
 TEST(Reply, ThatBreaksAfterTheStatusCountsByTheStatus) {

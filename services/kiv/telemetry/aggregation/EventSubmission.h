@@ -9,6 +9,7 @@
 #include "services/kiv/telemetry/aggregation/AggregateTable.h"
 #include "services/kiv/telemetry/aggregation/EventSchema.h"
 #include "services/kiv/telemetry/vocabulary/ForkCount.h"
+#include "tamsa/ScopedNoCancellation.h"
 #include "tamsa/UnifiedTelemetry.h"
 
 namespace android::kiv::internal {
@@ -19,6 +20,8 @@ long long toEpochMilliseconds(std::chrono::system_clock::time_point time);
 /// Counts the submissions that are nested on this thread: a telemetry module that reports while it
 /// takes an event may have further windows closed. A module that does so each time it is called
 /// would recurse without end, so beyond a limit windows stay open.
+///
+/// The thread cannot be cancelled meanwhile: the module's operations are not made for that.
 class NestedSubmission {
  public:
   NestedSubmission();
@@ -32,6 +35,9 @@ class NestedSubmission {
 
   /// True if no further submission may begin on this thread.
   static bool limitReached();
+
+ private:
+  const TAMSA::internal::ScopedNoCancellation no_cancellation_;
 };
 
 /// Tells whether the module has forked on this thread since, so that this is a copy of its process,

@@ -57,9 +57,10 @@ enum class TelemetrySubmissionModel : int32_t {
   /// On the worker; a report returns once it has been aggregated. A report that the worker has not
   /// started within a second is dropped.
   BLOCKING = 1,
-  /// On the caller's thread; a report returns once it has been submitted. The logger shares nothing
-  /// with others. It takes no lock, despite its name: callers on several threads must serialize
-  /// their calls.
+  /// On the caller's thread; a report returns once it has been submitted. The logger has its own
+  /// windows and does not use the worker, although its first report creates the process-wide
+  /// manager, which starts one. It takes no lock, despite its name: callers on several threads must
+  /// serialize their calls.
   LOCKING_IMMEDIATE = 2,
 };
 
@@ -235,11 +236,12 @@ class KIV_EXPORT TelemetryLogger : public TelemetryHandler,
   /// Starts what is not running, for a constructor on any thread.
   KIV_HIDDEN void startOnConstruction();
 
-  /// True if the calling thread may wait for the worker. See LoggerWaits.cpp.
-  KIV_HIDDEN static bool mayWaitForWorker();
+  /// Loads the module if necessary, and then returns true: the calling thread may wait for the
+  /// worker. False if another thread has been loading it for a second. See LoggerWaits.cpp.
+  KIV_HIDDEN static bool prepareToWait();
 
-  /// True if the calling thread may submit events itself. See LoggerWaits.cpp.
-  KIV_HIDDEN static bool maySubmit();
+  /// As `prepareToWait`, for a thread that submits events itself.
+  KIV_HIDDEN static bool prepareToSubmit();
 
   /// Ends the process if the model needs a worker and there is none.
   KIV_HIDDEN void ensureLoggerRespectsTelemetrySubmissionModel();
