@@ -15,7 +15,7 @@ default_steps=(
   'events||the library does what docs/events.md and its schema say'
   'reference||all declarations of public headers are documented'
   'report||the page of charts in a browser'
-  "armv7||tests, binary interface and size on the device's processor"
+  "armv7||tests on an emulated ARM processor, binary interface, size"
   'fresh||demo, test suite and packages on a minimal Debian 12'
 )
 optional_steps=(

@@ -14,11 +14,11 @@ SKIPPED = {"build", "node_modules", "__pycache__"}
 
 
 def read(pattern):
-    """The files of this pattern in all rooms, by their path from the root."""
+    """The files of this pattern in all components, by their path from the root."""
     root = pathlib.Path(ROOT)
     files = {}
-    for room in rules.ROOMS:
-        for path in (root / room).rglob(pattern):
+    for component in rules.COMPONENTS:
+        for path in (root / component).rglob(pattern):
             name = path.relative_to(root)
             if not SKIPPED & set(name.parts):
                 files[name.as_posix()] = path.read_text()
@@ -43,12 +43,13 @@ class TheTree(unittest.TestCase):
             self.fail("\n  " + "\n  ".join(violations))
 
     def test_is_read(self):
-        for room in ("services/kiv/telemetry", "tamsa", "modules/jsonl", "testing", "bench", "tests"):
-            self.assertTrue(any(path.startswith(room) for path in self.tree), room)
+        for component in (
+                "services/kiv/telemetry", "tamsa", "modules/jsonl", "testing", "bench", "tests"):
+            self.assertTrue(any(path.startswith(component) for path in self.tree), component)
         self.assertGreater(len(list(rules.includes(self.tree))), 300)
 
-    def test_no_room_includes_a_room_above_it(self):
-        self.assert_none(rules.upward_between_rooms(self.tree))
+    def test_no_component_includes_a_component_above_it(self):
+        self.assert_none(rules.upward_between_components(self.tree))
 
     def test_no_layer_includes_a_layer_above_it(self):
         self.assert_none(rules.upward_between_layers(self.tree))
@@ -81,31 +82,31 @@ class TheRules(unittest.TestCase):
     """Each rule finds its violation in a tree that is made up, and nothing in the same tree without
     the violation."""
 
-    def test_a_room_may_include_the_public_headers_of_those_below_it(self):
+    def test_a_component_may_include_the_public_headers_of_those_below_it(self):
         tree = {
             "services/kiv/common/include/kiv/Status.h": "",
             "services/kiv/common/Queue.h": "",
             "services/kiv/telemetry/Logger.cpp": '#include "kiv/Status.h"',
         }
-        self.assertEqual(rules.upward_between_rooms(tree), [])
+        self.assertEqual(rules.upward_between_components(tree), [])
         tree["services/kiv/telemetry/Logger.cpp"] = '#include "services/kiv/common/Queue.h"'
-        self.assertEqual(rules.upward_between_rooms(tree), [
+        self.assertEqual(rules.upward_between_components(tree), [
             "services/kiv/telemetry/Logger.cpp includes services/kiv/common/Queue.h, which is "
             "private to services/kiv/common"])
 
-    def test_a_room_may_not_include_a_room_above_it(self):
+    def test_a_component_may_not_include_a_component_above_it(self):
         tree = {
             "services/kiv/telemetry/include/kiv/KivError.h": "",
             "tamsa/Loader.cpp": "",
             "services/kiv/common/Runner.cpp": "  #  include <kiv/KivError.h>",
         }
-        self.assertEqual(rules.upward_between_rooms(tree), [
+        self.assertEqual(rules.upward_between_components(tree), [
             "services/kiv/common/Runner.cpp includes services/kiv/telemetry/include/kiv/KivError.h"
-            ", but services/kiv/common must not know services/kiv/telemetry"])
+            ", but services/kiv/common must not depend on services/kiv/telemetry"])
         tree["services/kiv/common/Runner.cpp"] = ""
-        self.assertEqual(rules.upward_between_rooms(tree), [])
+        self.assertEqual(rules.upward_between_components(tree), [])
         tree["tamsa/Loader.cpp"] = '#include "kiv/KivError.h"'
-        self.assertEqual(len(rules.upward_between_rooms(tree)), 1)
+        self.assertEqual(len(rules.upward_between_components(tree)), 1)
 
     def test_a_module_may_not_include_another(self):
         tree = {
@@ -113,9 +114,9 @@ class TheRules(unittest.TestCase):
             "modules/jsonl/LineAppender.h": "",
             "modules/otlp/Exporter.cpp": '#include "modules/support/Setters.h"',
         }
-        self.assertEqual(rules.upward_between_rooms(tree), [])
+        self.assertEqual(rules.upward_between_components(tree), [])
         tree["modules/otlp/Exporter.cpp"] = '#include "modules/jsonl/LineAppender.h"'
-        self.assertEqual(len(rules.upward_between_rooms(tree)), 1)
+        self.assertEqual(len(rules.upward_between_components(tree)), 1)
 
     def test_a_module_may_include_the_public_headers_of_the_binding_only(self):
         tree = {
@@ -123,19 +124,19 @@ class TheRules(unittest.TestCase):
             "tamsa/Loader.h": "",
             "modules/jsonl/JsonlEvent.h": '#include "tamsa/UnifiedTelemetry.h"',
         }
-        self.assertEqual(rules.upward_between_rooms(tree), [])
+        self.assertEqual(rules.upward_between_components(tree), [])
         tree["modules/jsonl/JsonlEvent.h"] = '#include "tamsa/Loader.h"'
-        self.assertEqual(len(rules.upward_between_rooms(tree)), 1)
+        self.assertEqual(len(rules.upward_between_components(tree)), 1)
 
     def test_bench_and_tests_may_not_include_each_other(self):
         shared = {"instrumentation/Count.h": ""}
         for here, there in (("bench", "tests"), ("tests", "bench")):
             tree = shared | {f"{there}/Clock.h": "",
                              f"{here}/Main.cpp": '#include "instrumentation/Count.h"'}
-            self.assertEqual(rules.upward_between_rooms(tree), [])
+            self.assertEqual(rules.upward_between_components(tree), [])
             tree[f"{here}/Main.cpp"] = f'#include "{there}/Clock.h"'
-            self.assertEqual(rules.upward_between_rooms(tree), [
-                f"{here}/Main.cpp includes {there}/Clock.h, but {here} must not know {there}"])
+            self.assertEqual(rules.upward_between_components(tree), [
+                f"{here}/Main.cpp includes {there}/Clock.h, but {here} must not depend on {there}"])
 
     def test_bench_and_tests_may_not_build_files_of_each_other(self):
         good = {"bench/CMakeLists.txt": "add_executable(b ${PROJECT_SOURCE_DIR}/bench/main.cpp)"}

@@ -7,7 +7,8 @@ violations, one line of text each.
 import posixpath
 import re
 
-# Directories whose files are included without naming them: each holds the public headers of a room.
+# Directories whose files are included without naming them: each holds the public headers of a
+# component.
 PUBLIC_DIRECTORIES = {
     "platform/host": "platform/host",
     "services/kiv/common/include": "services/kiv/common",
@@ -19,8 +20,9 @@ PUBLIC_DIRECTORIES = {
 LIBRARY = ["platform/host", "services/kiv/common", "tamsa", "services/kiv/telemetry"]
 MODULES = ["modules/jsonl", "modules/otlp", "modules/recording", "modules/support"]
 
-# Room: the rooms of which it may include every header, those of which it may include public ones.
-ROOMS = {
+# Component: the components of which it may include every header, and those of which it may include
+# only public ones.
+COMPONENTS = {
     "platform/host": ([], []),
     "instrumentation": ([], []),
     "services/kiv/common": ([], ["platform/host"]),
@@ -87,10 +89,10 @@ FOREIGN = ("tests/device/platform/",)
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
 
 
-def room_of(path):
-    """The room of a file; empty if it is in none."""
-    rooms = [room for room in ROOMS if path.startswith(room + "/")]
-    return max(rooms, key=len, default="")
+def component_of(path):
+    """The component of a file; empty if it is in none."""
+    components = [component for component in COMPONENTS if path.startswith(component + "/")]
+    return max(components, key=len, default="")
 
 
 def is_public(path):
@@ -98,7 +100,7 @@ def is_public(path):
 
 
 def is_ours(path):
-    return room_of(path) != "" and not path.startswith(FOREIGN)
+    return component_of(path) != "" and not path.startswith(FOREIGN)
 
 
 def resolve(tree, path, name):
@@ -120,17 +122,18 @@ def includes(tree):
                 yield path, target, name
 
 
-def upward_between_rooms(tree):
+def upward_between_components(tree):
     found = []
     for path, target, _ in includes(tree):
-        room, of = room_of(path), room_of(target)
-        everything, public = ROOMS[room]
-        if of == room or of in everything or (of in public and is_public(target)):
+        component, of = component_of(path), component_of(target)
+        everything, public = COMPONENTS[component]
+        if of == component or of in everything or (of in public and is_public(target)):
             continue
         if of in public:
             found.append(f"{path} includes {target}, which is private to {of}")
         else:
-            found.append(f"{path} includes {target}, but {room} must not know {of or 'it'}")
+            found.append(
+                f"{path} includes {target}, but {component} must not depend on {of or 'it'}")
     return found
 
 
@@ -213,12 +216,12 @@ def circles(tree):
 def sources_without_header(tree):
     listed = set(SOURCES_WITHOUT_HEADER)
     found = []
-    headers = {(room_of(path), posixpath.basename(path)) for path in tree if is_public(path)}
+    headers = {(component_of(path), posixpath.basename(path)) for path in tree if is_public(path)}
     for path in sorted(tree):
         if not (path.startswith(PAIRED) and path.endswith(".cpp")):
             continue
         header = path.removesuffix(".cpp") + ".h"
-        paired = header in tree or (room_of(path), posixpath.basename(header)) in headers
+        paired = header in tree or (component_of(path), posixpath.basename(header)) in headers
         if paired and path in listed:
             found.append(f"{path} has a header of its name: take it from the list of exceptions")
         if not paired and path not in listed:

@@ -2,8 +2,8 @@
 """Mutation testing: checks that the suite fails when the code is wrong.
 
 Applies the mutants of mutants.toml, one at a time, to a copy of this tree, rebuilds what depends on
-the change, and runs the test programs that may kill the mutant, those of its room first. A test that
-fails, crashes or hangs kills a mutant. Fails if a mutant survives that is not listed as equivalent or
+the change, and runs the test programs that may kill the mutant, those of its component first. A test
+that fails, crashes or hangs kills a mutant. Fails if a mutant survives that is not listed as equivalent or
 flaky, if an equivalent one is killed, or if one cannot be applied or does not compile.
 """
 
@@ -44,8 +44,8 @@ PROGRAMS = {
     "otlp_module_test": "tests/modules/otlp",
 }
 
-# The programs whose tests may kill a mutant in this room, the room's own first.
-ROOMS = {
+# The programs whose tests may kill a mutant in this component, the component's own first.
+COMPONENTS = {
     "services/kiv/common/": [
         "common_test", "telemetry_test", "system_test", "model_test", "endurance_test",
     ],
@@ -83,15 +83,15 @@ class Mutant:
     replace: str
     equivalent: str = ""  # why no test can kill it
     flaky: str = ""  # why it depends on chance whether a test kills it
-    first: str = ""  # the program to run first, if it is not the room's own
+    first: str = ""  # the program to run first, if it is not the component's own
 
     def likely_tests(self):
         """A filter for the tests named after the source file: fast, and they often suffice."""
         return f"*{pathlib.Path(self.file).stem.removeprefix('Kiv').removesuffix('Impl')}*"
 
     def programs(self):
-        room = next(programs for room, programs in ROOMS.items() if self.file.startswith(room))
-        return [self.first] * bool(self.first) + [name for name in room if name != self.first]
+        own = next(names for start, names in COMPONENTS.items() if self.file.startswith(start))
+        return [self.first] * bool(self.first) + [name for name in own if name != self.first]
 
     def __str__(self):
         return f"{self.file}: {self.what}"
@@ -217,8 +217,8 @@ def check_applicable(mutants):
         path = ROOT / mutant.file
         if not path.is_file():
             reason = "the file does not exist"
-        elif not mutant.file.startswith(tuple(ROOMS)):
-            reason = "no test program is listed for its room"
+        elif not mutant.file.startswith(tuple(COMPONENTS)):
+            reason = "no test program is listed for its component"
         elif mutant.find == mutant.replace:
             reason = "`find` and `replace` are equal"
         elif (places := path.read_text().count(mutant.find)) != 1:

@@ -1,4 +1,4 @@
-/// Where a thread sleeps until another wakes it.
+/// A counting semaphore with timed waits.
 #pragma once
 
 #include <semaphore.h>

@@ -54,8 +54,8 @@ struct TaskQueue::Waited {
 
   explicit Waited(std::function<void()>&& task) { work.swap(task); }
 
-  /// True for one of the worker, which starts the task, and the waiter, who withdraws it. The other
-  /// does not touch `work` from then on.
+  /// Succeeds for exactly one of two threads: the worker, which starts the task, or the waiter, who
+  /// withdraws it. The other one does not touch `work` from then on.
   bool claim(State as) {
     State queued = State::QUEUED;
     return state.compare_exchange_strong(queued, as);

@@ -61,8 +61,8 @@ class TaskQueue {
   /// Waits until `run()` has ended. False if `deadline` passes first.
   bool waitForEnd(std::chrono::steady_clock::time_point deadline);
 
-  /// Called by the thread that ends the process, before it waits for the queue. From now on other
-  /// threads get only so many tasks in: those that never stop posting must not delay the exit.
+  /// Called by the thread that ends the process, before it waits for the queue. From now on the
+  /// other threads together can post kTasksDuringExit tasks, so that they cannot delay the exit.
   void beginExit();
 
   /// The worker's whole life. Returns when the queue is closed and empty.
@@ -81,13 +81,14 @@ class TaskQueue {
   static constexpr std::chrono::microseconds kShortestLinger{500};
   static constexpr std::chrono::microseconds kLongestLinger{4000};
 
-  /// Fewer tasks than this are few.
+  /// If fewer tasks than this have gathered, the next time is longer.
   static constexpr size_t kFewTasks = 6;
 
-  /// From so many on, tasks are many.
+  /// If at least so many tasks have gathered, the next time is shorter.
   static constexpr size_t kManyTasks = 12;
 
-  /// A queue that holds more tasks than this says so in the log, and again whenever it has doubled.
+  /// The length of a queue above which a warning is logged, and another one each time that it has
+  /// doubled.
   static constexpr uint32_t kFirstMark = 65536;
 
   /// Tasks beyond this number are dropped, unless a caller waits for them.
@@ -107,7 +108,8 @@ class TaskQueue {
 
   enum class Urgency { CAN_LINGER, AT_ONCE };
 
-  /// False when the process is ending and the calling thread has had its share.
+  /// During process exit, false once other threads have posted kTasksDuringExit tasks. The worker
+  /// and the exiting thread are exempt.
   bool admitsDuringExit();
 
   /// The pointer in posted_, without the flags.

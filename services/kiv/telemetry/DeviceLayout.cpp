@@ -1,6 +1,6 @@
-// Where clients on the device, 32-bit ARM with libc++, expect what they share with this library.
-// They are not built together with it, so a change that fails here would break them, and is never
-// to be met by changing a number. Other platforms have other numbers but the same order.
+// Checks, at compile time, of the layouts that clients on the device (32-bit ARM, libc++) were
+// built against. If one fails, undo the change of the layout; do not edit the number. Other
+// platforms have other numbers but the same order.
 #include <algorithm>
 #include <cstddef>
 
@@ -146,7 +146,7 @@ static_assert(misplacedOnDevice({{offsetof(KivTraceInfo, name), 0},
                                  {offsetof(KivTraceInfo, kiv_class), 24},
                                  {sizeof(KivTraceInfo), 40}}) == 0);
 
-/// Classes whose members are their own business, apart from where they stand.
+/// Offsets and sizes of classes with private members.
 struct DeviceLayout {
   static_assert(misplacedOnDevice({{offsetof(KivSessionId, id_), 0},
                                    {offsetof(KivSessionId, parent_), 12},

@@ -75,8 +75,8 @@ const SubmissionAtExit submission_at_exit;
 
 TelemetryLoggerManager& TelemetryLoggerManager::getInstance() {
   if (TelemetryLoggerManager* const manager = process_manager) return *manager;
-  // Also while another thread makes it: some standard libraries wait in a cancellation point, with
-  // a lock.
+  // Also around the wait for another thread: with some standard libraries, a thread that is
+  // cancelled there keeps a lock.
   const ScopedNoCancellation no_cancellation;
   std::call_once(manager_once, [] {
     internal::claimProcess();

@@ -1,4 +1,4 @@
-/// Memory that serves one report after the other.
+/// Objects of each thread that keep the capacity of their strings from one report to the next.
 #pragma once
 
 #include <pthread.h>
@@ -11,15 +11,15 @@
 
 namespace android::kiv::internal {
 
-/// An object that the calling thread has used before, so that its strings have memory already. One
-/// that is made while another is in use, or that is the thread's first, is a fresh one.
+/// Borrows the calling thread's object, whose strings keep their capacity between uses. Makes a new
+/// object if the thread has none, or if it is in use.
 template <typename T>
 class ThreadLocalScratch {
  public:
   /// Objects that were made to hold more than this are not kept for the next.
   static constexpr size_t kMaxKept = 4096;
 
-  /// `size` says how much it is going to hold; `make` gives a fresh one.
+  /// `size` is how many bytes the object is going to hold; `make` returns a new one.
   template <typename Make>
   ThreadLocalScratch(size_t size, Make make) : keeps_(size <= kMaxKept) {
     if (kept != nullptr) object_.reset(std::exchange(kept, nullptr));

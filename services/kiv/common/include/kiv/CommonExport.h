@@ -2,5 +2,5 @@
 /// against is marked here and listed in its export list.
 #pragma once
 
-/// For what other libraries may link against.
+/// Exports a class or function.
 #define KIV_COMMON_EXPORT __attribute__((visibility("default")))

@@ -65,8 +65,8 @@ class KIV_COMMON_EXPORT TaskRunnerThread : public std::enable_shared_from_this<T
 };
 
 /// A handle for posting to one `TaskRunnerThread`; copies post to the same one. It does not keep
-/// the thread alive, and outlives it harmlessly. The destructor is its only virtual operation, as
-/// clients were built against it.
+/// the thread alive, and outlives it harmlessly. The destructor must remain its only virtual
+/// function: clients were built against this layout.
 class KIV_COMMON_EXPORT TaskRunner {
  public:
   /// Binds to `thread`. A handle bound to no thread, or to one that is gone, fails every post.
@@ -79,14 +79,16 @@ class KIV_COMMON_EXPORT TaskRunner {
   TaskRunner& operator=(TaskRunner&&) = default;
 
   /// Queues `task` and returns at once; it allocates memory. The task starts within 4 ms if the
-  /// worker is free. If the thread is gone, or 4 194 304 tasks are queued, the task is dropped. An
-  /// empty task ends the process.
+  /// worker is free. The task is dropped if the thread is gone, in a forked child, if 4 194 304
+  /// tasks are queued, and after 10 000 posts of other threads during process exit. An empty task
+  /// ends the process.
   void postTask(std::function<void()> task);
 
-  /// Queues `task` and waits until it has run. Otherwise it never runs, and the status is
-  /// `DEAD_OBJECT` (the thread is gone), `TIMED_OUT` (it did not start within the thread's limit)
-  /// or `INVALID_OPERATION` (called on the worker itself, which would deadlock). A task that has
-  /// started is waited for to its end, without a limit. An empty task ends the process.
+  /// Queues `task` and waits until it has run. Unless the status is `OK`, the task never runs:
+  /// `DEAD_OBJECT` (the thread is gone, this is a forked child, or the process exits), `TIMED_OUT`
+  /// (the task did not start within the thread's limit) or `INVALID_OPERATION` (called on the
+  /// worker itself, which would deadlock). A task that has started is waited for to its end,
+  /// without a limit. An empty task ends the process.
   KivStatus postTaskAndWait(std::function<void()> task);
 
   /// True on the worker of this handle's thread.

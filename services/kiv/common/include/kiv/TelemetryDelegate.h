@@ -36,7 +36,7 @@ class KIV_COMMON_EXPORT TelemetryHandler {
   virtual void logErrorCode(const std::string& error_code, const std::string& api,
                             KivErrorSeverity severity, const std::string& kiv_class) = 0;
 
-  /// Submits what has been aggregated so far. False if nothing could be submitted.
+  /// Submits what has been aggregated so far. False unless every kind of report could be submitted.
   virtual bool flush() = 0;
 };
 

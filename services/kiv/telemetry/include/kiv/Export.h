@@ -2,7 +2,7 @@
 /// is marked here and listed in the export list.
 #pragma once
 
-/// For what clients may link against.
+/// Exports a class or function.
 #define KIV_EXPORT __attribute__((visibility("default")))
-/// For members of exported classes that are the library's own.
+/// Hides a member of an exported class.
 #define KIV_HIDDEN __attribute__((visibility("hidden")))
