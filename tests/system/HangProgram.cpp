@@ -144,16 +144,18 @@ int cancelSubmittingThread() {
     submitting.countDown();
     release.wait();
   });
-  std::thread immediate([] {
+  bool submitted = false;
+  std::thread immediate([&submitted] {
     TelemetryLogger logger(KivSessionId(nullptr), "Hang",
                            TelemetrySubmissionModel::LOCKING_IMMEDIATE);
     report(logger, "n", 1);
+    submitted = true;
   });
   submitting.wait();
   pthread_cancel(immediate.native_handle());
   release.countDown();
   immediate.join();
-  return 0;
+  return submitted ? 0 : 1;
 }
 
 // A log that reports, while the module is loaded.
