@@ -259,7 +259,7 @@ def main():
                         help="directory for the copy of the tree and its build")
     parser.add_argument("regex", nargs="?", default="",
                         help="selects mutants by file and description")
-    arguments = parser.parse_args()
+    arguments = parser.parse_intermixed_args()
     if arguments.work is None and not arguments.check_applies:
         parser.error("the directory for the copy is missing")
 
