@@ -19,7 +19,7 @@ void ExportLog::answered(const Reply& reply, size_t bytes, TimePoint now) noexce
   try {
     log(reply, bytes, now);
   } catch (const std::exception&) {
-    // The next reply may have better luck.
+    // Memory is short: a later reply is logged instead.
   }
 }
 

@@ -22,7 +22,7 @@ int next_flock_error = 0;
 bool is_lock_taken = false;
 int lock_tries = 0;
 int next_close_error = 0;
-time_t seconds_ahead = 0;  // of the clock
+time_t seconds_ahead = 0;  // added to every clock
 
 ssize_t writeForReal(int file, const void* data, size_t size) {
   return syscall(SYS_write, file, data, size);

@@ -221,7 +221,7 @@ int cancelDuringFirstUse() {
   // Most often it waits by then; the test holds in either order.
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   pthread_cancel(waiting.native_handle());
-  // For the cancellation, if it takes effect there.
+  // Most often a cancellation that interrupts the wait has done so by then.
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   released.countDown();
   first.join();
